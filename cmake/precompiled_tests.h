@@ -1,0 +1,6 @@
+// What every test includes.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "precompiled.h"

@@ -1,0 +1,79 @@
+// Reads numbers one after the other out of bytes of either order. A read beyond the end answers 0 and is remembered:
+// ask failed() after a group of reads. A plain value; the bytes are borrowed and must outlive it.
+#pragma once
+
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <span>
+
+#include "platform/audiofile/AudioFile.h"
+
+namespace vesk {
+
+class ByteReader {
+ public:
+  ByteReader(std::span<const std::byte> bytes, std::endian order) : m_bytes(bytes), m_order(order) {}
+
+  bool failed() const { return m_failed; }
+  size_t left() const { return m_bytes.size(); }
+
+  // The next `count` bytes; empty when there are fewer.
+  std::span<const std::byte> take(size_t count) {
+    if (count > m_bytes.size()) {
+      m_failed = true;
+      m_bytes = {};
+      return {};
+    }
+    const auto taken = m_bytes.first(count);
+    m_bytes = m_bytes.subspan(count);
+    return taken;
+  }
+  void skip(size_t count) { take(count); }
+
+  uint8_t u8() { return static_cast<uint8_t>(number(1)); }
+  uint16_t u16() { return static_cast<uint16_t>(number(2)); }
+  uint32_t u32() { return static_cast<uint32_t>(number(4)); }
+  uint64_t u64() { return number(8); }
+  int16_t s16() { return static_cast<int16_t>(u16()); }
+  int32_t s32() { return static_cast<int32_t>(u32()); }
+  int64_t s64() { return static_cast<int64_t>(u64()); }
+  double f64() { return std::bit_cast<double>(u64()); }
+
+  FourCC fourCC() {
+    const auto four = take(4);
+    return four.empty() ? FourCC{} : FourCC::fromBytes(four.data());
+  }
+
+  // 80-bit extended: sign and 15-bit exponent (bias 16383) in 2 bytes, then 64 bits of mantissa with an explicit one.
+  // Infinities, NaN and unnormalised values come through; what is too small or too large for a double becomes 0 or
+  // infinite.
+  double f80() {
+    const uint16_t signAndExponent = u16();
+    const uint64_t mantissa = u64();
+    const int exponent = signAndExponent & 0x7FFF;
+    const double sign = (signAndExponent & 0x8000) != 0 ? -1.0 : 1.0;
+    if (exponent != 0x7FFF) return sign * std::ldexp(static_cast<double>(mantissa), exponent - 16383 - 63);
+    const bool isInfinite = (mantissa << 1) == 0;
+    return isInfinite ? sign * std::numeric_limits<double>::infinity() : std::numeric_limits<double>::quiet_NaN();
+  }
+
+ private:
+  uint64_t number(size_t width) {
+    const auto bytes = take(width);
+    uint64_t value = 0;
+    for (size_t i = 0; i < bytes.size(); ++i) {
+      const size_t at = m_order == std::endian::big ? i : bytes.size() - 1 - i;
+      value = value << 8 | std::to_integer<uint64_t>(bytes[at]);
+    }
+    return value;
+  }
+
+  std::span<const std::byte> m_bytes;
+  std::endian m_order;
+  bool m_failed = false;
+};
+
+}  // namespace vesk

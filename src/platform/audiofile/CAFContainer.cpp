@@ -1,0 +1,211 @@
+// Core Audio Format. Numbers are big-endian; chunks stand back to back without padding.
+//   "caff"  offset 4  uint16  version, 1                              offset 6   uint16  flags, 0
+//   chunk   offset 0  4 bytes type                                    offset 4   int64   payload size; -1 in "data"
+//   only: to the end "desc"  offset 0  float64 sample rate                             offset 16  uint32  bytes per
+//   packet, 0: variable
+//           offset 8  4 bytes format                                  offset 20  uint32  frames per packet, 0: variable
+//           offset 12 uint32  flags (lpcm: 1 float, 2 little-endian)  offset 24  uint32  channels
+//                                                                     offset 28  uint32  bits per channel
+//   "data"  offset 0  uint32  edit count                              offset 4   the audio
+//   "pakt"  offset 0  int64   packets                                 offset 16  int32   priming frames
+//           offset 8  int64   valid frames                            offset 20  int32   remainder frames; then a table
+//   "info"  offset 0  uint32  count                                   offset 4   count pairs of zero-terminated texts
+#include "platform/audiofile/ByteReader.h"
+#include "platform/audiofile/ChunkWalk.h"
+#include "platform/audiofile/Containers.h"
+
+#include <algorithm>
+#include <array>
+
+namespace vesk {
+namespace {
+
+constexpr uint64_t kFileHeaderSize = 8;
+constexpr uint64_t kChunkHeaderSize = 12;
+constexpr uint64_t kEditCountSize = 4;
+constexpr size_t kDescriptionSize = 32;
+constexpr size_t kPacketTableHeaderSize = 24;
+constexpr uint64_t kMaximumInfoSize = uint64_t{1} << 20;  // a longer "info" is read as far as this
+constexpr FourCC kDescriptionID = "desc";
+constexpr FourCC kDataID = "data";
+constexpr FourCC kPacketTableID = "pakt";
+constexpr FourCC kInfoID = "info";
+constexpr FourCC kLinearPCM = "lpcm";
+constexpr uint32_t kFileFlagFloat = 1;
+constexpr uint32_t kFileFlagLittleEndian = 2;
+
+struct PacketTableHeader {
+  int64_t packets = 0;
+  PacketTableInfo info;
+};
+
+// The first `size` bytes of the first chunk with this id, or fewer when there are fewer; nullopt without such a chunk.
+std::optional<std::vector<std::byte>> headOf(FileBytes& bytes, const AudioFileContents& contents, FourCC id,
+                                             uint64_t size) {
+  const AudioChunk* chunk = contents.firstChunk(id);
+  if (!chunk) return std::nullopt;
+  return bytes.upTo(chunk->dataOffset, std::min(chunk->size, size));
+}
+
+// The header at `position`; nullopt when there is no room for one, or it is none.
+std::optional<AudioChunk> chunkAt(FileBytes& bytes, uint64_t position) {
+  std::array<std::byte, kChunkHeaderSize> header;
+  if (!bytes.read(position, header)) return std::nullopt;
+  ByteReader reader(header, std::endian::big);
+  AudioChunk chunk{.id = reader.fourCC(), .headerOffset = position, .dataOffset = position + kChunkHeaderSize};
+  const int64_t size = reader.s64();
+  const bool reachesToEnd = size == -1 && chunk.id == kDataID;
+  if (!chunk.id.isPrintable() || (size < 0 && !reachesToEnd)) return std::nullopt;
+  chunk.declaredSize = static_cast<uint64_t>(size);
+  chunk.size = std::min(chunk.declaredSize, bytes.size() - chunk.dataOffset);
+  return chunk;
+}
+
+bool walk(FileBytes& bytes, AudioFileContents& contents, std::string& refusal) {
+  uint64_t position = kFileHeaderSize;
+  while (const auto chunk = chunkAt(bytes, position)) {
+    if (contents.chunks.size() == kMaximumChunkCount) {
+      refusal = "it has more than 50,000 chunks";
+      return false;
+    }
+    contents.chunks.push_back(*chunk);
+    position = chunk->dataOffset + chunk->size;
+  }
+  contents.chunksEnd = position;
+  return true;
+}
+
+void noteLayout(const FileBytes& bytes, AudioFileContents& contents) {
+  const uint64_t stray = bytes.size() - contents.chunksEnd;
+  if (stray >= kChunkHeaderSize) contents.noteAmbiguous("bytes that are no chunks follow the last chunk");
+  if (stray > 0 && stray < kChunkHeaderSize) {
+    contents.noteBenign("a few bytes that are no chunk follow the last chunk");
+  }
+  const AudioChunk& last = contents.chunks.back();
+  const bool isUnknown = last.declaredSize == kSizeUnknown64;
+  if (isUnknown) contents.noteBenign("the size of the audio is unknown; it is taken to reach to the end of the file");
+  if (!isUnknown && last.size < last.declaredSize) {
+    contents.noteAmbiguous(last.id == kDataID ? "the audio is cut off" : "the last chunk is cut off");
+  }
+  if (contents.chunks.front().id != kDescriptionID) contents.noteAmbiguous("the format is not its first chunk");
+  if (contents.count(kDescriptionID) > 1) contents.noteAmbiguous("there are two format chunks");
+  if (contents.count(kDataID) > 1) contents.noteAmbiguous("there are two audio chunks");
+  const AudioChunk* data = contents.firstChunk(kDataID);
+  if (!data) contents.noteAmbiguous("it has no audio chunk");
+  if (data && data->size < kEditCountSize) contents.noteAmbiguous("the audio chunk is shorter than its own header");
+}
+
+std::optional<AudioFormat> formatOf(std::span<const std::byte> description) {
+  ByteReader reader(description, std::endian::big);
+  AudioFormat format;
+  format.sampleRate = reader.f64();
+  format.formatID = reader.fourCC();
+  const uint32_t flags = reader.u32();
+  format.bytesPerPacket = reader.u32();
+  format.framesPerPacket = reader.u32();
+  format.channelsPerFrame = reader.u32();
+  format.bitsPerChannel = reader.u32();
+  if (reader.failed()) return std::nullopt;
+  format.bytesPerFrame = format.framesPerPacket == 1 ? format.bytesPerPacket : 0;
+  format.formatFlags = flags;
+  if (format.formatID != kLinearPCM) return format;
+  const uint64_t usedBits = uint64_t{format.channelsPerFrame} * format.bitsPerChannel;
+  const bool isPacked = usedBits == 8 * uint64_t{format.bytesPerFrame};
+  format.formatFlags = (flags & kFileFlagFloat) != 0 ? AudioFormat::kIsFloat : AudioFormat::kIsSignedInteger;
+  format.formatFlags |= (flags & kFileFlagLittleEndian) != 0 ? 0 : AudioFormat::kIsBigEndian;
+  format.formatFlags |= isPacked ? AudioFormat::kIsPacked : AudioFormat::kIsAlignedHigh;
+  return format;
+}
+
+std::optional<PacketTableHeader> packetTableHeader(FileBytes& bytes, const AudioFileContents& contents) {
+  const auto payload = headOf(bytes, contents, kPacketTableID, kPacketTableHeaderSize);
+  if (!payload) return std::nullopt;
+  ByteReader reader(*payload, std::endian::big);
+  PacketTableHeader header;
+  header.packets = reader.s64();
+  header.info.validFrames = reader.s64();
+  header.info.primingFrames = reader.s32();
+  header.info.remainderFrames = reader.s32();
+  if (reader.failed()) return std::nullopt;
+  return header;
+}
+
+std::optional<int64_t> packetCountOf(const AudioFileContents& contents, const std::optional<PacketTableHeader>& table) {
+  if (table && table->packets > 0) return table->packets;
+  const AudioChunk* data = contents.firstChunk(kDataID);
+  const uint32_t bytesPerPacket = contents.format->bytesPerPacket;
+  if (!data || bytesPerPacket == 0) return std::nullopt;
+  const uint64_t audioSize = data->size - std::min(data->size, kEditCountSize);
+  return static_cast<int64_t>(audioSize / bytesPerPacket);
+}
+
+// Whether the table's figures can be true: none is negative and, where the packets have a known length, all frames
+// together are those of the packets.
+bool isSane(const PacketTableHeader& table, const AudioFileContents& contents) {
+  const PacketTableInfo& info = table.info;
+  if (table.packets < 0 || info.validFrames < 0 || info.primingFrames < 0 || info.remainderFrames < 0) return false;
+  const uint32_t framesPerPacket = contents.format->framesPerPacket;
+  if (framesPerPacket == 0 || !contents.packetCount) return true;
+  const uint64_t frames = static_cast<uint64_t>(info.validFrames) + static_cast<uint64_t>(info.primingFrames) +
+                          static_cast<uint64_t>(info.remainderFrames);  // below 2^63 + 2^32
+  const auto packets = static_cast<uint64_t>(*contents.packetCount);
+  return frames % framesPerPacket == 0 && frames / framesPerPacket == packets;
+}
+
+// The text up to the next zero, or to the end; nullopt when nothing is left.
+std::optional<std::string_view> takeText(std::string_view& texts) {
+  if (texts.empty()) return std::nullopt;
+  const size_t end = texts.find('\0');
+  const std::string_view text = texts.substr(0, end);
+  texts.remove_prefix(end == std::string_view::npos ? texts.size() : end + 1);
+  return text;
+}
+
+}  // namespace
+
+std::optional<AudioFileContents> readCAF(FileBytes& bytes, std::string& refusal) {
+  const auto header = bytes.upTo(0, kFileHeaderSize);
+  if (!header) return std::nullopt;
+  ByteReader reader(*header, std::endian::big);
+  reader.skip(4);
+  const uint16_t version = reader.u16();
+  reader.skip(2);
+  if (reader.failed() || version != 1) {
+    refusal = reader.failed() ? "it ends inside its header" : "it is a CAF file of an unknown version";
+    return std::nullopt;
+  }
+  AudioFileContents contents{.kind = ContainerKind::caf};
+  if (!walk(bytes, contents, refusal)) return std::nullopt;
+  const auto description = headOf(bytes, contents, kDescriptionID, kDescriptionSize);
+  contents.format = description ? formatOf(*description) : std::nullopt;
+  if (!contents.format) {
+    refusal = description ? "its format chunk (desc) is too short" : "it has no format chunk (desc)";
+    return std::nullopt;
+  }
+  noteLayout(bytes, contents);
+  // The rule of these counts is part of a loop's identity: changing it gives loops of existing libraries other ids.
+  const auto table = packetTableHeader(bytes, contents);
+  contents.packetCount = packetCountOf(contents, table);
+  if (table && isSane(*table, contents)) contents.packetTable = table->info;
+  return contents;
+}
+
+std::optional<InfoDictionary> cafInfo(FileBytes& bytes, const AudioFileContents& contents) {
+  const auto payload = headOf(bytes, contents, kInfoID, kMaximumInfoSize);
+  if (!payload || payload->size() < 4) return std::nullopt;
+  const uint32_t count = ByteReader(*payload, std::endian::big).u32();
+  std::string_view texts(reinterpret_cast<const char*>(payload->data()), payload->size());
+  texts.remove_prefix(4);
+  InfoDictionary dictionary;
+  for (uint32_t i = 0; i < count; ++i) {
+    const auto key = takeText(texts);
+    const auto value = takeText(texts);
+    if (!key || !value) break;
+    addInfo(dictionary, infoText(*key), infoText(*value));
+  }
+  const auto comment = dictionary.find("comment");
+  if (comment != dictionary.end() && !dictionary.contains("comments")) dictionary["comments"] = comment->second;
+  return dictionary;
+}
+
+}  // namespace vesk

@@ -1,0 +1,343 @@
+#include "support/AudioFixture.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace fixture {
+namespace {
+
+Builder& append(Builder& builder, uint64_t value, int bytes, bool bigEndian) {
+  for (int i = 0; i < bytes; ++i) {
+    const int shift = 8 * (bigEndian ? bytes - 1 - i : i);
+    builder.u8(static_cast<uint8_t>(value >> shift));
+  }
+  return builder;
+}
+
+Builder& appendChunk(Builder& builder, const Chunk& chunk, bool bigEndian) {
+  builder.field(chunk.id, 4);
+  append(builder, chunk.declaredSize.value_or(chunk.payload.size()), 4, bigEndian);
+  builder.raw(chunk.payload);
+  if (chunk.payload.size() % 2 == 1 && chunk.hasPad) builder.u8(chunk.pad);
+  return builder;
+}
+
+std::vector<Chunk> joined(std::vector<Chunk> first, const std::vector<Chunk>& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+size_t audioBytes(int channels, uint32_t frames, int bits) {
+  return static_cast<size_t>(channels) * frames * (static_cast<size_t>(bits + 7) / 8);
+}
+
+}  // namespace
+
+Builder& Builder::raw(std::span<const std::byte> more) {
+  bytes.insert(bytes.end(), more.begin(), more.end());
+  return *this;
+}
+
+Builder& Builder::text(std::string_view value) {
+  return raw(std::as_bytes(std::span(value)));
+}
+
+Builder& Builder::field(std::string_view value, size_t width) {
+  const std::string_view kept = value.substr(0, width);
+  return text(kept).zeros(width - kept.size());
+}
+
+Builder& Builder::zeros(size_t count, uint8_t value) {
+  bytes.insert(bytes.end(), count, std::byte{value});
+  return *this;
+}
+
+Builder& Builder::u8(uint8_t value) {
+  bytes.push_back(std::byte{value});
+  return *this;
+}
+
+Builder& Builder::u16be(uint16_t value) {
+  return append(*this, value, 2, true);
+}
+Builder& Builder::u32be(uint32_t value) {
+  return append(*this, value, 4, true);
+}
+Builder& Builder::u64be(uint64_t value) {
+  return append(*this, value, 8, true);
+}
+Builder& Builder::u16le(uint16_t value) {
+  return append(*this, value, 2, false);
+}
+Builder& Builder::u32le(uint32_t value) {
+  return append(*this, value, 4, false);
+}
+Builder& Builder::u64le(uint64_t value) {
+  return append(*this, value, 8, false);
+}
+Builder& Builder::f32le(float value) {
+  return u32le(std::bit_cast<uint32_t>(value));
+}
+Builder& Builder::f64be(double value) {
+  return u64be(std::bit_cast<uint64_t>(value));
+}
+
+Builder& Builder::f80be(double value) {
+  if (value == 0) return zeros(10);
+  int exponent = 0;
+  const double fraction = std::frexp(std::fabs(value), &exponent);  // 0.5 to 1
+  const uint16_t sign = std::signbit(value) ? 0x8000 : 0;
+  u16be(static_cast<uint16_t>(sign | (exponent - 1 + 16383)));
+  return u64be(static_cast<uint64_t>(std::ldexp(fraction, 64)));
+}
+
+Bytes bytesOf(std::string_view text) {
+  return Builder{}.text(text).bytes;
+}
+
+Bytes bytesFromHex(std::string_view hex) {
+  std::string digits;
+  for (const char c : hex) {
+    if (c != ' ' && c != '-') digits += c;
+  }
+  Bytes bytes;
+  for (size_t i = 0; i + 1 < digits.size(); i += 2) {
+    bytes.push_back(static_cast<std::byte>(std::strtoul(digits.substr(i, 2).c_str(), nullptr, 16)));
+  }
+  return bytes;
+}
+
+void writeFile(const std::string& path, std::span<const std::byte> bytes) {
+  std::FILE* file = std::fopen(path.c_str(), "wb");
+  const bool written = file && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+  const bool closed = file && std::fclose(file) == 0;
+  if (written && closed) return;
+  std::fprintf(stderr, "cannot write the test file %s\n", path.c_str());
+  std::abort();
+}
+
+// --- Chunks and containers of any content ---
+
+Chunk chunk(std::string_view id, Bytes payload) {
+  return Chunk{.id = std::string(id), .payload = std::move(payload)};
+}
+Chunk chunk(std::string_view id, std::string_view text) {
+  return chunk(id, bytesOf(text));
+}
+
+Bytes formFile(std::string_view form, std::string_view type, const std::vector<Chunk>& chunks, const FormLies& lies) {
+  const bool bigEndian = form == "FORM" || form == "RIFX";
+  Builder body;
+  body.text(type);
+  for (const Chunk& each : chunks) appendChunk(body, each, bigEndian);
+  const bool isLong = form == "RF64" || form == "BW64";
+  const auto trueSize = isLong ? 0xFFFFFFFF : static_cast<uint32_t>(body.bytes.size());
+  Builder file;
+  file.text(form);
+  append(file, lies.size.value_or(trueSize), 4, bigEndian);
+  return file.raw(body.bytes).raw(lies.trailing).bytes;
+}
+
+Bytes cafFileOf(const std::vector<Chunk>& chunks) {
+  Builder file;
+  file.text("caff").u16be(1).u16be(0);
+  for (const Chunk& each : chunks) {
+    file.field(each.id, 4).u64be(each.declaredSize.value_or(each.payload.size())).raw(each.payload);
+  }
+  return file.bytes;
+}
+
+Chunk commChunk(int channels, uint32_t frames, int bits, double rate) {
+  return commChunk(channels, frames, bits, Builder{}.f80be(rate).bytes);
+}
+
+Chunk commChunk(int channels, uint32_t frames, int bits, const Bytes& extendedRate, std::string_view codec) {
+  Builder payload;
+  payload.u16be(static_cast<uint16_t>(channels)).u32be(frames).u16be(static_cast<uint16_t>(bits)).raw(extendedRate);
+  if (!codec.empty()) payload.field(codec, 4).u8(0).u8(0);  // an empty name with its pad
+  return chunk("COMM", payload.bytes);
+}
+
+Chunk ssndChunk(size_t audioBytes) {
+  return chunk("SSND", Builder{}.u32be(0).u32be(0).zeros(audioBytes).bytes);
+}
+
+Chunk fmtChunk(uint16_t tag, int channels, uint32_t rate, int bits, uint16_t blockAlign, bool bigEndian) {
+  Builder payload;
+  append(payload, tag, 2, bigEndian);
+  append(payload, static_cast<uint16_t>(channels), 2, bigEndian);
+  append(payload, rate, 4, bigEndian);
+  append(payload, static_cast<uint64_t>(rate) * blockAlign, 4, bigEndian);
+  append(payload, blockAlign, 2, bigEndian);
+  append(payload, static_cast<uint16_t>(bits), 2, bigEndian);
+  return chunk("fmt ", payload.bytes);
+}
+
+Chunk dataChunk(size_t audioBytes) {
+  return chunk("data", Builder{}.zeros(audioBytes).bytes);
+}
+
+Chunk ds64Chunk(uint64_t riffSize, uint64_t dataSize, uint64_t sampleCount) {
+  return chunk("ds64", Builder{}.u64le(riffSize).u64le(dataSize).u64le(sampleCount).u32le(0).bytes);
+}
+
+Chunk cafDescChunk(double rate, std::string_view format, uint32_t flags, uint32_t bytesPerPacket,
+                   uint32_t framesPerPacket, uint32_t channels, uint32_t bits) {
+  Builder payload;
+  payload.f64be(rate).field(format, 4).u32be(flags).u32be(bytesPerPacket).u32be(framesPerPacket);
+  return chunk("desc", payload.u32be(channels).u32be(bits).bytes);
+}
+
+Chunk cafDataChunk(size_t audioBytes) {
+  return chunk("data", Builder{}.u32be(0).zeros(audioBytes).bytes);
+}
+
+Chunk cafPaktChunk(int64_t packets, int64_t validFrames, int32_t priming, int32_t remainder, size_t tableBytes) {
+  Builder payload;
+  payload.u64be(static_cast<uint64_t>(packets)).u64be(static_cast<uint64_t>(validFrames));
+  payload.u32be(static_cast<uint32_t>(priming)).u32be(static_cast<uint32_t>(remainder)).zeros(tableBytes, 1);
+  return chunk("pakt", payload.bytes);
+}
+
+Chunk cafInfoChunk(const Pairs& pairs) {
+  Builder payload;
+  payload.u32be(static_cast<uint32_t>(pairs.size()));
+  for (const auto& [key, value] : pairs) payload.text(key).u8(0).text(value).u8(0);
+  return chunk("info", payload.bytes);
+}
+
+// --- Well-formed files of silence ---
+
+Bytes aiffFile(const std::vector<Chunk>& chunks, int channels, uint32_t frames, int bits, double rate) {
+  const Chunk sound = ssndChunk(audioBytes(channels, frames, bits));
+  return formFile("FORM", "AIFF", joined({commChunk(channels, frames, bits, rate), sound}, chunks));
+}
+
+Bytes aifcFile(std::string_view codec, const std::vector<Chunk>& chunks, int channels, uint32_t frames, int bits,
+               double rate) {
+  const Chunk version = chunk("FVER", Builder{}.u32be(0xA2805140).bytes);
+  const Chunk common = commChunk(channels, frames, bits, Builder{}.f80be(rate).bytes, codec);
+  const Chunk sound = ssndChunk(audioBytes(channels, frames, bits));
+  return formFile("FORM", "AIFC", joined({version, common, sound}, chunks));
+}
+
+Bytes wavFile(const std::vector<Chunk>& chunks, int channels, uint32_t frames, int bits, uint32_t rate) {
+  const auto blockAlign = static_cast<uint16_t>(audioBytes(channels, 1, bits));
+  const Chunk data = dataChunk(audioBytes(channels, frames, bits));
+  return formFile("RIFF", "WAVE", joined({fmtChunk(1, channels, rate, bits, blockAlign), data}, chunks));
+}
+
+Bytes cafFile(const std::vector<Chunk>& chunks, int channels, uint32_t frames, int bits, double rate) {
+  const auto bytesPerFrame = static_cast<uint32_t>(audioBytes(channels, 1, bits));
+  const Chunk desc =
+      cafDescChunk(rate, "lpcm", 0, bytesPerFrame, 1, static_cast<uint32_t>(channels), static_cast<uint32_t>(bits));
+  return cafFileOf(joined({desc, cafDataChunk(audioBytes(channels, frames, bits))}, chunks));
+}
+
+// A resource fork: header (offsets and lengths of data and map), the data (each a length and its bytes), and the map (a
+// copy of the header and 8 bytes, offsets of the type and the name list, the type list, the reference lists).
+Bytes soundDesignerFork(int sampleBytes, std::string_view rate, int channels) {
+  const auto pascal = [](const std::string& text) {
+    return Builder{}.u8(static_cast<uint8_t>(text.size())).text(text).bytes;
+  };
+  const std::vector<Bytes> values = {pascal(std::to_string(sampleBytes)), pascal(std::string(rate)),
+                                     pascal(std::to_string(channels))};
+  Builder data;
+  Builder references;
+  uint16_t id = 1000;
+  for (const Bytes& value : values) {
+    references.u16be(id++).u16be(0xFFFF).u32be(static_cast<uint32_t>(data.bytes.size())).u32be(0);
+    data.u32be(static_cast<uint32_t>(value.size())).raw(value);
+  }
+  Builder map;
+  map.zeros(16 + 8).u16be(28).u16be(static_cast<uint16_t>(28 + 10 + references.bytes.size()));
+  map.u16be(0).text("STR ").u16be(static_cast<uint16_t>(values.size() - 1)).u16be(10).raw(references.bytes);
+  Builder fork;
+  const auto dataLength = static_cast<uint32_t>(data.bytes.size());
+  fork.u32be(256).u32be(256 + dataLength).u32be(dataLength).u32be(static_cast<uint32_t>(map.bytes.size()));
+  return fork.zeros(240).raw(data.bytes).raw(map.bytes).bytes;
+}
+
+Bytes appleDouble(const Bytes& resourceFork) {
+  Builder file;
+  file.u32be(0x00051607).u32be(0x00020000).zeros(16).u16be(2);
+  file.u32be(9).u32be(50).u32be(32);                                          // entry 9: finder info
+  file.u32be(2).u32be(82).u32be(static_cast<uint32_t>(resourceFork.size()));  // entry 2: resource fork
+  return file.zeros(32).raw(resourceFork).bytes;
+}
+
+// --- Payloads of the tagging chunks ---
+
+Bytes bascPayload(int32_t beats, int16_t rootNote, int16_t keyType, int16_t signatureTop, int16_t signatureBottom,
+                  int16_t fileType, size_t size) {
+  Builder payload;
+  payload.u32be(1).u32be(static_cast<uint32_t>(beats));
+  for (const int16_t value : {rootNote, keyType, signatureTop, signatureBottom, fileType}) {
+    payload.u16be(static_cast<uint16_t>(value));
+  }
+  payload.bytes.resize(size, std::byte{0});
+  return payload.bytes;
+}
+
+Bytes catePayload(std::string_view type, std::string_view subType, std::string_view genre, const Texts& descriptors) {
+  Builder payload;
+  payload.u32be(1).field(type, 50).field(subType, 50).field(genre, 50).zeros(66);
+  payload.u16be(static_cast<uint16_t>(descriptors.size()));
+  for (const std::string& descriptor : descriptors) payload.field(descriptor, 50);
+  return payload.bytes;
+}
+
+Bytes cateV2Payload(std::string_view type, std::string_view subType, std::string_view genre, const Texts& descriptors,
+                    std::string_view collection, std::string_view theme) {
+  Builder payload;
+  payload.u32be(2).field(type, 50).field(subType, 50).field(genre, 50).zeros(66);
+  payload.field(collection, 50).field(theme, 50).u16be(0).u16be(static_cast<uint16_t>(descriptors.size()));
+  for (const std::string& descriptor : descriptors) payload.field(descriptor, 50);
+  return payload.bytes;
+}
+
+Bytes collPayload(std::string_view collection, std::string_view theme) {
+  return Builder{}.u32be(1).field(collection, 50).field(theme, 50).bytes;
+}
+
+Bytes acidPayload(uint32_t flags, uint16_t rootNote, uint32_t beats, uint16_t signatureTop, uint16_t signatureBottom,
+                  float tempo) {
+  Builder payload;
+  payload.u32le(flags).u16le(rootNote).u16le(0x8000).u32le(0).u32le(beats).u16le(signatureTop).u16le(signatureBottom);
+  return payload.f32le(tempo).bytes;
+}
+
+Bytes comtPayload(const Texts& comments) {
+  Builder payload;
+  payload.u16be(static_cast<uint16_t>(comments.size()));
+  for (const std::string& comment : comments) {
+    payload.u32be(0).u16be(0).u16be(static_cast<uint16_t>(comment.size())).text(comment);
+    if (comment.size() % 2 == 1) payload.u8(0);
+  }
+  return payload.bytes;
+}
+
+Bytes uuidPayload(std::string_view identifierHex, std::span<const std::byte> payload) {
+  return Builder{}.raw(bytesFromHex(identifierHex)).raw(payload).bytes;
+}
+
+Bytes searchInfoPayload(const Pairs& entries) {
+  Builder payload;
+  payload.u32be(static_cast<uint32_t>(entries.size()));
+  for (const auto& [key, value] : entries) payload.text(key).u8(0).text(value).u8(0);
+  return uuidPayload(kSearchInfoID, payload.bytes);
+}
+
+Bytes infoListPayload(const Pairs& entries) {
+  Builder payload;
+  payload.text("INFO");
+  for (const auto& [id, value] : entries) {
+    appendChunk(payload, chunk(id, Builder{}.text(value).u8(0).bytes), false);
+  }
+  return payload.bytes;
+}
+
+}  // namespace fixture

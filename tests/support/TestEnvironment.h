@@ -1,0 +1,99 @@
+// What tests put in place of the real surroundings: a folder of their own that vanishes with them, and an environment
+// that keeps everything in such a folder. Nothing of the user's is read or written.
+#pragma once
+
+#include "platform/Environment.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+// An empty folder "/tmp/vesk-XXXXXX" whose name holds no keyword; removed with all it holds at the end.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder();
+
+  const std::string& path() const { return m_path; }  // links resolved, without a trailing "/"
+  std::string path(std::string_view relative) const;  // of something below; creates nothing
+  // Creates the folders above it; each answers the absolute path.
+  std::string addFile(std::string_view relative, std::string_view contents) const;
+  std::string addFolder(std::string_view relative) const;
+
+ private:
+  std::string m_path;
+};
+
+// Everything below one temporary folder: home/, home/Music, home/.local/share, machine/, state/, cache/. Preferences
+// live in memory. Files are classified by content, as by the default environment. Set it up before other threads use
+// it.
+class TestEnvironment : public vesk::Environment {
+ public:
+  // Takes the environment out again, so that the default one answers.
+  class Guard {
+   public:
+    explicit Guard(std::shared_ptr<TestEnvironment> environment);
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+    ~Guard();
+    TestEnvironment& operator*() const { return *m_environment; }
+    TestEnvironment* operator->() const { return m_environment.get(); }
+
+   private:
+    std::shared_ptr<TestEnvironment> m_environment;
+  };
+
+  // Makes a new one the shared environment until the guard ends: `const auto environment = TestEnvironment::install();`
+  [[nodiscard]] static Guard install();
+
+  TestEnvironment();
+
+  const std::string& folder() const { return m_folder.path(); }
+  void setLocale(std::string identifier) { m_locale = std::move(identifier); }
+  void setLocalizedString(std::string_view key, std::string_view text, std::string_view table = "Localizable");
+  void setHostResource(std::string_view name, std::string_view type, std::string path);
+  void setFilePackage(std::string path) { m_packages.push_back(std::move(path)); }
+  // With nullopt musicFolder() fails, with the reason "no music folder"; libraryFolders() answers none with {}.
+  void setMusicFolder(std::optional<std::string> path) { m_musicFolder = std::move(path); }
+  void setLibraryFolders(vesk::Domain domain, std::vector<std::string> paths);
+  std::vector<std::string> logLines() const;
+  // Whether any logged line holds `part`.
+  bool hasLogged(std::string_view part) const;
+
+  std::string homeFolder() const override;
+  std::optional<std::string> musicFolder(std::string* error) const override;
+  std::vector<std::string> libraryFolders(vesk::Domain domain) const override;
+  std::string stateFolder() const override;
+  std::string cacheFolder() const override;
+  std::optional<std::string> preference(std::string_view key) const override;
+  void setPreference(std::string_view key, std::optional<std::string_view> value) override;
+  std::optional<std::string> localizedString(std::string_view key, std::string_view table) const override;
+  std::string localeIdentifier() const override { return m_locale; }
+  std::optional<std::string> hostResource(std::string_view name, std::string_view type) const override;
+  bool isFilePackage(const std::string& path) const override;
+  std::optional<std::string> fileTypeCode(const std::string& path) const override;
+  void log(std::string_view message) override;
+
+ private:
+  using TextPairs = std::map<std::pair<std::string, std::string>, std::string>;
+
+  TemporaryFolder m_folder;
+  std::string m_locale = "en_US";
+  std::optional<std::string> m_musicFolder;
+  std::vector<std::string> m_userLibraries;
+  std::vector<std::string> m_machineLibraries;
+  std::vector<std::string> m_packages;
+  TextPairs m_localizedStrings;  // by key and table
+  TextPairs m_hostResources;     // by name and type
+  vesk::DefaultEnvironment m_classifier;
+  mutable std::mutex m_mutex;  // guards what follows
+  std::map<std::string, std::string, std::less<>> m_preferences;
+  std::vector<std::string> m_logLines;
+};
