@@ -1,0 +1,29 @@
+// A keyword with the text that is shown for it, and the lookup of such texts. Plain values.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+struct LCLocalizedString {
+  // The text of `key` in the table "Localizable" of the environment; the key itself when there is none.
+  static std::string forKey(std::string_view key);
+};
+
+class LCLocalizedKeyword {
+ public:
+  explicit LCLocalizedKeyword(std::string keyword);  // initWithKeyword:
+
+  const std::string& keyword() const { return m_keyword; }
+  const std::string& localizedKeyword() const { return m_localizedKeyword; }
+  static LCLocalizedKeyword localizedKeyword(std::string keyword) { return LCLocalizedKeyword(std::move(keyword)); }
+
+  bool operator==(const LCLocalizedKeyword& other) const { return m_keyword == other.m_keyword; }
+  int caseInsensitiveCompare(const LCLocalizedKeyword& other) const;
+  int localizedCompare(const LCLocalizedKeyword& other) const;  // plain and literal, in spite of its name
+  std::string description() const;                              // "<none>" when the text is empty
+
+ private:
+  std::string m_keyword;
+  std::string m_localizedKeyword;
+};

@@ -1,0 +1,58 @@
+#include "model/LCMetaInfo.h"
+
+#include "model/LCArchivedFields.h"
+
+LCMetaInfo LCMetaInfo::metaInfoInstanceOfType(int64_t type) {
+  LCMetaInfo info;
+  if (type == kWeightedInstrumentKeyword) info.type = type;
+  return info;
+}
+
+vesk::Value LCMetaInfo::archivedObject() const {
+  vesk::ArchivedObject object;
+  if (type == kWeightedInstrumentKeyword) object.classNames.push_back("LCWeightedInstrumentKeyword");
+  object.classNames.insert(object.classNames.end(), {"LCMetaInfo", "NSObject"});
+  object.fields["doubleValueV1"] = static_cast<double>(static_cast<float>(doubleValue));
+  object.fields["integerValueV1"] = integerValue;
+  object.fields["typeV1"] = type;
+  if (stringValue) object.fields["stringValueV1"] = *stringValue;
+  return std::make_shared<const vesk::ArchivedObject>(std::move(object));
+}
+
+std::optional<LCMetaInfo> LCMetaInfo::fromArchivedObject(const vesk::Value& value) {
+  if (!value.object() || !isMetaInfo(*value.object())) return std::nullopt;
+  LCArchivedFields fields(value.object()->fields);
+  LCMetaInfo info;
+  info.doubleValue = static_cast<float>(fields.number("doubleValueV1").value_or(vesk::Number()).doubleValue());
+  info.integerValue = fields.number("integerValueV1").value_or(vesk::Number()).integerValue();
+  info.type = fields.number("typeV1").value_or(vesk::Number()).integerValue();
+  info.stringValue = fields.string("stringValueV1");
+  return fields.isValid() ? std::optional(info) : std::nullopt;
+}
+
+std::optional<std::vector<LCMetaInfo>> LCMetaInfo::fromArchivedObjects(const vesk::Array& objects, size_t archiveSize) {
+  size_t budget = 16 * archiveSize;
+  std::vector<LCMetaInfo> infos;
+  for (const vesk::Value& object : objects) {
+    std::optional<LCMetaInfo> info = fromArchivedObject(object);
+    if (!info) continue;
+    const size_t size = sizeof(LCMetaInfo) + info->stringValue.value_or("").size();
+    if (size > budget) return std::nullopt;
+    budget -= size;
+    infos.push_back(std::move(*info));
+  }
+  return infos;
+}
+
+// Archives made elsewhere may name the class differently; its two characteristic fields tell it.
+bool LCMetaInfo::isMetaInfo(const vesk::ArchivedObject& object) {
+  if (isKindOfClass(object, "LCMetaInfo")) return true;
+  return object.fields.contains("typeV1") && object.fields.contains("doubleValueV1");
+}
+
+LCMetaInfo LCWeightedInstrumentKeyword::metaInfo() const {
+  LCMetaInfo info = LCMetaInfo::metaInfoInstanceOfType(LCMetaInfo::kWeightedInstrumentKeyword);
+  info.stringValue = keywordTitle;
+  info.doubleValue = weight;
+  return info;
+}

@@ -1,0 +1,19 @@
+// Kinds of loop content. A stored number: the column "hasMidi" and every archive hold it.
+#pragma once
+
+#include <cstdint>
+
+using LCVireoLoopType = int64_t;
+inline constexpr LCVireoLoopType kLoopTypeNone = -1;  // writers then write no tagging chunks
+inline constexpr LCVireoLoopType kLoopTypeAudio = 0;
+inline constexpr LCVireoLoopType kLoopTypeMIDI = 1;
+inline constexpr LCVireoLoopType kLoopTypeDrummer = 2;
+inline constexpr LCVireoLoopType kLoopTypeRangeMember = 3;  // no parser assigns it
+inline constexpr LCVireoLoopType kLoopTypePercussionDrummer = 4;
+inline constexpr LCVireoLoopType kLoopTypeBassPlayer = 5;
+inline constexpr LCVireoLoopType kLoopTypeStepSequencer = 6;
+
+// True exactly for 2, 3, 4 and 5, the generated-instrument loops.
+constexpr bool LCVireoLoopTypeIsGenInst(LCVireoLoopType type) {
+  return static_cast<uint64_t>(type) - 2 < 4;
+}

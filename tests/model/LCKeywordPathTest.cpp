@@ -1,0 +1,153 @@
+// Keywords in paths. Expected sets are written as one text, joined by ",".
+#include "model/LCKeywordHelper.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+namespace {
+
+std::string listed(const vesk::StringSet& words) {
+  return vesk::text::joined(words, ",");
+}
+
+std::string keywordsInPath(std::string_view path) {
+  return listed(LCKeywordHelper::extractTagsFromFileURL(vesk::URL::fileURLWithPath(path, false)));
+}
+
+// The rules themselves, with an empty word list or one of the test's own; the built-in one comes back afterwards.
+class KeywordsInPaths : public ::testing::Test {
+ protected:
+  void SetUp() override { LCKeywordHelper::setSearchKeyTranslation(""); }
+  void TearDown() override { LCKeywordHelper::loadSearchKeyTranslation(); }
+};
+
+TEST_F(KeywordsInPaths, ATrailingNumberGoesWithTheBlanksBeforeItAndAllAfterIt) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"Snare 12", "Snare"},
+      {"Snare 12 x", "Snare"},
+      {"Bell 3 Tom", "Bell"},
+      {"Gong 4 5", "Gong 4"},
+      {"Snare  01b", "Snare"},
+      {"909 Tom", "909 Tom"},
+      {"Tom03", "Tom03"},
+      {"Tom-3", "Tom-3"},
+      {"Drum Kit", "Drum Kit"},
+      {" 7", " 7"},
+      {"12", "12"},
+      {"", ""},
+      {"Tüb\xC3\xA9 3", "Tüb\xC3\xA9"},
+  };
+  for (const auto& [word, stripped] : cases) EXPECT_EQ(LCKeywordHelper::stripTrailingDigits(word), stripped) << word;
+}
+
+TEST_F(KeywordsInPaths, AWordWithADigitAnywhereHasASecondFormWithoutOuterDigits) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"9 Gong 9", "9 Gong,Gong"}, {"Gong7", "Gong,Gong7"},    {"Gong", "Gong"}, {"4x4", "4x4,x"},
+      {"Tom 1 b", "Tom,Tom 1 b"},  {"2 \tTom", "2 \tTom,Tom"}, {"303", "303"},   {"", ""},
+  };
+  for (const auto& [word, forms] : cases) EXPECT_EQ(listed(LCKeywordHelper::normalizeWord(word)), forms) << word;
+}
+
+TEST_F(KeywordsInPaths, AreWholeComponentsTheirPartsAndNeighbouringParts) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"/a1/Bass/Electric Bass 01.caf", "Bass,Electric,Electric Bass"},
+      {"/a1/zap/Gong7.wav", "Gong,Percussion"},
+      {"/a1/zap/my dark drone.aif", "Dark"},
+      {"/srv/choir/Pad.aif", "Choir,Vocals"},                     // every folder counts
+      {"/a1/zap/Slide_Guitar_Lick.wav", "Guitars,Slide Guitar"},  // a pair joined by a blank
+      {"/a1/zap/Slide_Guitar-Lick.wav", ""},                      // separators are tried one at a time
+      {"/a1/zap/Drum  Kit.wav", ""},                              // the empty part stands between them
+      {"/a1/zap/Tom.Gong.wav", ""},                               // a dot does not part words
+      {"/a1/zap/French_Horn_Tuba_2.caf", "French Horn,Horn/Wind,Tuba"},
+      {"/a1/zap/HI-HAT.caf", "Drums,Hi-hat"},
+      {"/a1/Woodwind/q1.aif", "Woodwind"},
+      {"/a1/Dry Part-Fill/q1.aif", "Dry,Fill"},  // "Part" never stands alone
+      {"/a1/zap/q1.Tom", ""},                    // the extension is none of it
+      {"/a1/zap/q1", ""},
+  };
+  for (const auto& [path, keywords] : cases) EXPECT_EQ(keywordsInPath(path), keywords) << path;
+}
+
+TEST_F(KeywordsInPaths, ShortComponentsAndPartsDoNotCount) {
+  LCKeywordHelper::setSearchKeyTranslation(
+      "<plist><dict><key>k</key><string>Kick</string><key>kx</key><string>Tom</string>"
+      "<key>\xF0\x9D\x84\x9E</key><string>Gong</string></dict></plist>");
+  EXPECT_EQ(keywordsInPath("/a1/kx/q1.wav"), "");              // a component of two characters
+  EXPECT_EQ(keywordsInPath("/a1/kx kx/q1.wav"), "Drums,Tom");  // parts of two
+  EXPECT_EQ(keywordsInPath("/a1/k kk/q1.wav"), "");            // a part of one
+  EXPECT_EQ(keywordsInPath("/a1/kx\xF0\x9D\x84\x9E/q1.wav"), "");
+}
+
+TEST_F(KeywordsInPaths, AWordIsReplacedByAllItsTranslations) {
+  LCKeywordHelper::setSearchKeyTranslation(
+      "<plist><dict><key>BONG</key><array><string>Bongo</string><string>Snare</string><integer>7</integer></array>"
+      "<key>bong</key><string>Dry</string><key>Tom</key><string>Kick</string><key>Dark</key><string>nothing</string>"
+      "<key>a key of more than twenty-nine characters</key><string>Choir</string>"
+      "<key>t\xC3\xB6m</key><string>Choir</string></dict></plist>");
+  EXPECT_EQ(listed(LCKeywordHelper::normalizeWord("Bong 1")), "Bongo,Dry,Snare");
+  EXPECT_EQ(listed(LCKeywordHelper::examineWord("tom")), "Drums,Kick");  // the word itself is gone
+  EXPECT_EQ(listed(LCKeywordHelper::examineWord("Dark")), "");
+  EXPECT_EQ(listed(LCKeywordHelper::examineWord("A key of more than twenty-nine, cut")), "Choir,Vocals");
+  EXPECT_EQ(listed(LCKeywordHelper::examineWord("t\xC3\xB6m")), "");  // keys are ASCII
+  LCKeywordHelper::setSearchKeyTranslation("no property list");
+  EXPECT_EQ(listed(LCKeywordHelper::examineWord("tom")), "Drums,Tom");
+}
+
+TEST_F(KeywordsInPaths, FillTheTagsByKindAndLeaveTheOthersMissing) {
+  LCKeywordHelper helper(vesk::URL::fileURLWithPath("/a1/Techno/Dark_Dry/Mixed/Tom Kick 2.wav", false));
+  EXPECT_EQ(helper.genreTag, "Techno");
+  EXPECT_EQ(helper.descriptors, (vesk::StringSet{"Dark", "Dry"}));
+  EXPECT_EQ(helper.instrumentTypeTag, "Drums");  // brought by the sub-type, although "Mixed" is the last
+  EXPECT_EQ(helper.instrumentSubTypeTag, "Tom");
+  helper.extractKeywordsFromFileURL(vesk::URL::fileURLWithPath("/a1/Drums/Mixed/zap.wav", false));
+  EXPECT_EQ(helper.instrumentTypeTag, "Mixed");  // the last of "Drums" and "Mixed"
+  helper.extractKeywordsFromFileURL(vesk::URL::fileURLWithPath("/a1/Intense.wav", false));
+  EXPECT_EQ(helper.descriptors, (vesk::StringSet{"Dark", "Dry", "Intense"}));
+
+  const LCKeywordHelper none(vesk::URL::fileURLWithPath("/a1/zap.wav", false));
+  EXPECT_FALSE(none.genreTag || none.descriptors || none.instrumentTypeTag || none.instrumentSubTypeTag);
+}
+
+RC_GTEST_PROP(KeywordsInAnyPath, AreKeywordsOfTheTaxonomyWithTheirParents, (const std::string& bytes)) {
+  const vesk::URL url = vesk::URL::fileURLWithPath("/a1/Gong/" + bytes, false);
+  const vesk::StringSet found = LCKeywordHelper::extractTagsFromFileURL(url);
+  for (const std::string& keyword : found) {
+    RC_ASSERT(LCKeywordHelper::allKeywords().contains(keyword));
+    const auto parent = LCKeywordHelper::parentKeywordForKeyword(keyword);
+    RC_ASSERT(!parent || found.contains(*parent));
+  }
+}
+
+TEST(BuiltInWordList, FindsWhatProducersWrite) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"BD_01.aiff", "Drums,Kick"},
+      {"HH2_04.aiff", "Drums,Hi-hat"},
+      {"Kick-Hard.wav", "Drums,Kick"},
+      {"24Ride-1.wav", "Cymbal,Drums"},
+      {"HatClosed-Soft.wav", "Drums,Hi-hat"},
+      {"SnareRimshot-Med.wav", "Drums,Snare"},
+      {"TomFloor-Hard.wav", "Drums,Tom"},
+      {"124382__cubix__8bit-snare.wav", "Drums,Snare"},
+      {"HandClap.wav", "Percussion"},
+      {"Maraca-Hardest.wav", "Percussion,Shaker"},
+      {"BongoHi-Med.wav", "Bongo,Percussion"},
+      {"Djembe3 Slap.wav", "Percussion"},
+      {"Bass Drum 3.wav", "Bass,Drums,Kick"},
+      {"Acoustic_Gtr_Riff.caf", "Acoustic,Acoustic Guitar,Guitars"},
+      {"Bass Guitar 7.caf", "Bass,Electric Bass,Guitars"},
+      {"Female Vox.wav", "Female,Vocals"},
+      {"HipHop DrumLoop 90bpm.wav", "Drums,Hip Hop"},
+  };
+  for (const auto& [name, keywords] : cases)
+    EXPECT_EQ(keywordsInPath(std::string("/a1/zap/") + name), keywords) << name;
+}
+
+TEST(BuiltInWordList, LeavesEverydayFoldersAlone) {
+  for (const char* folder : {"/home/user/Music/Old Stuff", "/media/user/Backup Disk 2", "/home/user/FL Studio/Projects",
+                             "/home/user/Voice Memos", "/home/user/New EP", "/scratch/tmp/vinyl rips", "/mnt/c/Users",
+                             "/home/user/Good Vibes", "/home/user/China Trip", "/home/user/Video Games"}) {
+    EXPECT_EQ(keywordsInPath(folder + std::string("/take 7.wav")), "") << folder;
+  }
+}
+
+}  // namespace
