@@ -1,0 +1,21 @@
+// "COMT", the comments chunk of AIFF files, of which we read the first comment. Numbers are big-endian.
+//   offset 0  uint16  number of comments     offset 6  int16   marker id
+//   offset 2  uint32  time stamp             offset 8  uint16  length of the text
+//                                            offset 10 the text
+// A plain value: no I/O.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+struct LCCommentsChunk {
+  static constexpr uint64_t kLargestSize = 10 + 0xFFFF;  // of the first comment; nothing behind it is read
+
+  std::string text;  // without white space at either end
+
+  // nullopt when there is no comment, its length is 0 or more than the payload holds, or it is no UTF-8.
+  static std::optional<LCCommentsChunk> decode(std::span<const std::byte> payload);
+};

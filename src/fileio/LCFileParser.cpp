@@ -1,0 +1,346 @@
+#include "fileio/LCFileParser.h"
+
+#include "fileio/LCAIFParser.h"
+#include "fileio/LCCAFParser.h"
+#include "fileio/LCChunkIDs.h"
+#include "fileio/LCMetaDataParser.h"
+#include "fileio/LCRexFileParser.h"
+#include "fileio/LCSDIIParser.h"
+#include "fileio/LCWAVParser.h"
+#include "fileio/MurmurHash.h"
+#include "fileio/TempoFromFileName.h"
+#include "model/LCKeywordHelper.h"
+#include "model/LCNodeTypesHelper.h"
+#include "platform/KeyedArchive.h"
+#include "platform/Path.h"
+
+#include <fmt/format.h>
+
+#include <atomic>
+#include <cmath>
+
+namespace {
+
+std::atomic<unsigned char> allowsSDIIFiles{0};
+std::atomic<unsigned char> allowsKeywordExtractionFromPath{1};
+
+using Reason = LCParserFailure::Reason;
+
+}  // namespace
+
+// --- Factory ---------------------------------------------------------------------------------------------------------
+
+namespace {
+
+Reason reasonOf(vesk::OpenError error) {
+  switch (error) {
+    case vesk::OpenError::notFound:
+      return Reason::notFound;
+    case vesk::OpenError::notReadable:
+      return Reason::unreadable;
+    case vesk::OpenError::none:
+    case vesk::OpenError::notAudio:
+    case vesk::OpenError::malformed:
+      break;
+  }
+  return Reason::malformed;
+}
+
+template <typename Parser>
+std::unique_ptr<LCFileParser> openContainer(const vesk::URL& url, bool isBigEndian, LCParserFailure& failure) {
+  auto error = vesk::OpenError::none;
+  std::string detail;
+  auto audioFile = vesk::AudioFile::open(url.path(), &error, &detail);
+  if (!audioFile) {
+    failure = {.reason = reasonOf(error), .detail = std::move(detail)};
+    return nullptr;
+  }
+  return std::make_unique<Parser>(url, std::move(audioFile), isBigEndian);
+}
+
+std::unique_ptr<LCFileParser> openLoopData(const vesk::URL& url, bool, LCParserFailure&) {
+  return std::make_unique<LCMetaDataParser>(url);
+}
+
+std::unique_ptr<LCFileParser> openREX(const vesk::URL& url, bool isBigEndian, LCParserFailure& failure) {
+  auto parser = LCRexFileParser::parserWithURL(url, isBigEndian);
+  if (!parser) failure = {.reason = Reason::unreadable, .detail = "the REX adapter has no data for it"};
+  return parser;
+}
+
+struct ParserChoice {
+  int32_t nodeType;
+  LCFileTypes fileType;
+  bool isBigEndian;
+  std::unique_ptr<LCFileParser> (*open)(const vesk::URL& url, bool isBigEndian, LCParserFailure& failure);
+};
+
+constexpr ParserChoice kParserChoices[] = {
+    {kNodeAIFF, kFileTypeAIFF, true, openContainer<LCAIFParser>},
+    {kNodeWAV, kFileTypeWAV, false, openContainer<LCWAVParser>},
+    {kNodeCAF, kFileTypeCAF, true, openContainer<LCCAFParser>},
+    {kNodeLoopData, kFileTypeLoopData, true, openLoopData},
+    {kNodeSoundDesigner2, kFileTypeSoundDesigner2, true, openContainer<LCSDIIParser>},
+    {kNodeREX, kFileTypeREX, true, openREX},
+};
+
+std::unique_ptr<LCFileParser> makeParser(const vesk::URL& url, LCFileTypes allowedFileTypes, LCParserFailure& failure) {
+  const std::string path = url.path();
+  const int32_t nodeType = LCNodeTypesHelper::nodeTypeFromPath(path);
+  for (const ParserChoice& choice : kParserChoices) {
+    if (choice.nodeType != nodeType) continue;
+    if ((allowedFileTypes & choice.fileType) != 0) return choice.open(url, choice.isBigEndian, failure);
+    failure = {.reason = Reason::notAllowed, .detail = "files of this type are not allowed"};
+    return nullptr;
+  }
+  if (nodeType == kNodeUnknown && !vesk::path::exists(path)) {
+    failure = {.reason = Reason::notFound, .detail = "there is no such file"};
+  } else {
+    failure = {.reason = Reason::unsupported, .detail = "no loop file, judged by its extension"};
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+LCFileTypes LCFileParser::defaultAllowedFileTypes() {
+  LCFileTypes types = kFileTypeAIFF | kFileTypeCAF | kFileTypeLoopData;
+  // Files of the other types seldom carry tags: without keywords from their paths they are no use.
+  if (!allowsKeywordExtractionFromPath) return types;
+  types |= kFileTypeWAV;
+  if (allowsSDIIFiles) types |= kFileTypeSoundDesigner2;
+  if (LCRexFileParser::rexFileAdapterRegistered()) types |= kFileTypeREX;
+  return types;
+}
+
+std::unique_ptr<LCFileParser> LCFileParser::fileParserForURL(const vesk::URL& url) {
+  return fileParserForURL(url, defaultAllowedFileTypes());
+}
+
+std::unique_ptr<LCFileParser> LCFileParser::fileParserForURL(const vesk::URL& url, LCFileTypes allowedFileTypes) {
+  return fileParserForURL(url, allowedFileTypes, nullptr);
+}
+
+std::unique_ptr<LCFileParser> LCFileParser::fileParserForURL(const vesk::URL& url, LCFileTypes allowedFileTypes,
+                                                             LCParserFailure* failure) {
+  LCParserFailure whyNot;
+  auto parser = makeParser(url, allowedFileTypes, whyNot);
+  if (failure) *failure = std::move(whyNot);
+  return parser;
+}
+
+void LCFileParser::setAllowsSDIIFiles(bool allows) {
+  allowsSDIIFiles = allows ? 1 : 0;
+}
+
+void LCFileParser::setAllowsKeywordExtractionFromPath(bool allows) {
+  allowsKeywordExtractionFromPath = allows ? 1 : 0;
+}
+
+LCFileParser::LCFileParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian)
+    : m_audioFile(std::move(audioFile)), m_isBigEndian(isBigEndian) {
+  m_fileData.emplace().storedFileURL = url;
+}
+
+const LCFileData* LCFileParser::fileData() {
+  parseEnhanced(false);
+  return m_fileData ? &*m_fileData : nullptr;
+}
+
+const LCFileData* LCFileParser::enhancedFileData() {
+  parseEnhanced(true);
+  return m_fileData ? &*m_fileData : nullptr;
+}
+
+// --- Find steps ------------------------------------------------------------------------------------------------------
+
+void LCFileParser::parseEnhanced(bool enhanced) {
+  if (!m_fileData) return;
+  m_fileData->enhancedFileDataAvailable = enhanced;
+  findMidiChunk();
+  findSearchInfo();
+  findLengthAndCalcTempo();
+  findFileInfo();
+  if (allowsKeywordExtractionFromPath || m_fileData->hasAuthoredChunks) completeKeywordsFromPath();
+  calcHash();
+}
+
+void LCFileParser::findMidiChunk() {
+  const auto isThere = [&](vesk::FourCC code) { return m_audioFile->userDataSize(code).value_or(0) > 0; };
+  const vesk::FourCC code = isThere(kMidiChunkCode) ? kMidiChunkCode : kDotMidChunkCode;
+  if (!isThere(code)) {
+    m_fileData->vireoLoopType = kLoopTypeAudio;
+    return;
+  }
+  m_fileData->vireoLoopType = kLoopTypeMIDI;
+  if (!m_fileData->enhancedFileDataAvailable) return;
+  if (auto data = chunkData(code)) m_fileData->midiData = std::move(*data);
+}
+
+namespace {
+
+// Valid frames of the packet table, else packets times frames per packet; 0 when the file does not say.
+int64_t frameCountOf(const vesk::AudioFile& file, const vesk::AudioFormat& format) {
+  if (const auto packetTable = file.packetTableInfo()) return packetTable->validFrames;
+  const int64_t packets = file.audioDataPacketCount().value_or(0);
+  int64_t frames = 0;
+  if (__builtin_mul_overflow(packets, int64_t{format.framesPerPacket}, &frames)) return 0;
+  return frames;
+}
+
+// 0 where the sample rate makes no sense.
+float lengthInSecondsOf(int64_t frameCount, double sampleRate) {
+  if (!(sampleRate > 0)) return 0.0f;
+  const auto length = static_cast<float>(static_cast<double>(frameCount) / sampleRate);
+  return std::isfinite(length) ? length : 0.0f;
+}
+
+bool isPlausibleTempo(float tempo) {
+  return tempo >= 5.0f && tempo <= 999.0f;
+}
+
+// The name's tempo when it is plausible, else that of beats and length; else what the name says, however odd, or 0.
+// Each narrowing to float is part of the rule: the tempo enters the loop's identity.
+float tempoOf(const LCFileData& record) {
+  const float namedTempo = findTempoInFileName(record.fileName().value_or("")).value_or(0.0f);
+  if (isPlausibleTempo(namedTempo)) return namedTempo;
+  if (record.signatureBottom == 0 || record.lengthInSeconds == 0.0f) return namedTempo;
+  const double beats = static_cast<float>(record.beatCount);
+  const double bottom = static_cast<float>(record.signatureBottom);
+  return static_cast<float>(beats * 240.0 / bottom) / record.lengthInSeconds;
+}
+
+}  // namespace
+
+void LCFileParser::findLengthAndCalcTempo() {
+  const auto format = m_audioFile->dataFormat();
+  if (!format) return;
+  m_fileData->frameCount = frameCountOf(*m_audioFile, *format);
+  m_fileData->lengthInSeconds = lengthInSecondsOf(m_fileData->frameCount, format->sampleRate);
+  const float tempo = tempoOf(*m_fileData);
+  m_fileData->bpm = tempo > 0.0f ? tempo : -1.0f;
+}
+
+void LCFileParser::findFileInfo() {
+  const auto info = m_audioFile->infoDictionary();
+  if (!info) return;
+  const auto textOf = [&](const char* key) -> std::optional<std::string> {
+    const auto found = info->find(key);
+    if (found == info->end()) return std::nullopt;
+    return vesk::text::trimmedNULs(found->second);
+  };
+  m_fileData->authorTag = textOf("artist");
+  m_fileData->copyrightTag = textOf("copyright");
+  m_fileData->commentTag = textOf("comments");
+  m_fileData->title = textOf("title");
+}
+
+void LCFileParser::completeKeywordsFromPath() {
+  if (m_fileData->anySearchTags()) return;
+  const auto url = m_fileData->fileURL();
+  if (!url) return;
+  LCKeywordHelper helper(*url);
+  m_fileData->instrumentTypeTag = std::move(helper.instrumentTypeTag);
+  m_fileData->instrumentSubTypeTag = std::move(helper.instrumentSubTypeTag);
+  m_fileData->genreTag = std::move(helper.genreTag);
+  m_fileData->descriptors = std::move(helper.descriptors);
+}
+
+// --- Payloads --------------------------------------------------------------------------------------------------------
+
+namespace {
+
+std::string textForKey(const vesk::Dictionary* dictionary, std::string_view key) {
+  const vesk::Value value = vesk::valueForKey(dictionary, key);
+  return value.string() ? *value.string() : std::string();
+}
+
+std::optional<vesk::Number> numberForKey(const vesk::Dictionary& dictionary, std::string_view key) {
+  const vesk::Value value = vesk::valueForKey(&dictionary, key);
+  if (!value.number()) return std::nullopt;
+  return *value.number();
+}
+
+std::optional<double> realForKey(const vesk::Dictionary& dictionary, std::string_view key) {
+  const auto number = numberForKey(dictionary, key);
+  if (!number) return std::nullopt;
+  return number->doubleValue();
+}
+
+// The loop type that a generated instrument gives; nullopt for an instrument that we do not know.
+std::optional<LCVireoLoopType> loopTypeOfCharacter(const vesk::Dictionary* character) {
+  const vesk::Value type = vesk::valueForKey(character, kGenInst_Type_Key);
+  if (type.isNil()) return kLoopTypeDrummer;
+  if (!type.string()) return std::nullopt;
+  if (*type.string() == kGenInst_Type_Drummer) return kLoopTypeDrummer;
+  if (*type.string() == kGenInst_Type_BassPlayer) return kLoopTypeBassPlayer;
+  if (*type.string() != kGenInst_Type_EDrummer) return std::nullopt;
+  const bool isPercussion = textForKey(character, kGenInst_Subtype_Key) == kGenInst_Subtype_Percussion;
+  return isPercussion ? kLoopTypePercussionDrummer : kLoopTypeDrummer;
+}
+
+// The members of an array or a set; null for anything else.
+const vesk::Array* membersOf(const vesk::Value& collection) {
+  return collection.array() ? collection.array() : collection.setMembers();
+}
+
+}  // namespace
+
+void LCFileParser::extractGenInstInfoFromData(std::span<const std::byte> data) {
+  const vesk::Value root = vesk::unarchivedRoot(data, kLCAdditionalData_Chunk_RootDict);
+  const vesk::Dictionary* dictionary = root.dictionary();
+  if (!dictionary) return;
+  if (m_fileData->enhancedFileDataAvailable) m_fileData->genInstDictionary = *dictionary;
+  if (dictionary->empty()) return;
+
+  const vesk::Value character = vesk::valueForKey(dictionary, kGenInst_Chunk_CharacterDict);
+  const vesk::Value genre = vesk::valueForKey(dictionary, kGenInst_Chunk_GenreDict);
+  if (const auto type = loopTypeOfCharacter(character.dictionary())) m_fileData->vireoLoopType = *type;
+
+  const std::string genreId = textForKey(genre.dictionary(), kGenInst_Identifier_Key);
+  const std::string characterId = textForKey(character.dictionary(), kGenInst_Identifier_Key);
+  if (genreId.empty() || characterId.empty()) return;
+  m_fileData->contentIdentifier = fmt::format("{}{}{}", genreId, kGenInstContentIdentifierSeparator, characterId);
+}
+
+// Every field is written, so that a key that is absent clears what an earlier chunk said.
+void LCFileParser::extractAdditionalLoopDataFromData(std::span<const std::byte> data) {
+  const vesk::Value root = vesk::unarchivedRoot(data, kLCAdditionalData_Chunk_RootDict, LCMetaInfo::isMetaInfo);
+  if (!root.dictionary() || root.dictionary()->empty()) return;
+  const vesk::Dictionary& dictionary = *root.dictionary();
+  LCFileData& record = *m_fileData;
+
+  record.integratedLoudness = realForKey(dictionary, kLCAdditionalData_LoopIntegratedLoudness_Key);
+  record.globalMaxTruePeak = realForKey(dictionary, kLCAdditionalData_LoopGlobalMaxTruePeak_Key);
+  record.targetIntegratedLoudness = realForKey(dictionary, kLCAdditionalData_LoopTargetIntegratedLoudness_Key);
+  record.iconId = numberForKey(dictionary, kLCAdditionalData_IconID_Key);
+  record.preferFileName = numberForKey(dictionary, kLCAdditionalData_PreferFileName_Key);
+  const auto patchInfo = numberForKey(dictionary, kLCAdditionalData_PatchInfo_Key);
+  record.patchInfo = patchInfo ? patchInfo->integerValue() : 0;
+  const vesk::Value metaInfos = vesk::valueForKey(&dictionary, kLCAdditionalData_MetaInfos_Key);
+  record.metaInfos.reset();
+  if (membersOf(metaInfos)) record.metaInfos = LCMetaInfo::fromArchivedObjects(*membersOf(metaInfos), data.size());
+  const vesk::Value taggings = vesk::valueForKey(&dictionary, kLCAdditionalData_Taggings_Key);
+  record.taggingDictionary.reset();
+  if (taggings.dictionary()) record.taggingDictionary = *taggings.dictionary();
+}
+
+void LCFileParser::extractStepSequencerDataFromData(std::span<const std::byte> data) {
+  if (!data.empty()) m_fileData->vireoLoopType = kLoopTypeStepSequencer;
+}
+
+std::optional<vesk::Bytes> LCFileParser::chunkData(vesk::FourCC code, std::optional<uint64_t> limit) const {
+  return m_audioFile->userData(code, 0, limit);
+}
+
+// --- Hash ------------------------------------------------------------------------------------------------------------
+
+// The text is a persisted format: loop ids are made of it. The file name stands as the file system holds it, composed
+// or not.
+void LCFileParser::calcHash() {
+  constexpr uint64_t kSeed = 7;
+  const std::string text = fmt::format("{} {} {} {:f} {}", vesk::text::joined(m_fileData->allKeywords(), ","),
+                                       m_fileData->fileName().value_or("(null)"), m_fileData->vireoLoopType,
+                                       static_cast<double>(m_fileData->bpm), m_fileData->frameCount);
+  m_fileData->hash = static_cast<int64_t>(MurmurHash64B(text.data(), static_cast<uint32_t>(text.size()), kSeed));
+}

@@ -1,0 +1,88 @@
+// LCFileParser turns one loop file into one loop record (LCFileData). The factory picks the parser by the file's
+// extension; the parser opens the file once, reads headers and tagging chunks, never the audio, and is thrown away
+// after use. A parser serves one file, once, on one thread. It logs nothing and throws nothing: what is missing, too
+// small or malformed leaves the record's defaults. The class-wide switches are set before indexing starts.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "model/LCFileData.h"
+#include "platform/audiofile/AudioFile.h"
+#include "platform/URL.h"
+
+// A set of container types that a caller admits.
+using LCFileTypes = uint32_t;
+inline constexpr LCFileTypes kFileTypeAIFF = 1;
+inline constexpr LCFileTypes kFileTypeCAF = 2;
+inline constexpr LCFileTypes kFileTypeWAV = 4;
+inline constexpr LCFileTypes kFileTypeLoopData = 8;
+inline constexpr LCFileTypes kFileTypeSoundDesigner2 = 16;
+inline constexpr LCFileTypes kFileTypeREX = 32;
+
+// Why there is no parser for a file, for messages to people.
+struct LCParserFailure {
+  enum class Reason {
+    none,         // there is a parser
+    unsupported,  // no container that we read, by its extension; folders too
+    notAllowed,   // its type is not among the allowed ones
+    notFound,
+    unreadable,  // the system does not let us read it, or a REX adapter does not
+    malformed,   // the contents are no audio container
+  };
+  Reason reason = Reason::none;
+  std::string detail;  // one sentence without the path; may be empty
+};
+
+class LCFileParser {
+ public:
+  virtual ~LCFileParser() = default;
+  LCFileParser(const LCFileParser&) = delete;
+  LCFileParser& operator=(const LCFileParser&) = delete;
+
+  static LCFileTypes defaultAllowedFileTypes();
+  // The parser for `url`; null when its extension is unknown, its type is not admitted or the file does not open.
+  [[nodiscard]] static std::unique_ptr<LCFileParser> fileParserForURL(const vesk::URL& url);
+  [[nodiscard]] static std::unique_ptr<LCFileParser> fileParserForURL(const vesk::URL& url,
+                                                                      LCFileTypes allowedFileTypes);
+  // The same; `failure` (may be null) then says why there is none.
+  [[nodiscard]] static std::unique_ptr<LCFileParser> fileParserForURL(const vesk::URL& url,
+                                                                      LCFileTypes allowedFileTypes,
+                                                                      LCParserFailure* failure);
+  static void setAllowsSDIIFiles(bool allows);                  // default no
+  static void setAllowsKeywordExtractionFromPath(bool allows);  // default yes; WAV, SDII and REX hang on it too
+
+  // The record without the bulky payloads; nullptr when there is none (REX without an adapter, undecodable loop
+  // metadata). Borrowed: it lives as long as the parser.
+  virtual const LCFileData* fileData();
+  // The record with MIDI, generated-instrument, event and step-sequencer data.
+  virtual const LCFileData* enhancedFileData();
+
+ protected:
+  LCFileParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian);
+
+  void parseEnhanced(bool enhanced);
+  // The find steps, in the order in which they run.
+  virtual void findMidiChunk();
+  virtual void findSearchInfo() {}
+  virtual void findLengthAndCalcTempo();
+  virtual void findFileInfo();
+
+  void extractGenInstInfoFromData(std::span<const std::byte> data);
+  void extractAdditionalLoopDataFromData(std::span<const std::byte> data);
+  void extractStepSequencerDataFromData(std::span<const std::byte> data);
+  void calcHash();
+
+  // The payload of the first chunk `code`, or its first `limit` bytes; nullopt when there is none or it cannot be read.
+  std::optional<vesk::Bytes> chunkData(vesk::FourCC code, std::optional<uint64_t> limit = std::nullopt) const;
+
+  std::optional<LCFileData> m_fileData;          // there whenever a find step runs
+  std::unique_ptr<vesk::AudioFile> m_audioFile;  // null for parsers that open none and replace the steps that need it
+  bool m_isBigEndian = true;
+
+ private:
+  void completeKeywordsFromPath();
+};
