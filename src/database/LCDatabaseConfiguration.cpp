@@ -1,0 +1,108 @@
+#include "database/LCDatabaseConfiguration.h"
+
+#include "database/LCDatabaseSchema.h"
+#include "database/LCSQLiteUtilities.h"
+#include "platform/Environment.h"
+#include "platform/Path.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+constexpr const char* kCurrentDatabaseName = "LoopsDatabaseV10.db";
+constexpr const char* kPreviousDatabaseName = "LoopsDatabaseV09.db";
+constexpr const char* kOldestDatabase = "Library/Application Support/Orrin/LoopsDatabaseV09.db";
+
+void logError(const std::string& reason) {
+  vesk::log(fmt::format("Error: {}", reason));
+}
+
+// Without a music folder of the system's, the usual place below the home folder; it may not exist.
+std::string musicFolder() {
+  std::string error;
+  if (const auto folder = vesk::Environment::shared().musicFolder(&error)) return *folder;
+  logError(error);
+  return vesk::path::appending(vesk::Environment::shared().homeFolder(), "Music");
+}
+
+// Leaves an existing target alone and no half of a copy behind. Failures are ignored: an empty database is created
+// later.
+void copyForward(const std::string& source, const std::string& target) {
+  if (!vesk::path::exists(source) || vesk::path::exists(target)) return;
+  std::error_code error;
+  std::filesystem::copy_file(source, target, error);
+  if (!error || error == std::errc::file_exists) return;
+  std::filesystem::remove(target, error);
+}
+
+}  // namespace
+
+LCDatabaseConfiguration::LCDatabaseConfiguration(std::string databaseFile, bool readOnly, int64_t schemaVersion)
+    : m_databaseFile(std::move(databaseFile)), m_readonly(readOnly), m_schemaVersion(schemaVersion) {}
+
+std::string LCDatabaseConfiguration::description() const {
+  return fmt::format("<LCDatabaseConfiguration: {}> {{databaseFile {} readonly: {} schemaVersion: {}}}", fmt::ptr(this),
+                     m_databaseFile, m_readonly ? "YES" : "NO", m_schemaVersion);
+}
+
+LCDatabaseConfiguration LCDatabaseConfiguration::defaultDatabaseConfiguration() {
+  return LCDatabaseConfiguration(LCSQLiteUtilities::databaseFile(), false, kDefaultDatabaseSchemaVersion);
+}
+
+std::string LCDatabaseConfiguration::defaultDatabaseFile() {
+  using namespace vesk::path;
+  const std::string folder = appending(appending(musicFolder(), "Audio Vesk"), "Databases");
+  const std::string oldest = appending(vesk::Environment::shared().homeFolder(), kOldestDatabase);
+  const std::string previous = resolvingSymlinks(appending(folder, kPreviousDatabaseName));
+  std::string error;
+  if (!isDirectory(resolvingSymlinks(folder)) && !createDirectories(folder, &error)) logError(error);
+  copyForward(oldest, previous);
+  std::string current = resolvingSymlinks(appending(folder, kCurrentDatabaseName));
+  copyForward(previous, current);
+  return current;
+}
+
+std::vector<std::string> LCDatabaseConfiguration::loopsTableColumnNamesForDatabaseSchemaVersion(int64_t schemaVersion) {
+  std::vector<std::string> names = {"id",
+                                    "fileURL",
+                                    "fileName",
+                                    "key",
+                                    "numberOfBeats",
+                                    "timeSignatureTop",
+                                    "timeSignatureBottom",
+                                    "tempo",
+                                    "keyType",
+                                    "fileType",
+                                    "hasMidi",
+                                    "theme",
+                                    "collection",
+                                    "comment",
+                                    "copyright",
+                                    "author",
+                                    "title",
+                                    "isWebLoop",
+                                    "lengthInSeconds",
+                                    "instrumentTypeId",
+                                    "instrumentSubTypeId",
+                                    "genreId",
+                                    "singleEnsembleKeywordId",
+                                    "partFillKeywordId",
+                                    "acousticElectricKeywordId",
+                                    "dryProcessedKeywordId",
+                                    "cleanDistortedKeywordId",
+                                    "cheerfulDarkKeywordId",
+                                    "relaxedIntenseKeywordId",
+                                    "groovingArrhythmicKeywordId",
+                                    "melodicDissonantKeywordId",
+                                    kLoopsContentIdentifierColumn,
+                                    kLoopsChineseTranscriptColumn};  // listed whether or not it was created
+  if (schemaVersion >= kPatchInfoListedSchemaVersion) {
+    names.push_back(kLoopsPatchInfoColumn);
+    names.push_back(kLoopsKSLoopTypeColumn);
+  }
+  return names;
+}

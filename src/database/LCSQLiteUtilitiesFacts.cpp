@@ -1,0 +1,91 @@
+#include "database/LCDatabaseSchema.h"
+#include "database/LCSQLiteUtilities.h"
+#include "database/LCStatement.h"
+
+#include <limits>
+
+// The side of LCSQLiteUtilities that keeps facts about a database in its table DatabaseMigrationInfos, a row each.
+
+namespace {
+
+struct Fact {
+  int64_t rowId = -1;  // -1: no row
+  int64_t value = 0;
+};
+
+Fact integerFact(sqlite3* connection, const char* selectSQL) {
+  LCStatement statement(connection, selectSQL);
+  if (!statement.step()) return {};
+  return {statement.int64At(0), statement.int64At(1)};
+}
+
+bool insertInteger(sqlite3* connection, const char* insertSQL, int64_t value) {
+  LCStatement statement(connection, insertSQL);
+  statement.bind(1, value);
+  return statement.run();
+}
+
+// A failed insert falls through to the update, which then fails too or finds no row.
+bool insertOrUpdateInteger(sqlite3* connection, const char* selectSQL, const char* insertSQL, int64_t value) {
+  if (connection == nullptr) return false;
+  const Fact fact = integerFact(connection, selectSQL);
+  if (fact.rowId == -1 && insertInteger(connection, insertSQL, value)) return true;
+  LCStatement update(connection, "UPDATE DatabaseMigrationInfos SET integerValue = ? WHERE id = ?;");
+  update.bind(1, value);
+  update.bind(2, fact.rowId);
+  return update.run();
+}
+
+}  // namespace
+
+int64_t LCSQLiteUtilities::databaseSchemaVersionForSQLite(sqlite3* connection) {
+  LCStatement statement(connection,
+                        "SELECT integerValue from DatabaseMigrationInfos WHERE key == 'DATABASE_SCHEMA_VERSION'");
+  return statement.step() ? statement.int64At(0) : -1;
+}
+
+bool LCSQLiteUtilities::setDatabaseSchemaVersion(int64_t schemaVersion, sqlite3* connection) {
+  return insertOrUpdateInteger(
+      connection, "SELECT id, integerValue from DatabaseMigrationInfos WHERE key == 'DATABASE_SCHEMA_VERSION'",
+      "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, integerValue) VALUES ('DATABASE_SCHEMA_VERSION', ?);",
+      schemaVersion);
+}
+
+int64_t LCSQLiteUtilities::lastExtraKeywordIdForSQLite(sqlite3* connection) {
+  return lastExtraKeywordIdFromDatabaseName(std::nullopt, connection);
+}
+
+int64_t LCSQLiteUtilities::lastExtraKeywordIdFromDatabaseName(const std::optional<std::string>& database,
+                                                              sqlite3* connection) {
+  if (connection == nullptr) return -1;
+  LCStatement statement(
+      connection, sqlFormat("SELECT integerValue from %@%@DatabaseMigrationInfos WHERE key == 'LAST_EXTRA_KEYWORD_ID'",
+                            {database.value_or(""), database ? "." : ""}));
+  return statement.step() ? statement.int64At(0) : std::numeric_limits<int64_t>::max();
+}
+
+bool LCSQLiteUtilities::setLastExtraKeywordId(int64_t keywordId, sqlite3* connection) {
+  return insertOrUpdateInteger(
+      connection, "SELECT id, integerValue from DatabaseMigrationInfos WHERE key == 'LAST_EXTRA_KEYWORD_ID'",
+      "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, integerValue) VALUES ('LAST_EXTRA_KEYWORD_ID', ?);",
+      keywordId);
+}
+
+std::optional<std::string> LCSQLiteUtilities::indexingAppIdentifierForSQLite(sqlite3* connection) {
+  LCStatement statement(connection,
+                        "SELECT textValue from DatabaseMigrationInfos WHERE key == 'INDEXING_APP_IDENTIFIER'");
+  if (!statement.step() || statement.isNull(0)) return std::nullopt;
+  return statement.textAt(0);
+}
+
+bool LCSQLiteUtilities::setIndexingAppIdentifier(const std::optional<std::string>& identifier, sqlite3* connection) {
+  if (connection == nullptr || !identifier || identifier->empty()) return false;
+  LCSQLiteUtilities(connection)
+      .executeStatementWithNoReturnValue("DELETE FROM DatabaseMigrationInfos WHERE key == 'INDEXING_APP_IDENTIFIER';");
+  LCStatement insert(
+      connection,
+      "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, textValue) VALUES ('INDEXING_APP_IDENTIFIER', ?);");
+  insert.bind(1, *identifier);
+  insert.run();
+  return insert.isPrepared();  // whatever the row's own writing gave
+}
