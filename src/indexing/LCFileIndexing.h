@@ -1,0 +1,133 @@
+// LCFileIndexing puts loop files into the loop database and takes them out again. One indexer owns one connection; it
+// is used by one thread at a time, any thread. A run over files and folders is one transaction; end-of-run work (group
+// keywords, per-keyword tables, keyword distribution, empty packages) follows it, or, between startMultipleIndexRuns()
+// and endMultipleIndexRuns(), once for all runs. A file without parser or search tags is a failure of that file only.
+// Besides the list of paths of the folder at work, memory does not grow with the number of files.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "database/LCConnection.h"
+#include "database/LCCrateManager.h"
+#include "database/LCDatabaseConfiguration.h"
+#include "database/LCStatement.h"
+#include "loudness/LCLoudnessDatabase.h"
+#include "loudness/LCMetaInfoDatabase.h"
+#include "model/LCFileData.h"
+#include "platform/URL.h"
+
+// Will-start and did-finish reach observers on the main thread; reload is posted on the thread that ends the run.
+extern const std::string LCFileIndexingWillStartNotification;
+extern const std::string LCFileIndexingDidFinishNotification;
+extern const std::string LCFileReloadBaseTablesNotification;
+extern const std::string kLCIndexingFinished;
+
+class LCFileIndexing {
+ public:
+  // Opens the database file for writing, creating it with all tables; null when it cannot be opened.
+  [[nodiscard]] static std::unique_ptr<LCFileIndexing> initWithDatabaseConfiguration(
+      const LCDatabaseConfiguration& configuration);
+  ~LCFileIndexing();
+
+  // Loudness is recorded while a service is set. `service` is shared with the caller; null removes it.
+  void setLoudnessAnalyzerService(std::shared_ptr<LCLoudnessAnalyzerService> service, bool createSeparateFile);
+  LCLoudnessDatabase* loudnessDatabase() const { return m_loudnessDatabase.get(); }  // borrowed; may be null
+  LCMetaInfoDatabase* metaInfoDatabase() const { return m_metaInfoDatabase.get(); }
+
+  void prepareIndexing();
+  void finishIndexingInBlock(bool inBlock);  // with its own BEGIN and COMMIT when `inBlock`
+
+  // One file. The path is resolved for reading; the row stores `url` as given, or the new destination.
+  bool addFileURL(const vesk::URL& url, const std::optional<std::string>& toCrateId,
+                  const std::optional<vesk::URL>& newDestination, bool move);
+  // Takes out the first loop with this URL and answers whether the lookup ran. The URL stands in the statement as it
+  // is, so one with an apostrophe is not found; removeLoopWithId() takes out any loop.
+  bool removeFileURL(const vesk::URL& url);
+  bool removeLoopWithId(int64_t loopId);  // the loop's own rows and its relations; whether all statements ran
+  // The same for many loops, which is far quicker than one by one; call it between beginBatch and commitBatch.
+  bool removeLoopsWithIds(std::span<const int64_t> loopIds);
+  bool updateFileURL(const vesk::URL& url);  // always false
+
+  // Each answers the URLs that failed. `numberOfIndexedFiles` (may be null) gets items walked, sub-folders included,
+  // minus failures.
+  std::vector<vesk::URL> addFilenames(std::span<const vesk::URL> urls, const std::optional<std::string>& toCrate,
+                                      uint32_t* numberOfIndexedFiles = nullptr);
+  // nullopt without a folder, when the destination cannot be made, or after an abort.
+  std::optional<std::vector<vesk::URL>> addDirectoryURL(const std::optional<vesk::URL>& url,
+                                                        const std::optional<std::string>& toCrate,
+                                                        uint32_t* numberOfIndexedFiles,
+                                                        const std::optional<vesk::URL>& newDestination, bool move);
+  void removeFilenames(std::span<const std::string> paths);
+
+  // Hosts that walk the files themselves (for progress and batches) call prepareIndexing, then for each batch
+  // beginBatch, addFileURL or addFileDataToDatabase for each file, commitBatch, and at the end finishIndexingInBlock.
+  bool beginBatch();
+  bool commitBatch();
+  // True when the last statement of the write ran to its end. Loudness that had to be measured is entered into the
+  // record.
+  bool addFileDataToDatabase(LCFileData& fileData, const std::optional<std::string>& relateToCrateId);
+  bool addFileDataToDatabase(const LCFileData& fileData, const std::optional<std::string>& relateToCrateId);
+
+  void setIndexFileSchemaVersion(int64_t schemaVersion, const std::optional<std::string>& appIdentifier = std::nullopt);
+  void setLastExtraKeywordId(int64_t keywordId);
+  bool replaceAbsolutePath(const std::string& oldPrefix, const std::string& newPrefix);
+  void deleteLocalization();
+  bool localizeLoopNamesForLocalIdentifier(const std::string& localeIdentifier);
+  void fixTypos();
+
+  bool executeStatementWithNoReturnValue(const std::string& sql);
+  bool executeStatementWithGenericReturnValue(const std::string& sql, LCResultDictionary* result);
+  sqlite3* sqlite3Connection() const { return m_sqlite.get(); }  // borrowed
+
+  static void startMultipleIndexRuns();
+  static void endMultipleIndexRuns(LCFileIndexing& indexer);
+  static void abortIndexingForTermination();  // from any thread; never cleared
+  static bool isFileIndexingRunning();
+  static bool isFileIndexable(const vesk::URL& url);
+  static bool anyNonVireoLoopsAudioFilesForURLs(std::span<const vesk::URL> urls);
+  static void setErrorLoggingEnabled(bool enabled);
+
+  // The write path of one loop.
+  void addSpecialCategoriesKeywords();
+  void createOptimizationTables();
+  void removeEmptyCrates();
+  int32_t keywordCategoryForKeyword(const std::string& keyword);
+  void updateKeywordCache();
+
+ private:
+  LCFileIndexing(LCConnection connection, int64_t schemaVersion);
+
+  struct Run;  // what one run was asked for, and what came of it so far
+
+  std::vector<vesk::URL> _addFilenames(std::span<const vesk::URL> urls, const std::optional<std::string>& toCrate,
+                                       uint32_t* numberOfIndexedFiles, const std::optional<vesk::URL>& newDestination,
+                                       bool move);
+  bool addFolder(const vesk::URL& folderURL, const std::string& resolvedFolder, Run& run);  // false after an abort
+  void addSubpath(const vesk::URL& folderURL, const std::string& subpath, Run& run);
+  bool addRelations(const LCFileData& fileData, const std::optional<std::string>& crateId);
+  bool addTagging(int64_t loopId, const std::string& keyword);
+  std::optional<int64_t> idOfKeyword(const std::string& keyword);  // entered when it is new; nullopt when that failed
+  void saveLoudness(LCFileData& fileData);
+  LCStatement& insertLoopsStatementForFileData(const LCFileData& fileData);
+  LCStatement* insertKeywordStatementForKeyword(const std::optional<std::string>& keyword, int64_t keywordCategory);
+  LCStatement& insertTaggingStatementForLoopId(int64_t loopId, int64_t keywordId);
+  LCStatement& insertLoopsKeywordsRelationForFileData(const LCFileData& fileData);
+  LCStatement* insertCrateRelationForCrateId(const std::optional<std::string>& crateId, int64_t toLoopId);
+
+  LCConnection m_sqlite;  // declared first: statements and databases below borrow it and go before it
+  int64_t m_schemaVersion;
+  LCStatement m_insertLoop, m_insertLoopFactoryBundleLoop, m_insertKeyword, m_insertTagging, m_insertLoopsKeywords,
+      m_insertCrateRelation;
+  std::map<std::string, int32_t> m_keywordCategories;
+  std::map<std::string, int64_t> m_keywordCache;
+  std::shared_ptr<LCLoudnessAnalyzerService> m_loudnessAnalyzerService;
+  std::unique_ptr<LCLoudnessDatabase> m_loudnessDatabase;
+  std::unique_ptr<LCMetaInfoDatabase> m_metaInfoDatabase;
+};
