@@ -1,0 +1,216 @@
+// LCSearchEngine answers searches over the loop database. One engine owns one connection (serialized mode) and is used
+// by one thread at a time; it takes no lock. Set the search settings, call doSearch(), read rows by index. Results are
+// a temporary table on the connection, so counts, paging and keyword lists read that small table and not the whole
+// database. Failures are results: empty answers, 0, nullopt or kNotFound; only opening logs. Use a variant:
+// LCSearchEngineDesktop or LCSearchEngineMobile.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "database/LCConnection.h"
+#include "database/LCDatabaseConfiguration.h"
+#include "database/LCSQLiteUtilities.h"
+#include "platform/Text.h"
+#include "platform/URL.h"
+#include "search/LCSearchEngineFile.h"
+
+// A column to sort by and its direction.
+struct LCSortDescriptor {
+  std::string key;
+  bool ascending = true;
+  bool operator==(const LCSortDescriptor&) const = default;
+};
+
+class LCSearchEngine {
+ public:
+  static constexpr int64_t kNotFound = std::numeric_limits<int64_t>::max();  // no such row index
+
+  virtual ~LCSearchEngine();
+  LCSearchEngine(const LCSearchEngine&) = delete;
+  LCSearchEngine& operator=(const LCSearchEngine&) = delete;
+
+  // --- Opening and closing (LCSearchEngine.cpp) ---
+  // Whether opening this database would find it damaged, delete it and start afresh. Changes nothing: for hosts that
+  // want to put the file aside first. A file that is missing or cannot be opened at all is not damaged in this sense.
+  static bool databaseLooksDamaged(const LCDatabaseConfiguration& configuration);
+  void closeDatabase();
+  sqlite3* sqlite3Connection() const { return m_sqlite.get(); }  // borrowed
+  static void setIndexFile(const std::optional<std::string>& path);
+  const LCDatabaseConfiguration& databaseConfiguration() const { return m_databaseConfiguration; }
+  bool databaseWasCorruptAndNeedsReindexing() const { return m_databaseWasCorruptAndNeedsReindexing; }
+  void setDatabaseWasCorruptAndNeedsReindexing(bool value) { m_databaseWasCorruptAndNeedsReindexing = value; }
+  int64_t indexFileSchemaVersion() const;                   // -1 without a connection
+  std::optional<std::string> indexingAppIdentifer() const;  // spelled so
+  bool isIndexFileVersionValid() const;
+
+  // --- Settings (LCSearchEngineSettings.cpp). Setters of what is searched for raise the edited flag when the value
+  // changed; sorting, cache size, table names, useMacOSSorting and useKestrelLoopTypes leave it alone. ---
+  bool searchParameterEdited() const { return m_searchParameterEdited; }
+  void setSearchParameterEdited(bool edited);  // only ever raises
+  void resetSearchParameterEditFlag();
+  const std::optional<std::string>& searchString() const { return m_searchString; }
+  void setSearchString(const std::optional<std::string>& value);
+  const std::optional<std::string>& specialNameSearchString() const { return m_specialNameSearchString; }
+  void setSpecialNameSearchString(const std::optional<std::string>& value);
+  const std::optional<std::string>& pathPrefix() const { return m_pathPrefix; }
+  void setPathPrefix(const std::optional<std::string>& value);
+  const vesk::StringSet& searchKeywords() const { return m_searchKeywords; }
+  // "Favorites" and "FavoritesFX" turn on searchForFavorites; category names are dropped.
+  void setSearchKeywords(const std::optional<vesk::StringSet>& keywords);
+  void timeSignatureTop(int64_t* top, int64_t* andBottom) const;  // either may be null
+  void setTimeSignatureTop(int64_t top, int64_t andBottom);
+  int64_t keyType() const { return m_keyType; }
+  void setKeyType(int64_t value);  // 0 = any
+  int64_t rootKey() const { return m_rootKey; }
+  void setRootKey(int64_t value);  // 60 (C) to 71 (B); below 60 = any
+  bool filterForMoreRelevantResults() const { return m_filterForMoreRelevantResults; }
+  void setFilterForMoreRelevantResults(bool value);  // neighbouring keys pass too
+  bool searchForFavorites() const { return m_searchForFavorites; }
+  void setSearchForFavorites(bool value);
+  bool filterOutWebLoops() const { return m_filterOutWebLoops; }
+  void setFilterOutWebLoops(bool value);
+  const std::optional<vesk::StringSet>& enabledCrateIdentifier() const { return m_enabledCrateIdentifier; }
+  void setEnabledCrateIdentifier(const std::optional<vesk::StringSet>& identifiers);
+  const std::optional<std::set<int64_t>>& enabledLoopTypes() const { return m_enabledLoopTypes; }
+  void setEnabledLoopTypes(const std::optional<std::set<int64_t>>& types);
+  bool useLocalizedSorting() const { return m_useLocalizedSorting; }
+  void setUseLocalizedSorting(bool value);
+  bool useMacOSSorting() const { return m_useMacOSSorting; }
+  void setUseMacOSSorting(bool value) { m_useMacOSSorting = value; }
+  bool useKestrelLoopTypes() const { return m_useKestrelLoopTypes; }
+  void setUseKestrelLoopTypes(bool value) { m_useKestrelLoopTypes = value; }
+  const std::optional<std::vector<LCSortDescriptor>>& sortDescriptors() const { return m_sortDescriptors; }
+  void setSortDescriptors(const std::optional<std::vector<LCSortDescriptor>>& value) { m_sortDescriptors = value; }
+  const std::string& sortingColumnName() const { return m_sortingColumnName; }
+  void setSortingColumnName(const std::string& value) { m_sortingColumnName = value; }
+  void setSortingColumnName(const std::string& value, bool ascending);
+  bool sortingDirectionAscending() const { return m_sortingDirectionAscending; }
+  void setSortingDirectionAscending(bool value) { m_sortingDirectionAscending = value; }
+  // Each fill of the row cache walks over the rows before it: whoever reads a whole large result sets this to
+  // thousands.
+  uint64_t numberOfRowsInCache() const { return m_lengthOfRangeToBePrepared; }
+  void setNumberOfRowsInCache(uint64_t value) { m_lengthOfRangeToBePrepared = value; }
+  void setLoopsTablename(const std::string& value) { m_loopsTablename = value; }
+  void setTaggingTablename(const std::string& value) { m_taggingTablename = value; }
+  void setCratesTablename(const std::string& value) { m_cratesTablename = value; }
+  void setCrateLoopRelationTablename(const std::string& value) { m_crateLoopRelationTablename = value; }
+  void setMetaInfoRelationTablename(const std::string& value) { m_metaInfoRelationTablename = value; }
+  void setKeywordCachingTablename(const std::string& value) { m_keywordCachingTablename = value; }
+  void setLoopsKeywordsTablename(const std::string& value) { m_loopsKeywordsTablename = value; }
+  void reset();
+  void resetCache();
+  LCResultDictionary enabledCrates() const;
+  LCResultDictionary allCrates() const;
+  std::string vireoLoopTypeColumnName() const;
+
+  // --- Filter (LCSearchEngineFilter.cpp) ---
+  std::string generateFilterString();  // begins with one blank unless empty
+  static std::string keyFilterStringForKey(int64_t key);
+  // The pattern of a name inside file URLs, not yet quoted; `escapeString` (may be null) gets its ESCAPE clause.
+  static std::optional<std::string> _convertToFileURLSearchString(const std::optional<std::string>& value,
+                                                                  std::string* escapeString);
+
+  // --- Searching and paging (LCSearchEngineSearch.cpp). Row indexes count from 0 in sort order. ---
+  void doSearch();
+  void doSearch_Keywords();
+  std::string sortingString() const;
+  void prepareResultsForRange(int64_t location, uint64_t length);
+  std::optional<LCCell> resultObjectForKey(const std::string& key, int64_t atIndex);
+  std::unique_ptr<LCSearchEngineFile> fileAtIndex(int64_t index);
+  const LCResultDictionary& searchResults() const { return m_searchResults; }
+  void setSearchResults(LCResultDictionary results) { m_searchResults = std::move(results); }
+  int64_t numberOfLoops() const;  // rows of the result
+  std::vector<std::string> availableColumnKeys() const;
+  int64_t rowNumberInCurrentSearchResultForLoopWithName(const std::string& fileName) const;
+  int64_t rowIndexInCurrentSearchResultForLoopWithFileURLString(const std::string& fileURL) const;
+  int64_t rowIndexInCurrentSearchResultForLoopId(int64_t loopId) const;
+
+  // --- Available keywords (LCSearchEngineKeywords.cpp) ---
+  const vesk::StringSet& availableKeywords() const { return m_availableKeywords; }
+  void setAvailableKeywords(const vesk::StringSet& keywords);  // adds the group keywords that have a member
+
+  // --- Lookups (LCSearchEngineLookups.cpp) ---
+  int64_t loopIdForFileURL(const vesk::URL& url) const;  // 0 when not found
+  bool isFileIndexed(const vesk::URL& url) const;
+  vesk::StringSet keywordsForLoopId(int64_t loopId) const;
+  int64_t totalNumberOfLoops() const;
+
+ protected:
+  explicit LCSearchEngine(const LCDatabaseConfiguration& configuration);
+  bool setupWithDatabaseFile();  // opens, recovers, sets defaults; false when the file cannot be opened
+  LCSQLiteUtilities utilities() const { return LCSQLiteUtilities(m_sqlite.get()); }
+  const std::string& loopsTablename() const { return m_loopsTablename; }
+  std::string formattedWithLoopsTable(std::string_view format) const;  // the loops table's name in every "%@"
+
+  // What a variant supplies.
+  virtual std::string createLoopsResultTableFormatString() const = 0;  // "%@" twice: "TEMPORARY" and the table's name
+  virtual std::string selectBaseString() const = 0;                    // ends in a blank
+  virtual std::vector<std::string> columnKeysToQuery() const = 0;      // read into the row cache
+  virtual std::string textSearchCollate() const = 0;
+  virtual std::string textSearchLikeFunction() const = 0;
+  virtual std::optional<vesk::StringSet> instrumentsKeywordsToPresent() const = 0;
+
+ private:
+  template <typename T>
+  void assignSetting(T& stored, const T& value) {
+    setSearchParameterEdited(!(stored == value));
+    stored = value;
+  }
+  bool openDatabase();
+  void deleteDamagedDatabase();
+  void setDefaults();
+
+  std::string loopTypesClause() const;
+  std::string keyClause() const;
+  std::string cratesClause() const;
+  std::string textClause() const;
+
+  std::vector<std::string> keywordCachingTablesRarestFirst() const;
+  std::string keywordSubSelect() const;
+  std::string searchCondition();
+  std::string searchStatement();
+  std::string orderClause() const;
+
+  LCDatabaseConfiguration m_databaseConfiguration;
+  LCConnection m_sqlite;
+  LCResultDictionary m_searchResults;  // cached rows: one array per column
+  int64_t m_preparedLocation = kNotFound;
+  uint64_t m_preparedLength = 0;
+  uint64_t m_lengthOfRangeToBePrepared = 10;
+  int64_t m_timeSignatureTop = -1;
+  int64_t m_timeSignatureBottom = -1;
+  vesk::StringSet m_availableKeywords;
+  vesk::StringSet m_searchKeywords;
+  std::string m_loopsTablename;
+  std::string m_taggingTablename;
+  std::string m_cratesTablename;
+  std::string m_crateLoopRelationTablename;
+  std::string m_metaInfoRelationTablename;
+  std::string m_keywordCachingTablename;
+  std::string m_loopsKeywordsTablename;
+  std::string m_sortingColumnName;
+  bool m_sortingDirectionAscending = true;
+  bool m_databaseWasCorruptAndNeedsReindexing = false;
+  bool m_filterForMoreRelevantResults = true;
+  bool m_searchForFavorites = false;
+  bool m_searchParameterEdited = true;
+  bool m_useLocalizedSorting = false;
+  bool m_filterOutWebLoops = false;
+  bool m_useMacOSSorting = false;
+  bool m_useKestrelLoopTypes = false;
+  int64_t m_keyType = 0;
+  int64_t m_rootKey = 0;
+  std::optional<std::string> m_searchString;
+  std::optional<std::string> m_specialNameSearchString;
+  std::optional<std::string> m_pathPrefix;
+  std::optional<vesk::StringSet> m_enabledCrateIdentifier;
+  std::optional<std::set<int64_t>> m_enabledLoopTypes;
+  std::optional<std::vector<LCSortDescriptor>> m_sortDescriptors;
+};

@@ -1,0 +1,128 @@
+// The settings as one SQL condition over the loops table. Keyword membership and favourites are added by the search
+// itself.
+#include "search/LCSearchEngine.h"
+
+#include "database/LCDatabaseSchema.h"
+
+namespace {
+
+constexpr int64_t kLowestRootKey = 60;
+
+// The open interval of stored keys that pass. When low is not below high it wraps around the octave 48…59.
+struct KeyBounds {
+  int64_t low;
+  int64_t high;
+  bool wraps() const { return low >= high; }
+};
+
+// Root key R is stored as R - 12. Its two neighbours on either side pass too.
+KeyBounds neighbouringKeys(int64_t rootKey) {
+  return {.low = rootKey < 62 ? rootKey - 3 : rootKey - 15, .high = rootKey < 70 ? rootKey - 9 : rootKey - 21};
+}
+
+KeyBounds exactKey(int64_t rootKey) {
+  return {.low = rootKey - 13, .high = rootKey - 11};
+}
+
+std::string keyCondition(const KeyBounds& bounds, std::string_view ifWithin, std::string_view ifWrapping) {
+  return sqlFormat(bounds.wraps() ? ifWrapping : ifWithin, {std::to_string(bounds.high), std::to_string(bounds.low)});
+}
+
+bool isSet(const std::optional<std::string>& setting) {
+  return setting && !setting->empty();
+}
+
+// Every word must occur in the file name; two blanks in a row give an empty word, which occurs in every name.
+std::string fileNameCondition(std::string_view likeFunction, const std::string& searchString) {
+  const std::vector<std::string> words = vesk::text::split(searchString, ' ');
+  const auto condition = [&](std::string_view format, const std::string& word) {
+    return sqlFormat(format, {likeFunction, sqlDoubleQuoteEscaped(word)});
+  };
+  if (words.size() == 1) return condition(R"((%@("%%%@%%", fileName)))", searchString);
+  std::string text = condition(R"(((%@("%%%@%%", fileName)))", words.front());
+  for (size_t index = 1; index < words.size(); ++index) {
+    text += condition(R"( AND (%@("%%%@%%", fileName)))", words[index]);
+  }
+  return text + ")";
+}
+
+}  // namespace
+
+std::string LCSearchEngine::generateFilterString() {
+  std::vector<std::string> clauses;
+  if (m_timeSignatureTop >= 1 && m_timeSignatureBottom >= 1) {
+    clauses.push_back(sqlFormat("((timeSignatureTop=%@ AND timeSignatureBottom=%@) OR timeSignatureTop=0)",
+                                {std::to_string(m_timeSignatureTop), std::to_string(m_timeSignatureBottom)}));
+  }
+  if (m_enabledLoopTypes && !m_enabledLoopTypes->empty()) clauses.push_back(loopTypesClause());
+  if (m_rootKey >= kLowestRootKey) clauses.push_back(keyClause());
+  if (m_keyType >= 1) clauses.push_back(sqlFormat("(keyType = %@)", {std::to_string(m_keyType)}));
+  if (m_filterOutWebLoops) clauses.push_back("(isWebLoop = 0)");
+  if (m_enabledCrateIdentifier && !m_enabledCrateIdentifier->empty()) clauses.push_back(cratesClause());
+  if (isSet(m_searchString)) clauses.push_back(textClause());
+  if (isSet(m_pathPrefix)) {
+    const std::string url = vesk::URL::fileURLWithPath(*m_pathPrefix).absoluteString();
+    clauses.push_back(sqlFormat(R"((fileURL like "%@%%"))", {sqlDoubleQuoteEscaped(url)}));
+  }
+  if (isSet(m_specialNameSearchString)) {
+    clauses.push_back(sqlFormat(R"((fileName LIKE "%%%@%%"))", {sqlDoubleQuoteEscaped(*m_specialNameSearchString)}));
+  }
+
+  std::string filter;
+  for (const std::string& clause : clauses) filter += (filter.empty() ? " " : " AND ") + clause;
+  return filter;
+}
+
+std::string LCSearchEngine::loopTypesClause() const {
+  std::string list;
+  for (const int64_t type : *m_enabledLoopTypes) list += (list.empty() ? "" : ",") + std::to_string(type);
+  return sqlFormat("(%@ IN (%@))", {vireoLoopTypeColumnName(), list});
+}
+
+std::string LCSearchEngine::keyClause() const {
+  return keyCondition(m_filterForMoreRelevantResults ? neighbouringKeys(m_rootKey) : exactKey(m_rootKey),
+                      "((key < %@ AND key > %@) OR key = 0 OR key = -1)",
+                      "((key < %@ OR key > %@) OR key = 0  OR key = -1)");
+}
+
+std::string LCSearchEngine::keyFilterStringForKey(int64_t key) {
+  if (key < kLowestRootKey) return "";
+  return keyCondition(neighbouringKeys(key), " AND ((key < %@ AND key > %@) OR key = 0 OR key = -1)",
+                      " AND ((key < %@ OR key > %@) OR key = 0 OR key = -1)");
+}
+
+// Names the relation table by its default name, whatever table name is set.
+std::string LCSearchEngine::cratesClause() const {
+  std::string text;
+  for (const std::string& identifier : *m_enabledCrateIdentifier) {
+    if (!text.empty()) text += " OR ";
+    text +=
+        sqlFormat(R"((%@.crateId = "%@"))", {kDefaultCrateLoopRelationTablename, sqlDoubleQuoteEscaped(identifier)});
+  }
+  return "(" + text + ")";
+}
+
+// A blank becomes "%%20" in the search of the URL: any run of characters, then "20".
+std::string LCSearchEngine::textClause() const {
+  static const std::string kBlanks(20, ' ');
+  static const std::string kFormat = R"(((fileURL like "%%%@%%"))" + kBlanks +        //
+                                     R"(OR ( %@("%%%@%%", comment)))" + kBlanks +     //
+                                     R"(OR ( %@("%%%@%%", title)))" + kBlanks +       //
+                                     R"(OR ( %@("%%%@%%", author)))" + kBlanks +      //
+                                     R"(OR ( %@("%%%@%%", collection)))" + kBlanks +  //
+                                     R"(OR ( %@("%%%@%%", theme)))" + kBlanks +       //
+                                     "OR %@" + kBlanks + ")";
+  const std::string like = vesk::text::isASCII(*m_searchString) ? "LIKE" : textSearchLikeFunction();
+  const std::string text = sqlDoubleQuoteEscaped(*m_searchString);
+  const std::string textInURL = vesk::text::replacingAll(text, " ", "%%20");
+  return sqlFormat(kFormat, {textInURL, like, text, like, text, like, text, like, text, like, text,
+                             fileNameCondition(like, *m_searchString)});
+}
+
+std::optional<std::string> LCSearchEngine::_convertToFileURLSearchString(const std::optional<std::string>& value,
+                                                                         std::string* escapeString) {
+  if (!value) return std::nullopt;
+  const std::string escape = value->find(':') == std::string::npos ? ":" : "|";
+  if (escapeString) *escapeString = sqlFormat(R"(ESCAPE "%@")", {escape});
+  return vesk::text::replacingAll(*value, " ", escape + "%20");
+}

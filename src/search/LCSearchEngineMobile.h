@@ -1,0 +1,30 @@
+// The search engine of a mobile loop browser: fewer columns, localized sorting where asked, fewer instruments shown.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "search/LCSearchEngine.h"
+
+class LCSearchEngineMobile : public LCSearchEngine {
+ public:
+  // Null when the database cannot be opened; the reason is logged.
+  [[nodiscard]] static std::unique_ptr<LCSearchEngineMobile> initWithDatabaseConfiguration(
+      const LCDatabaseConfiguration& configuration);
+
+  void fixDuplicateLoopsFromREDContent();
+
+  std::string textSearchCollate() const override;
+  std::string textSearchLikeFunction() const override;
+  std::string createLoopsResultTableFormatString() const override;
+  std::string selectBaseString() const override;
+  std::vector<std::string> columnKeysToQuery() const override;
+  std::optional<vesk::StringSet> instrumentsKeywordsToPresent() const override;
+
+ private:
+  explicit LCSearchEngineMobile(const LCDatabaseConfiguration& configuration) : LCSearchEngine(configuration) {}
+
+  mutable bool m_textSearchCollateRegistered = false;  // on this engine's connection
+};

@@ -1,0 +1,214 @@
+// Running a search and reading its rows. The result is the temporary table "tempTable", whose rowid counts from 1 in
+// sort order.
+#include "search/LCSearchEngine.h"
+
+#include "database/LCDatabaseSchema.h"
+#include "database/LCStatement.h"
+#include "model/LCKeywordHelper.h"
+
+namespace {
+
+constexpr std::string_view kResultTable = "tempTable";
+
+constexpr std::string_view kSelectKeywordIdsRarestFirst =
+    "select keywords.id from keywords join keyword_distribution on keyword_distribution.keywordId=id "
+    "where keywords.name IN (%@) order by count ASC";
+
+constexpr std::string_view kSelectKeywordIdsOfResult =
+    "SELECT instrumentTypeId, instrumentSubTypeId, genreId, singleEnsembleKeywordId, partFillKeywordId, "
+    "acousticElectricKeywordId, dryProcessedKeywordId, cleanDistortedKeywordId, cheerfulDarkKeywordId, "
+    "relaxedIntenseKeywordId, groovingArrhythmicKeywordId, melodicDissonantKeywordId FROM tempTable";
+
+const char* directionName(bool ascending) {
+  return ascending ? "ASC" : "DESC";
+}
+
+// Loops of equally many beats are ordered by their length.
+std::string tieBreak(const std::string& column, const char* direction) {
+  return column == "numberOfBeats" ? sqlFormat(" , lengthInSeconds %@ ", {direction}) : "";
+}
+
+std::set<int64_t> keywordIdsOfResult(sqlite3* connection) {
+  LCStatement statement(connection, kSelectKeywordIdsOfResult);
+  const int columnCount = statement.columnCount();
+  std::set<int64_t> ids;
+  while (statement.step()) {
+    for (int column = 0; column < columnCount; ++column) {
+      const int64_t id = statement.int64At(column);
+      if (id >= 1) ids.insert(id);
+    }
+  }
+  return ids;
+}
+
+// The number in the first cell of `column`; nullopt when there is none.
+std::optional<int64_t> firstInteger(LCSQLiteUtilities utilities, const std::string& statement,
+                                    std::string_view column) {
+  LCResultDictionary result;
+  if (!utilities.executeStatementWithGenericReturnValue(statement, &result)) return std::nullopt;
+  const LCCell* cell = firstCell(result, column);
+  return cell ? std::optional(cellInteger(*cell)) : std::nullopt;
+}
+
+int64_t rowIndexFromRowId(std::optional<int64_t> rowId) {
+  return rowId ? *rowId - 1 : LCSearchEngine::kNotFound;
+}
+
+}  // namespace
+
+void LCSearchEngine::doSearch() {
+  const std::string statement = searchStatement();
+  LCSQLiteUtilities sqlite = utilities();
+  sqlite.executeStatementWithNoReturnValue("DROP TABLE IF EXISTS tempTable");
+  sqlite.executeStatementWithNoReturnValue(
+      sqlFormat(createLoopsResultTableFormatString(), {"TEMPORARY", kResultTable}));
+  sqlite.executeStatementWithNoReturnValue(sqlFormat("INSERT INTO tempTable %@ ", {statement}));
+  doSearch_Keywords();
+  resetCache();
+}
+
+std::string LCSearchEngine::searchStatement() {
+  const bool isLimitedToCrates = m_enabledCrateIdentifier && !m_enabledCrateIdentifier->empty();
+  std::string statement = selectBaseString();
+  if (const std::string subSelect = keywordSubSelect(); !subSelect.empty()) {
+    statement += sqlFormat("JOIN (%@) AS dummy ON %@.id=dummy.loopId", {subSelect, m_loopsTablename});
+  }
+  std::string joins = sqlFormat(" JOIN %@ ON %@.loopId = id", {m_loopsKeywordsTablename, m_loopsKeywordsTablename});
+  if (isLimitedToCrates) {
+    joins += sqlFormat(" JOIN %@ ON %@.loopId = id ", {m_crateLoopRelationTablename, m_crateLoopRelationTablename});
+  }
+  const std::string condition = searchCondition();
+  statement += condition.empty() ? sqlFormat(" %@ ", {joins}) : sqlFormat(" %@ WHERE %@ ", {joins, condition});
+  return statement + orderClause();
+}
+
+std::string LCSearchEngine::searchCondition() {
+  const std::string filter = generateFilterString();
+  if (!m_searchForFavorites) return filter;
+  return filter.empty() ? " isFavorite = 1 " : sqlFormat(" isFavorite = 1  AND %@ ", {filter});
+}
+
+// Of the keywords that the database knows and that some loop carries. The others do not restrict the search.
+std::vector<std::string> LCSearchEngine::keywordCachingTablesRarestFirst() const {
+  std::string names;
+  for (const std::string& keyword : m_searchKeywords) {
+    names += sqlFormat(names.empty() ? "'%@'" : ", '%@'", {sqlEscaped(keyword)});
+  }
+  if (names.empty()) return {};
+  LCResultDictionary result;
+  utilities().executeStatementWithKeywordsReturnValue(sqlFormat(kSelectKeywordIdsRarestFirst, {names}), &result);
+  std::vector<std::string> tables;
+  for (const LCCell& id : result["id"]) tables.push_back(m_keywordCachingTablename + std::to_string(cellInteger(id)));
+  return tables;
+}
+
+// The ids of the loops that carry every keyword, joined from the smallest table outwards; "" without keywords.
+std::string LCSearchEngine::keywordSubSelect() const {
+  const std::vector<std::string> tables = keywordCachingTablesRarestFirst();
+  if (tables.empty()) return "";
+  std::string text = sqlFormat("select %@.loopId as loopId from %@", {tables.front(), tables.front()});
+  for (size_t index = 1; index < tables.size(); ++index) {
+    text = sqlFormat("%@ join %@ on %@.loopId=%@.loopId", {text, tables[index], tables.front(), tables[index]});
+  }
+  return text;
+}
+
+std::string LCSearchEngine::orderClause() const {
+  if (std::string clause = sortingString(); !clause.empty()) return clause;
+  if (m_sortingColumnName.empty()) return "";
+  const char* direction = directionName(m_sortingDirectionAscending);
+  return sqlFormat(" ORDER BY %@ COLLATE %@ %@", {m_sortingColumnName, textSearchCollate(), direction}) +
+         tieBreak(m_sortingColumnName, direction);
+}
+
+std::string LCSearchEngine::sortingString() const {
+  std::string clause;
+  if (!m_sortDescriptors) return clause;
+  for (const LCSortDescriptor& descriptor : *m_sortDescriptors) {
+    const std::string collation = descriptor.key == "fileName" ? textSearchCollate() : "";
+    const std::string collationPart = collation.empty() ? "" : sqlFormat(" COLLATE %@", {collation});
+    const char* direction = directionName(descriptor.ascending);
+    clause += clause.empty() ? "ORDER BY " : ", ";
+    clause += sqlFormat("%@ %@ %@ ", {descriptor.key, collationPart, direction});
+    clause += tieBreak(descriptor.key, direction);
+  }
+  return clause;
+}
+
+void LCSearchEngine::doSearch_Keywords() {
+  vesk::StringSet names;
+  for (const int64_t id : keywordIdsOfResult(m_sqlite.get())) {
+    if (const std::optional<std::string> name = LCKeywordHelper::keywordForKeywordId(id)) names.insert(*name);
+  }
+  setAvailableKeywords(names);
+}
+
+// Half of the rows read lie before `location`, so that scrolling either way stays in the cache.
+void LCSearchEngine::prepareResultsForRange(int64_t location, uint64_t length) {
+  const bool isCached =
+      location >= m_preparedLocation && static_cast<uint64_t>(location - m_preparedLocation) < m_preparedLength;
+  if (isCached) return;
+  const int64_t half = static_cast<int64_t>(length / 2);
+  m_preparedLength = length;
+  m_preparedLocation = location <= half ? 0 : location - half;
+
+  std::string columns;
+  for (const std::string& key : columnKeysToQuery()) columns += (columns.empty() ? "" : ", ") + key;
+  LCResultDictionary rows;
+  utilities().executeStatementWithLoopsReturnValue(
+      sqlFormat("SELECT %@ FROM tempTable LIMIT %@,%@",
+                {columns, std::to_string(m_preparedLocation), std::to_string(static_cast<int64_t>(length))}),
+      &rows);
+  setSearchResults(std::move(rows));
+}
+
+std::optional<LCCell> LCSearchEngine::resultObjectForKey(const std::string& key, int64_t atIndex) {
+  if (atIndex < 0) return std::nullopt;
+  prepareResultsForRange(atIndex, m_lengthOfRangeToBePrepared);
+  const auto column = m_searchResults.find(key);
+  if (column == m_searchResults.end()) return std::nullopt;
+  const auto offset = static_cast<uint64_t>(atIndex - m_preparedLocation);
+  if (offset >= column->second.size()) return std::nullopt;
+  return column->second[offset];
+}
+
+std::unique_ptr<LCSearchEngineFile> LCSearchEngine::fileAtIndex(int64_t index) {
+  const std::optional<LCCell> fileURL = resultObjectForKey("fileURL", index);
+  const std::optional<LCCell> id = resultObjectForKey("id", index);
+  if (!fileURL || !id) return nullptr;
+  return std::make_unique<LCSearchEngineFile>(cellText(*fileURL), cellInteger(*id));
+}
+
+int64_t LCSearchEngine::numberOfLoops() const {
+  return firstInteger(utilities(), "SELECT count() as numberOfLoops FROM tempTable", "numberOfLoops").value_or(0);
+}
+
+std::vector<std::string> LCSearchEngine::availableColumnKeys() const {
+  LCResultDictionary result;
+  utilities().executeStatementWithLoopsReturnValue("SELECT * FROM tempTable LIMIT 0,1", &result);
+  std::vector<std::string> keys;
+  for (const auto& [key, cells] : result) keys.push_back(key);
+  return keys;
+}
+
+// The row of the last name at or before `fileName` in a result sorted by the plain order of names: -1 for a name before
+// all rows, kNotFound for the last row's name and beyond.
+int64_t LCSearchEngine::rowNumberInCurrentSearchResultForLoopWithName(const std::string& fileName) const {
+  const int64_t count = numberOfLoops();
+  if (count < 1 || fileName.empty()) return kNotFound;
+  const std::string statement =
+      sqlFormat("SELECT count() AS rowNumber FROM tempTable WHERE fileName <= '%@'", {sqlEscaped(fileName)});
+  const std::optional<int64_t> rowNumber = firstInteger(utilities(), statement, "rowNumber");
+  return rowNumber && *rowNumber < count ? *rowNumber - 1 : kNotFound;
+}
+
+int64_t LCSearchEngine::rowIndexInCurrentSearchResultForLoopWithFileURLString(const std::string& fileURL) const {
+  return rowIndexFromRowId(firstInteger(
+      utilities(), sqlFormat(R"(SELECT rowid FROM tempTable WHERE fileURL = "%@")", {sqlDoubleQuoteEscaped(fileURL)}),
+      "rowid"));
+}
+
+int64_t LCSearchEngine::rowIndexInCurrentSearchResultForLoopId(int64_t loopId) const {
+  return rowIndexFromRowId(firstInteger(
+      utilities(), sqlFormat(R"(SELECT rowid FROM tempTable WHERE id = "%@")", {std::to_string(loopId)}), "rowid"));
+}

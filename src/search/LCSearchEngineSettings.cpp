@@ -1,0 +1,122 @@
+// The search settings and what is derived from them.
+#include "search/LCSearchEngine.h"
+
+#include "database/LCDatabaseSchema.h"
+
+void LCSearchEngine::setSearchParameterEdited(bool edited) {
+  if (edited) m_searchParameterEdited = true;
+}
+
+void LCSearchEngine::resetSearchParameterEditFlag() {
+  m_searchParameterEdited = false;
+}
+
+void LCSearchEngine::setSearchString(const std::optional<std::string>& value) {
+  assignSetting(m_searchString, value);
+}
+
+void LCSearchEngine::setSpecialNameSearchString(const std::optional<std::string>& value) {
+  assignSetting(m_specialNameSearchString, value);
+}
+
+void LCSearchEngine::setPathPrefix(const std::optional<std::string>& value) {
+  assignSetting(m_pathPrefix, value);
+}
+
+void LCSearchEngine::setSearchKeywords(const std::optional<vesk::StringSet>& keywords) {
+  // Compared with what is stored, which is the reduced set: asking for "Favorites" again counts as a change.
+  setSearchParameterEdited(!keywords || *keywords != m_searchKeywords);
+  vesk::StringSet reduced = keywords.value_or(vesk::StringSet());
+  if (reduced.erase("FavoritesFX") > 0) {
+    reduced.insert("All Effects");
+    setSearchForFavorites(true);
+  }
+  if (reduced.erase("Favorites") > 0) setSearchForFavorites(true);
+  for (const char* category : {"Moods", "Genres", "Instruments", "Instrument Types", "All"}) reduced.erase(category);
+  m_searchKeywords = std::move(reduced);
+}
+
+void LCSearchEngine::timeSignatureTop(int64_t* top, int64_t* andBottom) const {
+  if (top) *top = m_timeSignatureTop;
+  if (andBottom) *andBottom = m_timeSignatureBottom;
+}
+
+void LCSearchEngine::setTimeSignatureTop(int64_t top, int64_t andBottom) {
+  assignSetting(m_timeSignatureTop, top);
+  assignSetting(m_timeSignatureBottom, andBottom);
+}
+
+void LCSearchEngine::setKeyType(int64_t value) {
+  assignSetting(m_keyType, value);
+}
+
+void LCSearchEngine::setRootKey(int64_t value) {
+  assignSetting(m_rootKey, value);
+}
+
+void LCSearchEngine::setFilterForMoreRelevantResults(bool value) {
+  assignSetting(m_filterForMoreRelevantResults, value);
+}
+
+void LCSearchEngine::setSearchForFavorites(bool value) {
+  assignSetting(m_searchForFavorites, value);
+}
+
+void LCSearchEngine::setFilterOutWebLoops(bool value) {
+  assignSetting(m_filterOutWebLoops, value);
+}
+
+void LCSearchEngine::setEnabledCrateIdentifier(const std::optional<vesk::StringSet>& identifiers) {
+  assignSetting(m_enabledCrateIdentifier, identifiers);
+}
+
+void LCSearchEngine::setEnabledLoopTypes(const std::optional<std::set<int64_t>>& types) {
+  assignSetting(m_enabledLoopTypes, types);
+}
+
+void LCSearchEngine::setUseLocalizedSorting(bool value) {
+  assignSetting(m_useLocalizedSorting, value);
+}
+
+void LCSearchEngine::setSortingColumnName(const std::string& value, bool ascending) {
+  setSortingColumnName(value);
+  setSortingDirectionAscending(ascending);
+}
+
+void LCSearchEngine::reset() {
+  setPathPrefix(std::nullopt);
+  setSearchString(std::nullopt);
+  setSearchKeywords(std::nullopt);
+  setSearchForFavorites(false);
+  resetCache();
+}
+
+void LCSearchEngine::resetCache() {
+  m_preparedLocation = kNotFound;
+  m_preparedLength = 0;
+  m_searchResults.clear();
+}
+
+LCResultDictionary LCSearchEngine::enabledCrates() const {
+  LCResultDictionary result;
+  if (!m_enabledCrateIdentifier || m_enabledCrateIdentifier->empty()) return result;
+  std::string statement = "SELECT * FROM Crates WHERE  ";
+  bool isFirst = true;
+  for (const std::string& identifier : *m_enabledCrateIdentifier) {
+    statement +=
+        sqlFormat(isFirst ? R"(identifier = "%@")" : R"(OR identifier = "%@")", {sqlDoubleQuoteEscaped(identifier)});
+    isFirst = false;
+  }
+  utilities().executeStatementWithCrateReturnValue(statement, &result);
+  return result;
+}
+
+LCResultDictionary LCSearchEngine::allCrates() const {
+  LCResultDictionary result;
+  utilities().executeStatementWithCrateReturnValue("SELECT * FROM Crates ORDER BY crateName ASC", &result);
+  return result;
+}
+
+std::string LCSearchEngine::vireoLoopTypeColumnName() const {
+  return m_useKestrelLoopTypes ? kLoopsKSLoopTypeColumn : kLoopsDefaultLoopTypeColumn;
+}
