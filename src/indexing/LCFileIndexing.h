@@ -6,7 +6,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -39,7 +38,9 @@ class LCFileIndexing {
   // Loudness is recorded while a service is set. `service` is shared with the caller; null removes it.
   void setLoudnessAnalyzerService(std::shared_ptr<LCLoudnessAnalyzerService> service, bool createSeparateFile);
   LCLoudnessDatabase* loudnessDatabase() const { return m_loudnessDatabase.get(); }  // borrowed; may be null
+  void setLoudnessDatabase(std::unique_ptr<LCLoudnessDatabase> database) { m_loudnessDatabase = std::move(database); }
   LCMetaInfoDatabase* metaInfoDatabase() const { return m_metaInfoDatabase.get(); }
+  void setMetaInfoDatabase(std::unique_ptr<LCMetaInfoDatabase> database) { m_metaInfoDatabase = std::move(database); }
 
   void prepareIndexing();
   void finishIndexingInBlock(bool inBlock);  // with its own BEGIN and COMMIT when `inBlock`

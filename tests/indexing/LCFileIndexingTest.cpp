@@ -1,6 +1,7 @@
 #include "IndexingTest.h"
 
-#include <algorithm>
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <thread>
@@ -37,11 +38,12 @@ TEST_F(LCFileIndexingRun, AFolderGivesALoopForEachTaggedFileAndNamesTheOthers) {
   addFile("L/Quiet.wav", fixture::wavFile());
   files.addFile("L/Read me.txt", "Jazz");
   std::filesystem::create_symlink(files.path("nowhere"), files.path("L/Broken.aif"));
+  ASSERT_EQ(mkfifo(files.path("L/Pipe.wav").c_str(), 0600), 0);  // reading it would wait for ever
 
   uint32_t count = 0;
   const auto failures = addFolder("L", &count);
-  EXPECT_EQ(failures, (std::vector<vesk::URL>{url("L/Quiet.wav"), url("L/Read me.txt")}));
-  EXPECT_EQ(count, 6u);  // eight names below the folder, two of them folders, less two failures
+  EXPECT_EQ(failures, (std::vector<vesk::URL>{url("L/Pipe.wav"), url("L/Quiet.wav"), url("L/Read me.txt")}));
+  EXPECT_EQ(count, 6u);  // nine names below the folder, two of them folders, less three failures
   EXPECT_EQ(rows("SELECT fileName, crateId FROM Loops JOIN CrateLoopRelation ON loopId = id ORDER BY fileName"),
             (Rows{"One.aif|package", "Three.WAV|package", "Two.caf|package"}));
   EXPECT_EQ(rows("SELECT count(*) FROM tagging_cache_65"), Rows{"1"});

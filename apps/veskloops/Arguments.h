@@ -1,0 +1,44 @@
+// How arguments come in: options whose texts arrive exactly as they were typed, lists of paths from the command line or
+// from standard input, and relative paths made absolute.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <CLI/Option.hpp>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// The program's arguments, without its name, in the form in which they have to be given to the argument parser: it
+// takes words such as "[a,b]" and "++" for its own syntax unless they are marked. The functions below take the marks
+// off again.
+std::vector<std::string> markedArguments(int count, char** arguments);
+
+CLI::Option* addText(CLI::App& app, const std::string& name, std::optional<std::string>& target,
+                     const std::string& description, const std::string& valueName = "TEXT");
+// May be given several times, each time with one text.
+CLI::Option* addTexts(CLI::App& app, const std::string& name, std::vector<std::string>& target,
+                      const std::string& description, const std::string& valueName = "TEXT");
+// The arguments that belong to no option.
+CLI::Option* addArguments(CLI::App& app, const std::string& name, std::vector<std::string>& target,
+                          const std::string& description);
+
+// Absolute, without "." and empty parts and without a trailing "/". Links stay as they are, except before a "..", which
+// means the folder above the link's target, as it does for the system. Touches the disk only for "..".
+std::string absolutePath(std::string_view path);
+
+struct PathListOptions {
+  std::vector<std::string> arguments;  // "-" stands for a list on standard input
+  bool isNullSeparated = false;
+};
+// Adds PATH… with "-" and -0/--null to `app`.
+void addPathList(CLI::App& app, PathListOptions& target, const std::string& name, const std::string& description);
+// Throws a usage failure for --null without a list on standard input.
+void checkPathList(const PathListOptions& list);
+bool readsStandardInput(const PathListOptions& list);
+// Hands on every entry, those of standard input while they arrive; `isListed` says that it came from there. False from
+// the handler, or an interruption, ends the reading.
+using EntryHandler = std::function<bool(const std::string& entry, bool isListed)>;
+void forEachEntry(const PathListOptions& list, const EntryHandler& handler);

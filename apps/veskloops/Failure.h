@@ -1,0 +1,30 @@
+// Why a command cannot go on. Thrown by the program's own code, never by the library, and caught once, in main().
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+// What the program answers its caller.
+enum ExitCode : int {
+  kExitDone = 0,
+  kExitFailed = 1,
+  kExitUsage = 2,  // nothing was done
+  kExitNotFound = 3,
+  kExitSomeFilesFailed = 4,  // the rest was done
+  kExitDatabase = 5,
+  kExitSignalBase = 128,  // plus the signal's number
+};
+
+struct Failure {
+  int code = kExitFailed;
+  std::string kind;                           // for programs: "notFound", "databaseLocked", …
+  std::string message;                        // for people, without a full stop
+  std::string subject = {};                   // what was asked for, as it was given
+  std::vector<std::string> suggestions = {};  // near names, best first
+  std::string nextStep = {};                  // what to do about it
+};
+
+inline Failure usageFailure(std::string message, std::string nextStep = {}) {
+  return Failure{.code = kExitUsage, .kind = "usage", .message = std::move(message), .nextStep = std::move(nextStep)};
+}

@@ -1,0 +1,102 @@
+// LoopRows reads what the loop database says of loops, packages and keywords beyond the engine's result cache. It is
+// the only place of the program that holds SQL. Borrows a connection, which must outlive it; one thread. Each question
+// is one statement; results are handed on row by row. When the database cannot be read, a Failure is thrown.
+#pragma once
+
+#include "database/LCStatement.h"
+#include "loudness/LCLoopLoudnessInfo.h"
+#include "platform/URL.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct LoopMarks {
+  bool isFavorite = false;
+  int64_t rating = 0;
+  std::string comment;
+};
+
+// One loop with what its row and the tables around it tell. Numbers are those of the columns.
+struct LoopRow {
+  int64_t id = 0;
+  std::string urlText;
+  std::string fileName;
+  int64_t tempo = 0;
+  int64_t beatCount = 0;
+  int64_t signatureTop = 0;
+  int64_t signatureBottom = 0;
+  int64_t rootNote = 0;
+  int64_t keyType = 0;
+  int64_t loopType = 0;
+  double lengthInSeconds = 0;
+  std::optional<std::string> genre;
+  std::optional<std::string> instrument;
+  std::optional<std::string> subInstrument;
+  std::vector<std::string> descriptors;
+  std::vector<std::string> crates;  // identifiers
+  std::optional<LoopMarks> marks;
+  LCLoopLoudnessInfo loudness;
+};
+
+// Just enough to find a loop again.
+struct LoopPlace {
+  int64_t id = 0;
+  std::string urlText;
+  bool isPlaceholder = false;  // stands for a loop that is not on this disk yet
+};
+
+struct CrateRow {
+  std::string identifier;
+  std::string name;
+  std::string manufacturer;
+  bool isVirtual = false;
+  int64_t loopCount = 0;
+};
+
+struct KeywordRow {
+  std::string name;
+  int64_t category = 0;
+  int64_t loopCount = 0;
+};
+
+class LoopRows {
+ public:
+  explicit LoopRows(sqlite3* connection);
+
+  // Handed each row in turn; false ends the reading.
+  using RowHandler = std::function<bool(const LoopRow&)>;
+  using PlaceHandler = std::function<bool(const LoopPlace&)>;
+
+  // Rows of the connection's current search result, from `offset` on, `limit` of them (0: all).
+  void forEachResult(int64_t offset, int64_t limit, const RowHandler& handler);
+  void forEachResultPlace(int64_t offset, int64_t limit, const PlaceHandler& handler);
+
+  std::optional<LoopRow> rowWithId(int64_t loopId);
+  std::optional<LoopPlace> placeWithId(int64_t loopId);
+  std::optional<LoopPlace> placeWithURL(const vesk::URL& url);
+  // Loops whose URL begins with `folderURLText` ("": all), of one package when `crate` is given.
+  void forEachPlaceBelow(std::string_view folderURLText, const std::optional<std::string>& crate,
+                         const PlaceHandler& handler);
+  // Up to three file names of the database that look like `name`, the most similar one first.
+  std::vector<std::string> namesLike(std::string_view name);
+
+  std::vector<CrateRow> crates();  // by name
+  // Keywords of these categories (none: of any), by name.
+  std::vector<KeywordRow> keywords(std::span<const int64_t> categories);
+
+ private:
+  LoopRow rowAt(const LCStatement& statement) const;
+  void requireSuccess(const LCStatement& statement) const;
+  std::string rowColumns() const;
+  std::string rowJoins(std::string_view ofLoops) const;
+  std::optional<LoopPlace> firstPlace(LCStatement& statement) const;
+
+  sqlite3* m_connection;  // borrowed
+  bool m_hasLoudness;
+  LCStatement m_placeWithId;  // kept: asked for every file of an indexing run
+};

@@ -1,0 +1,88 @@
+#include "TerminalText.h"
+
+#include <sys/ioctl.h>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+namespace {
+
+constexpr UChar32 kReplacement = 0xFFFD;
+constexpr std::string_view kEllipsis = "…";
+
+// The code point at `offset`, which moves behind it.
+UChar32 nextCodePoint(std::string_view text, size_t& offset) {
+  auto index = static_cast<int64_t>(offset);
+  const auto length = static_cast<int64_t>(text.size());
+  UChar32 codePoint = 0;
+  U8_NEXT(text.data(), index, length, codePoint);
+  offset = static_cast<size_t>(index);
+  return codePoint < 0 ? kReplacement : codePoint;
+}
+
+void append(std::string& text, UChar32 codePoint) {
+  char bytes[U8_MAX_LENGTH];
+  int32_t length = 0;
+  U8_APPEND_UNSAFE(bytes, length, codePoint);
+  text.append(bytes, static_cast<size_t>(length));
+}
+
+bool isControl(UChar32 codePoint) {
+  // Directional marks are of the format category and could swap what stands around a name.
+  const auto category = u_charType(codePoint);
+  return category == U_CONTROL_CHAR || category == U_FORMAT_CHAR || category == U_LINE_SEPARATOR ||
+         category == U_PARAGRAPH_SEPARATOR;
+}
+
+size_t columnsOf(UChar32 codePoint) {
+  const auto category = u_charType(codePoint);
+  if (category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK) return 0;
+  const int width = u_getIntPropertyValue(codePoint, UCHAR_EAST_ASIAN_WIDTH);
+  return width == U_EA_FULLWIDTH || width == U_EA_WIDE ? 2 : 1;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  std::string result;
+  for (size_t offset = 0; offset < text.size();) {
+    const UChar32 codePoint = nextCodePoint(text, offset);
+    append(result, isControl(codePoint) ? kReplacement : codePoint);
+  }
+  return result;
+}
+
+size_t displayWidth(std::string_view text) {
+  size_t columns = 0;
+  for (size_t offset = 0; offset < text.size();) columns += columnsOf(nextCodePoint(text, offset));
+  return columns;
+}
+
+std::string cutToWidth(std::string_view text, size_t width) {
+  if (displayWidth(text) <= width) return std::string(text);
+  if (width == 0) return {};
+  size_t columns = 1;  // the ellipsis
+  size_t end = 0;
+  for (size_t offset = 0; offset < text.size();) {
+    columns += columnsOf(nextCodePoint(text, offset));
+    if (columns > width) break;
+    end = offset;
+  }
+  return std::string(text.substr(0, end)).append(kEllipsis);
+}
+
+std::string paddedToWidth(std::string_view text, size_t width) {
+  std::string result = cutToWidth(text, width);
+  result.append(width - displayWidth(result), ' ');
+  return result;
+}
+
+std::string paddedLeftToWidth(std::string_view text, size_t width) {
+  const std::string cut = cutToWidth(text, width);
+  return std::string(width - displayWidth(cut), ' ') + cut;
+}
+
+size_t terminalWidth(int descriptor) {
+  winsize size{};
+  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
+  return size.ws_col;
+}

@@ -1,0 +1,18 @@
+// Text as a terminal shows it. Pure functions on UTF-8; ill-formed bytes count and show as U+FFFD.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+// Control characters replaced by U+FFFD, so that a file's name cannot steer the terminal.
+std::string printable(std::string_view text);
+// Columns that the text takes: wide characters two, combining ones none.
+size_t displayWidth(std::string_view text);
+// At most `width` columns; what is cut off stands as "…".
+std::string cutToWidth(std::string_view text, size_t width);
+// Cut or filled with blanks to exactly `width` columns.
+std::string paddedToWidth(std::string_view text, size_t width);
+std::string paddedLeftToWidth(std::string_view text, size_t width);
+// Columns of the terminal behind `descriptor`; 80 when it does not say.
+size_t terminalWidth(int descriptor);

@@ -1,0 +1,254 @@
+// veskloops: the command-line program of the loop library. It reads arguments, calls the library and prints.
+
+#include "Arguments.h"
+#include "Context.h"
+#include "CratesCommand.h"
+#include "database/LCDatabaseSchema.h"
+#include "Failure.h"
+#include "IndexCommand.h"
+#include "InfoCommand.h"
+#include "Output.h"
+#include "platform/Environment.h"
+#include "RemoveCommand.h"
+#include "resources/VeskLoopManagementVersion.h"
+#include "SearchCommand.h"
+#include "Similarity.h"
+
+#include <fmt/format.h>
+#include <sqlite3.h>
+#include <unicode/uversion.h>
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <exception>
+#include <memory>
+
+namespace {
+
+constexpr const char* kFooter =
+    "LOOP is a path, a file URL or id:NUMBER. The options above stand before or behind the command.\n"
+    "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 not found, 4 some files failed, 5 database missing, locked, "
+    "damaged\n"
+    "or newer than this program, 130 and 143 interrupted.\n";
+
+// The library's messages go where the program's do.
+class ProgramEnvironment : public vesk::DefaultEnvironment {
+ public:
+  explicit ProgramEnvironment(Output& output) : m_output(output) {}
+  void log(std::string_view message) override { m_output.warning(message); }
+
+ private:
+  Output& m_output;
+};
+
+struct Command {
+  CLI::App* app = nullptr;
+  CommandRunner run;
+};
+
+// The argument parser with everything that it fills.
+struct Program {
+  CLI::App app{"Index audio loops by their own tags and search them.", "veskloops"};
+  GlobalOptions options;
+  std::vector<Command> commands;
+  CLI::App* help = nullptr;
+  std::vector<std::string> helpWords;
+  bool wantsVersion = false;
+
+  Program() {
+    app.set_help_flag("-h,--help", "Show help");
+    app.require_subcommand(0, 1);
+    app.footer(kFooter);
+    addGlobalOptions();
+    addCommand("index", "Put the loops of files and folders into the database", addIndexCommand);
+    addCommand("remove", "Take loops out of the database; audio files stay", addRemoveCommand);
+    addCommand("search", "Find loops", addSearchCommand);
+    addCommand("info", "Show what is known of a loop", addInfoCommand);
+    addCommand("crates", "List the content packages", addCratesCommand);
+    help = app.add_subcommand("help", "Show the help of a command")->fallthrough();
+    addArguments(*help, "COMMAND", helpWords, "Which one");
+  }
+
+  const Command* chosenCommand() const {
+    for (const auto& command : commands) {
+      if (command.app->parsed()) return &command;
+    }
+    return nullptr;
+  }
+
+ private:
+  void addGlobalOptions() {
+    const std::map<std::string, When> whenWords = {
+        {"auto", When::automatic}, {"always", When::always}, {"never", When::never}};
+    const std::map<std::string, ProgressStyle> progressWords = {{"auto", ProgressStyle::automatic},
+                                                                {"always", ProgressStyle::always},
+                                                                {"never", ProgressStyle::never},
+                                                                {"json", ProgressStyle::json}};
+    addText(app, "--database", options.database, "The loop database; else VESKLOOPS_DATABASE, else the user's own",
+            "FILE")
+        ->envname("VESKLOOPS_DATABASE");
+    auto* json = app.add_flag_callback(
+        "--json", [this] { options.format = ResultFormat::json; }, "Print one JSON document");
+    app.add_flag_callback(
+           "--jsonl", [this] { options.format = ResultFormat::jsonLines; }, "Print one JSON object per line")
+        ->excludes(json);
+    auto* quiet = app.add_flag("-q,--quiet", options.quiet, "Only results, warnings and errors");
+    app.add_flag("-v,--verbose", options.verbose, "Tell more")->excludes(quiet);
+    addChoice("--color", options.color, whenWords, "Colour: auto, always or never");
+    addChoice("--progress", options.progress, progressWords, "Progress: auto, always, never or json");
+    app.add_flag("--no-input", options.noInput, "Never ask");
+    app.add_flag("--version", wantsVersion, "Show versions");
+  }
+
+  template <typename T>
+  void addChoice(const std::string& name, T& target, const std::map<std::string, T>& words,
+                 const std::string& description) {
+    app.add_option_function<std::string>(
+           name, [&target, words](const std::string& word) { target = words.at(word); }, description)
+        ->type_name("WORD")
+        ->check([words](const std::string& word) {
+          return words.contains(word) ? std::string() : fmt::format("\"{}\" is none of the words", word);
+        });
+  }
+
+  void addCommand(const std::string& name, const std::string& description, CommandRunner (*add)(CLI::App&)) {
+    CLI::App* command = app.add_subcommand(name, description)->fallthrough();
+    command->footer("More options for every command: veskloops help");
+    commands.push_back({command, add(*command)});
+  }
+};
+
+// When the arguments cannot be read, the format of the answer is still what was asked for.
+ResultFormat formatAskedFor(const std::vector<std::string>& arguments) {
+  for (const auto& argument : arguments) {
+    if (argument == "--") break;
+    if (argument == "--json") return ResultFormat::json;
+    if (argument == "--jsonl") return ResultFormat::jsonLines;
+  }
+  return ResultFormat::text;
+}
+
+std::string helpHint(const Program& program) {
+  const Command* command = program.chosenCommand();
+  return command == nullptr ? "See veskloops help." : fmt::format("See veskloops help {}.", command->app->get_name());
+}
+
+// Words that could stand where `word` does: options of the program and of the chosen command, or commands.
+std::vector<std::string> knownWords(const Program& program, const CLI::App* command, const std::string& word) {
+  std::vector<std::string> words;
+  const std::vector<const CLI::App*> apps =
+      command == nullptr ? std::vector{&program.app} : std::vector{&program.app, command};
+  if (word.starts_with('-')) {
+    for (const CLI::App* app : apps) {
+      for (const auto* option : app->get_options()) {
+        for (const auto& name : option->get_lnames()) words.push_back("--" + name);
+      }
+    }
+  } else {
+    for (const auto* app : apps.back()->get_subcommands([](const CLI::App*) { return true; }))
+      words.push_back(app->get_name());
+  }
+  return words;
+}
+
+Failure unknownWord(const Program& program, const std::string& word) {
+  const Command* command = program.chosenCommand();
+  Failure failure = usageFailure(word.starts_with('-') ? "unknown option" : "unknown command", helpHint(program));
+  failure.subject = word;
+  if (word.starts_with('-') && !word.starts_with("--")) return failure;  // one letter is like any other
+  failure.suggestions = similarNames(word, knownWords(program, command == nullptr ? nullptr : command->app, word));
+  return failure;
+}
+
+Failure failureFor(const Program& program, const CLI::ParseError& error) {
+  if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+    const auto words = program.app.remaining(true);
+    if (!words.empty()) return unknownWord(program, words.front());
+  }
+  return usageFailure(error.what(), helpHint(program));
+}
+
+int showVersion(Context& context) {
+  UVersionInfo icuVersion;
+  char icuText[U_MAX_VERSION_STRING_LENGTH];
+  u_getVersion(icuVersion);
+  u_versionToString(icuVersion, icuText);
+  Output& output = context.output;
+  output.beginDocument("veskloops.version/1", Output::Summary::alsoAsLastLine);
+  output.field("version", VeskLoopManagementVersionString);
+  output.field("schemaVersion", kDefaultDatabaseSchemaVersion);
+  output.field("sqlite", sqlite3_libversion());
+  output.field("icu", icuText);
+  output.endDocument();
+  output.text(fmt::format("veskloops {}", VeskLoopManagementVersionString));
+  return kExitDone;
+}
+
+int printHelp(Output& output, const std::string& text) {
+  output.beginDocument("veskloops.help/1", Output::Summary::alsoAsLastLine);
+  output.field("text", text);
+  output.endDocument();
+  output.rawText(text);
+  return kExitDone;
+}
+
+// The help of the whole program; the parser itself would show that of the command "help" now.
+std::string overview(const Program& program) {
+  return CLI::Formatter().make_help(&program.app, "veskloops", CLI::AppFormatMode::Normal);
+}
+
+int showHelp(Context& context, const Program& program) {
+  const CLI::App* subject = &program.app;
+  for (const auto& word : program.helpWords) {
+    const auto found = subject->get_subcommands([&](const CLI::App* app) { return app->get_name() == word; });
+    if (found.empty()) throw unknownWord(program, word);
+    subject = found.front();
+  }
+  const std::string text = subject == &program.app ? overview(program) : subject->help("veskloops");
+  return printHelp(context.output, text);
+}
+
+int runChosen(Context& context, const Program& program) {
+  if (program.wantsVersion) return showVersion(context);
+  if (program.help->parsed()) return showHelp(context, program);
+  const Command* command = program.chosenCommand();
+  if (command == nullptr) throw usageFailure("a command is missing", "veskloops help lists the commands.");
+  return command->run(context);
+}
+
+int run(Program& program, const std::vector<std::string>& arguments) {
+  program.options.format = formatAskedFor(arguments);
+  try {
+    program.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::CallForHelp&) {
+    Output output(program.options);
+    return output.finish(printHelp(output, program.app.help()));
+  } catch (const CLI::ParseError& error) {
+    Output output(program.options);
+    return output.finish(output.fail(failureFor(program, error)));
+  }
+
+  Output output(program.options);
+  vesk::Environment::setShared(std::make_shared<ProgramEnvironment>(output));
+  Context context{program.options, output};
+  int code = kExitDone;
+  try {
+    code = runChosen(context, program);
+  } catch (const Failure& failure) {
+    code = output.fail(failure);
+  } catch (const std::exception& error) {
+    code = output.fail(Failure{.code = kExitFailed, .kind = "failed", .message = error.what()});
+  }
+  code = output.finish(code);
+  if (program.options.progress == ProgressStyle::json) output.eventLine({{"event", "done"}, {"code", code}});
+  vesk::Environment::setShared(nullptr);
+  return code;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that has enough must not end a run half way
+  Program program;
+  return run(program, markedArguments(count, arguments));
+}

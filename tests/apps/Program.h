@@ -1,0 +1,79 @@
+// Runs the built program as a person or a script would, in surroundings of its own.
+#pragma once
+
+#include "support/AudioFixture.h"
+#include "support/TestEnvironment.h"
+
+#include <sys/types.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+using JSON = nlohmann::json;
+using Words = std::vector<std::string>;
+
+struct Outcome {
+  int code = -1;
+  std::string out;
+  std::string err;
+
+  JSON json() const;  // standard output as one document; fails the test and is null when it is none
+  Words lines() const;
+  std::vector<JSON> jsonLines() const;
+  Words names() const;  // the last components of printed paths
+};
+
+struct LoopTags {
+  std::string instrument = "Drums";
+  std::string subInstrument = "Drum Kit";
+  std::string genre = "Rock/Blues";
+  fixture::Texts descriptors = {"Dry"};
+  int16_t rootNote = 48;
+  int16_t keyType = 2;
+  int32_t beats = 8;
+  int16_t signatureTop = 4;
+  int16_t signatureBottom = 4;
+};
+
+// A loop of four seconds at one frame of 8 bits every hundredth of a second, fully tagged.
+fixture::Bytes loopFile(const LoopTags& tags = {}, const std::vector<fixture::Chunk>& more = {});
+
+// A running program whose standard input is a pipe.
+class RunningProgram {
+ public:
+  RunningProgram(pid_t process, int input, std::string folder)
+      : m_process(process), m_input(input), m_folder(std::move(folder)) {}
+  void write(const std::string& text) const;
+  // Until standard error holds `text`; false when it does not within ten seconds.
+  bool waitForMessage(const std::string& text) const;
+  void signal(int number) const;
+  Outcome finish();  // closes the input and waits
+
+ private:
+  pid_t m_process;
+  int m_input;
+  std::string m_folder;
+};
+
+class Program {
+ public:
+  Program();
+
+  // Relative paths are below folder(). VESKLOOPS_DATABASE names database().
+  Outcome run(const Words& arguments, const std::string& input = {}) const;
+  RunningProgram start(const Words& arguments) const;
+  // With a terminal of 100 columns for all three streams; everything printed is in `out`.
+  Outcome runOnTerminal(const Words& arguments, const std::string& input = {}) const;
+
+  const TemporaryFolder& folder() const { return m_folder; }
+  std::string path(std::string_view relative) const { return m_folder.path(relative); }
+  std::string database() const { return path("loops.db"); }
+  // Both create the folders above; the answer is the absolute path.
+  std::string add(std::string_view relative, const fixture::Bytes& bytes = loopFile()) const;
+  void execute(const std::string& sql) const;  // on the database
+
+ private:
+  [[noreturn]] void become(const Words& arguments) const;
+  TemporaryFolder m_folder;
+};

@@ -1,0 +1,138 @@
+#include "platform/Path.h"
+#include "Program.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <sstream>
+
+namespace {
+
+bool holds(const std::string& text, std::string_view part) {
+  return text.find(part) != std::string::npos;
+}
+
+Words with(Words words, const Words& more) {
+  words.insert(words.end(), more.begin(), more.end());
+  return words;
+}
+
+TEST(Usage, WrongArgumentsDoNothingAndSayWhatIsWrongInEveryFormat) {
+  const Program program;
+  program.add("a.aif");
+  struct Case {
+    Words arguments;
+    std::string_view message;
+  };
+  const std::vector<Case> cases = {
+      {{}, "a command is missing"},
+      {{"serch"}, "Did you mean \"search\""},
+      {{"search", "--limt", "3"}, "Did you mean \"--limit\""},
+      {{"search", "--tempo", "120"}, "unknown option: --tempo"},  // not there yet, and no silent no-op
+      {{"search", "--favorites"}, "unknown option"},
+      {{"index", "--force", "a.aif"}, "unknown option"},
+      {{"index", "-x", "a.aif"}, "unknown option: -x"},
+      {{"favorite", "a.aif"}, "unknown command"},
+      {{"crates", "create", "X"}, "unknown command"},
+      {{"help", "nothing"}, "unknown command"},
+      {{"index"}, "needs a file or folder"},
+      {{"index", "--move", "a.aif"}, "--copy-to"},
+      {{"index", "--batch", "0", "a.aif"}, "--batch"},
+      {{"index", "--batch", "many", "a.aif"}, "--batch"},
+      {{"index", "-0", "a.aif"}, "--null"},
+      {{"remove"}, "--missing"},
+      {{"info"}, "needs a file"},
+      {{"--color", "pink", "search"}, "pink"},
+      {{"-q", "-v", "search"}, "excludes"},
+  };
+  for (const auto& [arguments, message] : cases) {
+    const Outcome text = program.run(arguments);
+    EXPECT_EQ(text.code, 2) << text.err;
+    EXPECT_TRUE(text.out.empty());
+    EXPECT_TRUE(text.err.starts_with("veskloops: error: ")) << text.err;
+    EXPECT_TRUE(holds(text.err, message)) << text.err;
+    const Outcome json = program.run(with({"--json"}, arguments));
+    EXPECT_EQ(json.code, 2);
+    EXPECT_EQ(json.json()["error"]["code"], 2);
+    EXPECT_EQ(json.json()["error"]["kind"], "usage");
+  }
+  EXPECT_FALSE(vesk::path::exists(program.database()));
+}
+
+TEST(Usage, OptionsOfEveryCommandStandBeforeOrBehindIt) {
+  const Program program;
+  program.add("a.aif");
+  ASSERT_EQ(program.run({"index", "a.aif"}).code, 0);
+  for (const Words& arguments : {Words{"--json", "search"}, Words{"search", "--json"}}) {
+    EXPECT_EQ(program.run(arguments).json()["total"], 1);
+  }
+  EXPECT_EQ(program.run({"search", "--database", "none.db"}).code, 5);
+}
+
+TEST(Usage, VersionTellsWhatItStandsOn) {
+  const JSON version = Program().run({"--version", "--json"}).json();
+  EXPECT_EQ(version["schemaVersion"], 100930);
+  EXPECT_TRUE(version["sqlite"].is_string());
+  EXPECT_TRUE(version["icu"].is_string());
+}
+
+TEST(Usage, ArgumentsThatLookLikeSyntaxAreTakenAsTheyAre) {
+  const Program program;
+  const Words folders = {"[a,b]", "++", "-dash", "{}", "id:x", "a'b \"c\" $d"};
+  for (const auto& folder : folders) program.add(folder + "/" + folder + ".aif");
+  const Outcome index = program.run({"index", "--json", "--", "[a,b]", "++", "-dash", "{}", "id:x", "a'b \"c\" $d"});
+  EXPECT_EQ(index.json()["indexed"], folders.size()) << index.err;
+  EXPECT_EQ(program.run({"search", "--name", "[a,b]"}).names(), Words{"[a,b].aif"});
+  EXPECT_EQ(program.run({"index", "--exclude", "[+]+", "--json", "[a,b]", "++"}).json()["walked"], 2);
+  EXPECT_EQ(program.run({"index", "--exclude", "[+]*", "--json", "[a,b]", "++"}).json()["walked"], 1);
+}
+
+TEST(Usage, ColourAndTableAreForTerminalsOnly) {
+  const Program program;
+  program.add("Funk \x1b[31m.aif");
+  ASSERT_EQ(program.run({"index", "."}).code, 0);
+  const std::string path = program.path("Funk \x1b[31m.aif");
+  EXPECT_EQ(program.run({"search"}).out, path + "\n");  // the exact bytes
+  EXPECT_EQ(program.run({"search", "--key", "H"}).err.find('\x1b'), std::string::npos);
+  EXPECT_NE(program.run({"search", "--key", "H", "--color", "always"}).err.find('\x1b'), std::string::npos);
+
+  const std::string table = program.runOnTerminal({"search"}).out;
+  EXPECT_TRUE(holds(table, "\x1b[1mName")) << table;
+  EXPECT_TRUE(holds(table, "Funk \uFFFD[31m.aif")) << table;  // a name cannot steer the terminal
+  EXPECT_TRUE(holds(table, "C maj"));
+  EXPECT_FALSE(holds(program.runOnTerminal({"--color", "never", "search"}).out, "\x1b[1m"));
+}
+
+TEST(Usage, ProgressAsJSONBeginsAndEndsAndLeavesTheResultAlone) {
+  const Program program;
+  for (int number = 0; number < 30; ++number) program.add("f/" + std::to_string(number) + ".aif");
+  const Outcome run = program.run({"--json", "--progress", "json", "index", "f"});
+  EXPECT_EQ(run.json()["indexed"], 30);
+  std::vector<JSON> events;
+  std::istringstream stream(run.err);
+  for (std::string line; std::getline(stream, line);) events.push_back(JSON::parse(line));
+  ASSERT_GE(events.size(), 3u);
+  EXPECT_EQ(events.front()["event"], "progress");
+  EXPECT_EQ(events.back(), (JSON{{"event", "done"}, {"code", 0}}));
+  const auto last =
+      std::find_if(events.rbegin(), events.rend(), [](const JSON& e) { return e.value("phase", "") == "index"; });
+  ASSERT_NE(last, events.rend());
+  EXPECT_EQ((*last)["done"], 30);
+  EXPECT_EQ((*last)["total"], 30);
+}
+
+TEST(Usage, AResultThatCannotBeWrittenIsAFailure) {
+  const Program program;
+  for (int number = 0; number < 40; ++number) program.add("f/" + std::to_string(number) + ".aif");
+  ASSERT_EQ(program.run({"index", "f"}).code, 0);
+  for (const char* more : {"--limit 1", "--limit 0"}) {  // fails at the end; fails while writing
+    const std::string command = fmt::format("'{}' --database '{}' search --json {} >/dev/full 2>'{}'", VESKLOOPS,
+                                            program.database(), more, program.path("err"));
+    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
+    EXPECT_TRUE(holds(vesk::path::readFile(program.path("err")).value_or(""), "No space left"));
+  }
+}
+
+}  // namespace
