@@ -1,0 +1,129 @@
+// Indexing runs over the 3,000 loop files (a third AIFF, WAV, CAF each; about 330 folders), all in the page cache.
+//   run/new           into an empty database: read, write, end-of-run work, one transaction
+//   run/again         the same files into the database that already has them
+//   run/parse_only    the folder walked and every file parsed, no database
+//   floor/walk_4KiB   the folder walked and the first 4 KiB of every file read
+// and the end-of-run work alone (group keywords, table per keyword, distribution, empty packages) on a copy of a
+// database of
+//   end_of_run/10000, /100000, with --large also /1000000 loops
+#include "BenchFolder.h"
+#include "LoopDatabases.h"
+#include "LoopFiles.h"
+
+#include "database/LCDatabaseSchema.h"
+#include "fileio/LCFileParser.h"
+#include "indexing/LCFileIndexing.h"
+#include "platform/Path.h"
+
+#include <benchmark/benchmark.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+
+namespace {
+
+std::string emptyDatabasePath() {
+  const std::string path = vesk::path::appending(benchFolder(), "run.db");
+  std::error_code error;
+  std::filesystem::remove(path, error);
+  return path;
+}
+
+std::unique_ptr<LCFileIndexing> indexerFor(const std::string& path) {
+  return LCFileIndexing::initWithDatabaseConfiguration({path, false, kDefaultDatabaseSchemaVersion});
+}
+
+// Whether every file was indexed.
+bool indexLoopFiles(LCFileIndexing& indexer, const vesk::URL& folder) {
+  const auto failures = indexer.addDirectoryURL(folder, "bench", nullptr, std::nullopt, false);
+  return failures && failures->empty();
+}
+
+void indexIntoEmptyDatabase(benchmark::State& state) {
+  const vesk::URL folder = vesk::URL::fileURLWithPath(loopFilesFolder());
+  for (auto _ : state) {
+    state.PauseTiming();
+    auto indexer = indexerFor(emptyDatabasePath());
+    state.ResumeTiming();
+    if (!indexer || !indexLoopFiles(*indexer, folder)) state.SkipWithError("not every file was indexed");
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kLoopFileCount));
+}
+
+void indexAgain(benchmark::State& state) {
+  const vesk::URL folder = vesk::URL::fileURLWithPath(loopFilesFolder());
+  const auto indexer = indexerFor(emptyDatabasePath());
+  if (!indexer || !indexLoopFiles(*indexer, folder)) state.SkipWithError("not every file was indexed");
+  for (auto _ : state) {
+    if (!indexLoopFiles(*indexer, folder)) state.SkipWithError("not every file was indexed");
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kLoopFileCount));
+}
+
+template <typename Work>
+void walk(benchmark::State& state, const Work& work) {
+  const std::string folder = loopFilesFolder();
+  for (auto _ : state) {
+    for (const std::string& subpath : vesk::path::subpaths(folder)) {
+      const std::string path = vesk::path::appending(folder, subpath);
+      if (!vesk::path::isDirectory(path) && !work(path)) state.SkipWithError("a file could not be read");
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kLoopFileCount));
+}
+
+bool parse(const std::string& path) {
+  const auto parser = LCFileParser::fileParserForURL(vesk::URL::fileURLWithPath(path, false));
+  return parser && parser->fileData();
+}
+
+bool readFirstBytes(const std::string& path) {
+  std::array<char, 4096> buffer{};
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return false;
+  const bool done = read(file, buffer.data(), buffer.size()) > 0;
+  close(file);
+  benchmark::DoNotOptimize(buffer);
+  return done;
+}
+
+void endOfRun(benchmark::State& state) {
+  const std::string copy = vesk::path::appending(benchFolder(), "end-of-run.db");
+  std::filesystem::copy_file(loopDatabase(static_cast<size_t>(state.range(0))), copy,
+                             std::filesystem::copy_options::overwrite_existing);
+  const auto indexer = indexerFor(copy);
+  if (!indexer) state.SkipWithError("the database could not be opened");
+  for (auto _ : state) indexer->finishIndexingInBlock(true);
+  state.counters["MB"] = static_cast<double>(std::filesystem::file_size(copy)) / 1e6;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const bool large = takeLargeOption(argc, argv);
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+
+  using benchmark::RegisterBenchmark;
+  RegisterBenchmark("run/new", indexIntoEmptyDatabase)->Unit(benchmark::kMillisecond)->UseRealTime();
+  RegisterBenchmark("run/again", indexAgain)->Unit(benchmark::kMillisecond)->UseRealTime();
+  RegisterBenchmark("run/parse_only", [](benchmark::State& state) { walk(state, parse); })
+      ->Unit(benchmark::kMillisecond)
+      ->UseRealTime();
+  RegisterBenchmark("floor/walk_4KiB", [](benchmark::State& state) { walk(state, readFirstBytes); })
+      ->Unit(benchmark::kMillisecond)
+      ->UseRealTime();
+  RegisterBenchmark("end_of_run", endOfRun)->Unit(benchmark::kMillisecond)->UseRealTime()->Arg(10000)->Arg(100000);
+  if (large) {
+    RegisterBenchmark("end_of_run", endOfRun)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime()
+        ->Arg(1000000)
+        ->Iterations(1);
+  }
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

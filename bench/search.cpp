@@ -1,0 +1,136 @@
+// LCSearchEngineDesktop::doSearch() on databases of 10,000 and 100,000 loops, with --large also 1,000,000. Each search
+// fills the result table in name order and finds the keywords still available; beside it, as floor, a hand-written
+// SELECT of the ids of the same loops, every row stepped, no order, no result table. Both must find the same number of
+// loops ("rows").
+//   all              no settings
+//   keyword          one common keyword (Drums)
+//   three_keywords   Drums, Grooving, Hip Hop
+//   one_word         text "velvet"
+//   two_words        text "velvet snare"
+//   key              root A (exact), 4/4, minor
+//   favorites        favourites only
+//   folder           one folder of about 200 loops
+// open               a search engine made on the database and closed again
+#include "BenchFolder.h"
+#include "LoopDatabases.h"
+
+#include "database/LCConnection.h"
+#include "database/LCDatabaseSchema.h"
+#include "database/LCStatement.h"
+#include "model/LCKeywordHelper.h"
+#include "search/LCSearchEngineDesktop.h"
+
+#include <benchmark/benchmark.h>
+#include <fmt/format.h>
+
+#include <string_view>
+
+namespace {
+
+struct Workload {
+  std::string name;
+  void (*set)(LCSearchEngine& engine);
+  std::string sql;  // the ids of the loops that the search finds
+};
+
+std::string tagged(std::string_view keyword) {
+  return fmt::format("SELECT loopId FROM tagging_cache_{}", LCKeywordHelper::keywordIdForKeyword(std::string(keyword)));
+}
+
+// Any of the searched texts but the file name holds `text`.
+std::string textLike(std::string_view text) {
+  return fmt::format(
+      "comment LIKE '%{0}%' OR title LIKE '%{0}%' OR author LIKE '%{0}%' OR collection LIKE '%{0}%' OR theme LIKE "
+      "'%{0}%'",
+      text);
+}
+
+std::vector<Workload> workloads() {
+  const std::string all = "SELECT id FROM Loops";
+  return {
+      {"all", [](LCSearchEngine&) {}, all},
+      {"keyword", [](LCSearchEngine& engine) { engine.setSearchKeywords(vesk::StringSet{"Drums"}); }, tagged("Drums")},
+      {"three_keywords",
+       [](LCSearchEngine& engine) {
+         engine.setSearchKeywords(vesk::StringSet{"Drums", "Grooving", "Hip Hop"});
+       },
+       tagged("Hip Hop") + " INTERSECT " + tagged("Grooving") + " INTERSECT " + tagged("Drums")},
+      {"one_word", [](LCSearchEngine& engine) { engine.setSearchString("velvet"); },
+       all + " WHERE fileURL LIKE '%velvet%' OR fileName LIKE '%velvet%' OR " + textLike("velvet")},
+      {"two_words", [](LCSearchEngine& engine) { engine.setSearchString("velvet snare"); },
+       all + " WHERE fileURL LIKE '%velvet%20snare%' OR (fileName LIKE '%velvet%' AND fileName LIKE '%snare%') OR " +
+           textLike("velvet snare")},
+      {"key",
+       [](LCSearchEngine& engine) {
+         engine.setFilterForMoreRelevantResults(false);
+         engine.setRootKey(69);
+         engine.setTimeSignatureTop(4, 4);
+         engine.setKeyType(1);
+       },
+       all + " WHERE timeSignatureTop IN (4, 0) AND key IN (57, 0, -1) AND keyType = 1"},
+      {"favorites", [](LCSearchEngine& engine) { engine.setSearchForFavorites(true); },
+       all + " WHERE id IN (SELECT loopId FROM UserData WHERE isFavorite = 1)"},
+      {"folder", [](LCSearchEngine& engine) { engine.setPathPrefix(kBenchPackFolder); },
+       fmt::format("{} WHERE fileURL LIKE 'file://{}%'", all, vesk::percentEncodedPath(kBenchPackFolder))},
+  };
+}
+
+std::unique_ptr<LCSearchEngineDesktop> openEngine(size_t loopCount) {
+  return LCSearchEngineDesktop::initWithDatabaseConfiguration(
+      {loopDatabase(loopCount), true, kDefaultDatabaseSchemaVersion});
+}
+
+void search(benchmark::State& state, const Workload& workload, size_t loopCount) {
+  const auto engine = openEngine(loopCount);
+  if (!engine) return state.SkipWithError("the database could not be opened");
+  workload.set(*engine);
+  for (auto _ : state) engine->doSearch();
+  state.counters["rows"] = static_cast<double>(engine->numberOfLoops());
+}
+
+void selectIds(benchmark::State& state, const Workload& workload, size_t loopCount) {
+  const LCConnection connection = openConnection(loopDatabase(loopCount), LCOpenMode::readOnly);
+  LCStatement select(connection.get(), workload.sql);
+  if (!select.isPrepared()) return state.SkipWithError("the statement could not be prepared");
+  size_t rows = 0;
+  for (auto _ : state) {
+    rows = 0;
+    while (select.step()) ++rows;
+    select.reset();
+  }
+  state.counters["rows"] = static_cast<double>(rows);
+}
+
+void open(benchmark::State& state, size_t loopCount) {
+  loopDatabase(loopCount);
+  for (auto _ : state) {
+    if (!openEngine(loopCount)) state.SkipWithError("the database could not be opened");
+  }
+}
+
+template <typename Work>
+void add(const std::string& name, size_t loopCount, const Work& work) {
+  benchmark::RegisterBenchmark(fmt::format("{}/{}", name, loopCount).c_str(), work)->Unit(benchmark::kMillisecond);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const bool large = takeLargeOption(argc, argv);
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+
+  std::vector<size_t> sizes = {10000, 100000};
+  if (large) sizes.push_back(1000000);
+  for (const size_t size : sizes) {
+    add("open", size, [size](benchmark::State& state) { open(state, size); });
+    for (const Workload& workload : workloads()) {
+      add("search/" + workload.name, size,
+          [workload, size](benchmark::State& state) { search(state, workload, size); });
+      add("floor/" + workload.name, size,
+          [workload, size](benchmark::State& state) { selectIds(state, workload, size); });
+    }
+  }
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}
