@@ -108,7 +108,8 @@ std::unique_ptr<LCSearchEngine> makeEngine(const LCDatabaseConfiguration& config
   return LCSearchEngineDesktop::initWithDatabaseConfiguration(configuration);
 }
 
-// A free path beside the database. It must not begin with the database's name: rebuilding deletes every file that does.
+// A free path beside the database. It must not begin with the database's name: a host that rebuilds deletes all that
+// do.
 std::string pathForDamagedCopy(const std::string& file) {
   const std::string name = vesk::path::lastComponent(file);
   char stamp[32] = {};
@@ -128,22 +129,29 @@ std::string pathForDamagedCopy(const std::string& file) {
   return {};  // not reached: no name begins like both
 }
 
-// Copies the file and what SQLite keeps beside it. Without a copy nothing may be rebuilt.
+// Renames the file and what SQLite keeps beside it, and takes away the mark of damage: the library, finding either,
+// would delete every file of the folder whose name begins with the database's.
 std::string putAside(const std::string& file) {
-  const std::string copy = pathForDamagedCopy(file);
+  const std::string kept = pathForDamagedCopy(file);
   std::error_code error;
-  fs::copy_file(file, copy, error);
+  fs::rename(file, kept, error);
   if (error) {
     throw databaseProblem(
         "databaseDamaged",
-        fmt::format("the loop database is damaged and cannot be copied to {} ({})", copy, error.message()), file,
-        "Make room or move the file away yourself, then index again.");
+        fmt::format("the loop database is damaged and cannot be renamed to {} ({})", kept, error.message()), file,
+        "Move the file away yourself, then index again.");
   }
-  for (const char* companion : {"-wal", "-journal"}) {
+  for (const char* companion : {"-wal", "-journal", "-shm"}) {
     std::error_code ignored;  // most databases have none
-    fs::copy_file(file + companion, copy + companion, ignored);
+    fs::rename(file + companion, kept + companion, ignored);
   }
-  return copy;
+  return kept;
+}
+
+void removeDamageMark(const std::string& file) {
+  std::error_code ignored;
+  fs::remove(vesk::path::appending(vesk::path::deletingLastComponent(file), kCorruptDatabaseFileIndicatorName),
+             ignored);
 }
 
 std::unique_ptr<LCFileIndexing> makeIndexer(const LCDatabaseConfiguration& configuration) {
@@ -207,9 +215,9 @@ std::unique_ptr<LCFileIndexing> openOrCreate(const Context& context) {
     requireOpenable(file, O_RDWR);
     requireUnlocked(file, LCOpenMode::readWriteCreate);
     if (LCSearchEngine::databaseLooksDamaged(configuration)) {
-      const std::string copy = putAside(file);
+      const std::string kept = putAside(file);
       context.output.warning(
-          fmt::format("the loop database was damaged and starts anew; the old file is kept as {}", copy),
+          fmt::format("the loop database was damaged and starts anew; the old file is kept as {}", kept),
           "Index your other folders again, too.");
     } else {
       requireKnownVersion(file);
@@ -217,7 +225,8 @@ std::unique_ptr<LCFileIndexing> openOrCreate(const Context& context) {
   } else {
     requireWritableFolder(file);
   }
-  // The engine's opening mends a damaged database and completes the tables; the indexer's does not.
+  removeDamageMark(file);  // what it spoke of is out of the way
+  // The engine's opening completes the tables of an older database and records that its names are composed.
   if (!makeEngine(configuration, EngineLayout::desktop)) throw unopenableDatabase(file, EACCES);
   return makeIndexer(configuration);
 }

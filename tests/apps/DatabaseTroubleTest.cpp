@@ -36,7 +36,7 @@ TEST_F(DatabaseTrouble, AMissingOrEmptyOneIsSaidToBeMissingAndNotMade) {
   EXPECT_EQ(kindOf({"search"}), "databaseMissing");
 }
 
-TEST_F(DatabaseTrouble, ADamagedOneIsLeftAloneByReadersAndKeptAsACopyByIndex) {
+TEST_F(DatabaseTrouble, ADamagedOneIsLeftAloneByReadersAndKeptAsideByIndex) {
   makeDatabase();
   const std::string damaged = "garbage at the beginning" + bytesOf(program.database()).substr(24);
   program.folder().addFile("loops.db", damaged);
@@ -45,9 +45,12 @@ TEST_F(DatabaseTrouble, ADamagedOneIsLeftAloneByReadersAndKeptAsACopyByIndex) {
   EXPECT_EQ(program.run({"index", "-n", "l"}).code, 0);
   EXPECT_EQ(bytesOf(program.database()), damaged);
 
+  program.folder().addFile("LoopsDatabaseV10.db-isDamaged", "1");
+  program.folder().addFile("loops.db notes.txt", "mine");
   const Outcome run = program.run({"index", "l"});
   EXPECT_EQ(run.code, 0) << run.err;
   EXPECT_EQ(program.run({"search"}).names(), Words{"A.aif"});
+  EXPECT_EQ(bytesOf(program.path("loops.db notes.txt")), "mine");  // not taken for a companion of the database
   std::string copy;
   for (const auto& entry : fs::directory_iterator(program.folder().path())) {
     if (entry.path().filename().string().starts_with("damaged-")) copy = entry.path();

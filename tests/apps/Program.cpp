@@ -148,6 +148,14 @@ RunningProgram Program::start(const Words& arguments) const {
   return RunningProgram(process, ends[1], path("streams"));
 }
 
+bool Program::hasTerminals() {
+  int ends[2] = {-1, -1};
+  if (openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) != 0) return false;
+  close(ends[0]);
+  close(ends[1]);
+  return true;
+}
+
 Outcome Program::runOnTerminal(const Words& arguments, const std::string& input) const {
   int terminal = -1;
   winsize size{.ws_row = 40, .ws_col = 100, .ws_xpixel = 0, .ws_ypixel = 0};

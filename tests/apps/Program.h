@@ -63,6 +63,8 @@ class Program {
   // Relative paths are below folder(). VESKLOOPS_DATABASE names database().
   Outcome run(const Words& arguments, const std::string& input = {}) const;
   RunningProgram start(const Words& arguments) const;
+  // Whether this machine offers pseudo-terminals; bare containers may not.
+  static bool hasTerminals();
   // With a terminal of 100 columns for all three streams; everything printed is in `out`.
   Outcome runOnTerminal(const Words& arguments, const std::string& input = {}) const;
 

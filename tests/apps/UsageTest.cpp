@@ -90,6 +90,7 @@ TEST(Usage, ArgumentsThatLookLikeSyntaxAreTakenAsTheyAre) {
 }
 
 TEST(Usage, ColourAndTableAreForTerminalsOnly) {
+  if (!Program::hasTerminals()) GTEST_SKIP() << "no pseudo-terminals here";
   const Program program;
   program.add("Funk \x1b[31m.aif");
   ASSERT_EQ(program.run({"index", "."}).code, 0);
