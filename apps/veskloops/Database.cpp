@@ -266,3 +266,14 @@ void commitWriting(LCFileIndexing& indexer) {
     throw;
   }
 }
+
+void removeLoops(LCFileIndexing& indexer, std::span<const LoopPlace> places) {
+  std::vector<int64_t> ids;
+  for (const auto& place : places) ids.push_back(place.id);
+  beginWriting(indexer);
+  if (!indexer.removeLoopsWithIds(ids)) {
+    indexer.executeStatementWithNoReturnValue("ROLLBACK;");
+    throw Failure{.code = kExitDatabase, .kind = "database", .message = "loops could not be taken out"};
+  }
+  commitWriting(indexer);
+}

@@ -6,9 +6,11 @@
 #include "database/LCDatabaseConfiguration.h"
 #include "Failure.h"
 #include "indexing/LCFileIndexing.h"
+#include "LoopRows.h"
 #include "search/LCSearchEngine.h"
 
 #include <memory>
+#include <span>
 #include <string>
 
 enum class EngineLayout { desktop, mobile };
@@ -32,3 +34,5 @@ Failure databaseFailure(int status, std::string_view detail = {});
 // Starts a transaction that owns the database's writing at once; ends it. Throw when the database refuses.
 void beginWriting(LCFileIndexing& indexer);
 void commitWriting(LCFileIndexing& indexer);
+// Takes these out in a transaction of their own: all, or, when the database refuses, none, and throws.
+void removeLoops(LCFileIndexing& indexer, std::span<const LoopPlace> places);

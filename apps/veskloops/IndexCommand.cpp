@@ -20,11 +20,13 @@
 #include <fmt/format.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <span>
 
 namespace {
 
@@ -138,8 +140,8 @@ int IndexRun::run() {
   walkAll([this](const WalkedFile& file) { visit(file); },
           [this](const std::string& path, const std::string& detail) { failUnwalked(path, "unreadable", detail); },
           [this](const std::string& path) { failUnwalked(path, "notFound", {}); });
-  if (m_arguments.prune && !isInterrupted()) prune();
   if (m_indexer) commitBatch();
+  if (m_arguments.prune && !isInterrupted()) prune();
   m_progress.end();
   finishDatabase();
   return report();
@@ -343,9 +345,12 @@ void IndexRun::pruneBelow(const std::string& folder) {
                               if (isGone && !place.isPlaceholder) gone.push_back(place);
                               return true;
                             });
-  for (const auto& place : gone) {
-    m_output.comment(fmt::format("{}: gone", pathOfURLText(place.urlText)));
-    if (!m_indexer || m_indexer->removeLoopWithId(place.id)) ++m_counts.removed;
+  const auto batchSize = static_cast<size_t>(m_arguments.batchSize);
+  for (size_t begin = 0; begin < gone.size(); begin += batchSize) {
+    const auto batch = std::span(gone).subspan(begin, std::min(batchSize, gone.size() - begin));
+    for (const auto& place : batch) m_output.comment(fmt::format("{}: gone", pathOfURLText(place.urlText)));
+    if (m_indexer) removeLoops(*m_indexer, batch);
+    m_counts.removed += static_cast<int64_t>(batch.size());
   }
 }
 

@@ -13,7 +13,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
+#include <span>
 #include <unordered_set>
 
 namespace {
@@ -27,13 +29,6 @@ struct RemoveArguments {
   bool dryRun = false;
   bool yes = false;
 };
-
-Failure unremovable(const LoopPlace& place) {
-  return Failure{.code = kExitDatabase,
-                 .kind = "database",
-                 .message = "a loop could not be taken out",
-                 .subject = pathOfURLText(place.urlText)};
-}
 
 class RemoveRun {
  public:
@@ -49,7 +44,7 @@ class RemoveRun {
   bool addIfWanted(const LoopPlace& place);
   void requireConsent() const;
   void removeSelected();
-  bool remove(LCFileIndexing& indexer, const LoopPlace& place);
+  void tell(const LoopPlace& place);
   int report();
 
   Context& m_context;
@@ -149,25 +144,25 @@ void RemoveRun::removeSelected() {
   const auto indexer = m_arguments.dryRun ? nullptr : openForWriting(m_context);
   m_progress.begin("remove", static_cast<int64_t>(m_selected.size()));
   for (size_t begin = 0; begin < m_selected.size() && !InterruptionGuard::isInterrupted(); begin += kBatchSize) {
-    if (indexer) beginWriting(*indexer);
-    const size_t end = std::min(begin + kBatchSize, m_selected.size());
-    for (size_t index = begin; index < end && !InterruptionGuard::isInterrupted(); ++index) {
-      const LoopPlace& place = m_selected[index];
-      if (indexer && !indexer->removeLoopWithId(place.id)) throw unremovable(place);
-      ++m_removed;
-      JSON object = {{"id", std::to_string(place.id)}};
-      addPath(object, pathOfURLText(place.urlText), place.urlText);
-      m_output.item(object);
-      if (m_arguments.dryRun) m_output.text(pathOfURLText(place.urlText));
-      m_progress.step(m_removed, pathOfURLText(place.urlText));
-    }
-    if (indexer) commitWriting(*indexer);
+    const auto batch = std::span(m_selected).subspan(begin, std::min(kBatchSize, m_selected.size() - begin));
+    if (indexer) removeLoops(*indexer, batch);
+    for (const auto& place : batch) tell(place);
   }
   m_progress.end();
   if (!indexer) return;
   m_progress.begin("finish", std::nullopt);
   indexer->finishIndexingInBlock(true);
   m_progress.end();
+}
+
+void RemoveRun::tell(const LoopPlace& place) {
+  const std::string path = pathOfURLText(place.urlText);
+  ++m_removed;
+  JSON object = {{"id", std::to_string(place.id)}};
+  addPath(object, path, place.urlText);
+  m_output.item(object);
+  if (m_arguments.dryRun) m_output.text(path);
+  m_progress.step(m_removed, path);
 }
 
 int RemoveRun::report() {

@@ -154,6 +154,7 @@ void SearchSettings::applySort() {
     }
     descriptors.push_back({.key = *column, .ascending = pieces.back() != "desc"});
   }
+  descriptors.push_back({.key = "fileName"});  // what is alike stands in the order of names
   m_engine.setSortDescriptors(descriptors);
 }
 

@@ -4,6 +4,8 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
+
 namespace {
 
 constexpr UChar32 kReplacement = 0xFFFD;
@@ -40,6 +42,24 @@ size_t columnsOf(UChar32 codePoint) {
   return width == U_EA_FULLWIDTH || width == U_EA_WIDE ? 2 : 1;
 }
 
+// The longest beginning and the longest end of `text` that take at most `width` columns.
+std::string_view beginningOfWidth(std::string_view text, size_t width) {
+  size_t end = 0;
+  size_t columns = 0;
+  for (size_t offset = 0; offset < text.size(); end = offset) {
+    columns += columnsOf(nextCodePoint(text, offset));
+    if (columns > width) break;
+  }
+  return text.substr(0, end);
+}
+
+std::string_view endOfWidth(std::string_view text, size_t width) {
+  size_t columns = displayWidth(text);
+  size_t start = 0;
+  while (columns > width) columns -= columnsOf(nextCodePoint(text, start));
+  return text.substr(start);
+}
+
 }  // namespace
 
 std::string printable(std::string_view text) {
@@ -58,16 +78,12 @@ size_t displayWidth(std::string_view text) {
 }
 
 std::string cutToWidth(std::string_view text, size_t width) {
+  constexpr size_t kLongestEnd = 10;
   if (displayWidth(text) <= width) return std::string(text);
   if (width == 0) return {};
-  size_t columns = 1;  // the ellipsis
-  size_t end = 0;
-  for (size_t offset = 0; offset < text.size();) {
-    columns += columnsOf(nextCodePoint(text, offset));
-    if (columns > width) break;
-    end = offset;
-  }
-  return std::string(text.substr(0, end)).append(kEllipsis);
+  const std::string_view end = endOfWidth(text, std::min(width / 3, kLongestEnd));
+  const std::string_view beginning = beginningOfWidth(text, width - 1 - displayWidth(end));
+  return std::string(beginning).append(kEllipsis).append(end);
 }
 
 std::string paddedToWidth(std::string_view text, size_t width) {

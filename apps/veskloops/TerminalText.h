@@ -9,7 +9,7 @@
 std::string printable(std::string_view text);
 // Columns that the text takes: wide characters two, combining ones none.
 size_t displayWidth(std::string_view text);
-// At most `width` columns; what is cut off stands as "…".
+// At most `width` columns; what is cut out stands as "…", not at the end, where the numbers of variants are.
 std::string cutToWidth(std::string_view text, size_t width);
 // Cut or filled with blanks to exactly `width` columns.
 std::string paddedToWidth(std::string_view text, size_t width);

@@ -73,9 +73,11 @@ TEST_F(DatabaseTrouble, ALockedOneIsReported) {
   const LCConnection other = openConnection(program.database(), LCOpenMode::readWriteCreate);
   ASSERT_TRUE(LCSQLiteUtilities(other.get()).executeStatementWithNoReturnValue("BEGIN IMMEDIATE"));
   EXPECT_EQ(program.run({"search"}).names(), Words{"A.aif"});  // readers may go on
-  EXPECT_EQ(kindOf({"index", "l"}), "databaseLocked");
   ASSERT_TRUE(LCSQLiteUtilities(other.get()).executeStatementWithNoReturnValue("COMMIT; BEGIN EXCLUSIVE"));
+  const Program second;  // both wait for the lock at the same time
+  RunningProgram indexing = second.start({"--json", "--database", program.database(), "index", program.path("l")});
   EXPECT_EQ(kindOf({"search"}), "databaseLocked");
+  EXPECT_EQ(indexing.finish().json()["error"]["kind"], "databaseLocked");
 }
 
 TEST_F(DatabaseTrouble, APlaceThatCannotHoldOneIsReported) {

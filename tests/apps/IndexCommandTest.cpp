@@ -175,15 +175,15 @@ TEST(Index, CopiesAreIndexedAndNothingIsOverwritten) {
 
 TEST(Index, PruningTakesOutWhatIsGoneBelowTheFolderOnlyAndKeepsPlaceholders) {
   const Program program;
-  for (const char* path : {"l/A.aif", "l/B.aif", "l2/C.aif"}) program.add(path);
+  for (const char* path : {"l/A.aif", "l/B.aif", "l/D.aif", "l2/C.aif"}) program.add(path);
   const fixture::Pairs tags = {{"category", "Drums"}, {"beat count", "4"}};
   program.add("l/Web.caf", fixture::cafFile({{.id = "uuid", .payload = fixture::searchInfoPayload(tags)},
                                              {.id = "uuid", .payload = fixture::uuidPayload(fixture::kWebLoopID)}}));
-  ASSERT_EQ(indexed(program, {"l", "l2"})["indexed"], 4);
-  for (const char* path : {"l/A.aif", "l2/C.aif", "l/Web.caf"}) fs::remove(program.path(path));
-  EXPECT_EQ(indexed(program, {"l", "--prune", "-n"})["removed"], 1);
-  EXPECT_EQ(found(program).size(), 4u);
-  EXPECT_EQ(indexed(program, {"l", "--prune"})["removed"], 1);
+  ASSERT_EQ(indexed(program, {"l", "l2"})["indexed"], 5);
+  for (const char* path : {"l/A.aif", "l/D.aif", "l2/C.aif", "l/Web.caf"}) fs::remove(program.path(path));
+  EXPECT_EQ(indexed(program, {"l", "--prune", "-n"})["removed"], 2);
+  EXPECT_EQ(found(program).size(), 5u);
+  EXPECT_EQ(indexed(program, {"l", "--prune", "--batch", "1"})["removed"], 2);
   EXPECT_EQ(found(program), (Words{"B.aif", "C.aif", "Web.caf"}));
 }
 
