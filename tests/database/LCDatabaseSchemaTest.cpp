@@ -4,14 +4,15 @@
 #include "database/TestDatabase.h"
 #include "platform/Path.h"
 
-#include <algorithm>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
 
 namespace {
 
-std::vector<std::string> schemaOf(sqlite3* connection) {
-  return firstColumn(connection,
-                     "SELECT type || ' ' || name || ': ' || sql FROM sqlite_master WHERE sql NOT NULL "
-                     "AND name NOT LIKE 'sqlite_%' ORDER BY type, name");
+Texts schemaOf(const TestDatabase& database) {
+  return database.texts(
+      "SELECT type || ' ' || name || ': ' || sql FROM sqlite_master WHERE sql NOT NULL AND name NOT LIKE 'sqlite_%' "
+      "ORDER BY type, name");
 }
 
 int countCommit(void* commits) {
@@ -21,39 +22,27 @@ int countCommit(void* commits) {
 
 }  // namespace
 
-TEST(DatabaseSchema, IsThePublishedOne) {
-  TestDatabase reference = TestDatabase::withoutTables();
+TEST(DatabaseSchema, IsThePublishedOneAndGeneratingItAgainWritesNothing) {
+  const TestDatabase reference = TestDatabase::withoutTables(), database;
   ASSERT_TRUE(reference.run(vesk::path::readFile(TEST_DATA_DIR "/schema-100930.sql").value()));
-  const TestDatabase database;
-  EXPECT_EQ(schemaOf(database.connection()), schemaOf(reference.connection()));
-}
-
-TEST(DatabaseSchema, GeneratingAgainWritesNothing) {
-  const TestDatabase database;
+  EXPECT_EQ(schemaOf(database), schemaOf(reference));
   int commits = 0;
   sqlite3_commit_hook(database.connection(), countCommit, &commits);
-  const auto before = schemaOf(database.connection());
   EXPECT_TRUE(LCSQLiteUtilities::generateDatabaseTablesForSQLite(database.connection(), kDefaultDatabaseSchemaVersion));
-  EXPECT_EQ(schemaOf(database.connection()), before);
+  EXPECT_EQ(schemaOf(database), schemaOf(reference));
   EXPECT_EQ(commits, 0) << "opening must not wait for another connection's indexing run";
 }
 
-TEST(DatabaseSchema, KeywordsAreTheBuiltInOnesAndTheGroups) {
+TEST(DatabaseSchema, KeywordsAreTheBuiltInOnesAndTheGroupsUnlessRenamed) {
   const TestDatabase database;
   EXPECT_EQ(database.text("SELECT count(*) FROM Keywords WHERE id BETWEEN 1 AND 1017"), "138");
   EXPECT_EQ(database.text("SELECT id || categoryId FROM Keywords WHERE name = 'Drum Kit'"), "1125");
-  EXPECT_EQ(
-      database.texts("SELECT id || name || categoryId FROM Keywords WHERE id > 1017 ORDER BY id"),
-      (std::vector<std::string>{"10001Brass3", "10002Woodwind3", "10003All Effects3", "10004Effects3", "10005Boom3",
-                                "10006House1", "10007Hip Hop/RnB1", "10008OtherGenreConsolidated1"}));
-}
-
-TEST(DatabaseSchema, FillingKeepsARenamedKeywordAndRestoresAMissingOne) {
-  const TestDatabase database;
+  EXPECT_EQ(database.texts("SELECT id || name || categoryId FROM Keywords WHERE id > 1017 ORDER BY id"),
+            (Texts{"10001Brass3", "10002Woodwind3", "10003All Effects3", "10004Effects3", "10005Boom3", "10006House1",
+                   "10007Hip Hop/RnB1", "10008OtherGenreConsolidated1"}));
   ASSERT_TRUE(database.run("UPDATE Keywords SET name = 'Kit' WHERE id = 112; DELETE FROM Keywords WHERE id = 1"));
   LCSQLiteUtilities::fillKeywordsTableForSQLite(database.connection());
-  EXPECT_EQ(database.texts("SELECT name FROM Keywords WHERE id IN (1, 112) ORDER BY id"),
-            (std::vector<std::string>{"Piano", "Kit"}));
+  EXPECT_EQ(database.texts("SELECT name FROM Keywords WHERE id IN (1, 112) ORDER BY id"), (Texts{"Piano", "Kit"}));
 }
 
 TEST(DatabaseSchema, LateColumnsAreCreatedAndListedFromDifferentVersions) {
@@ -76,18 +65,18 @@ TEST(DatabaseSchema, LateColumnsAreCreatedAndListedFromDifferentVersions) {
   }
 }
 
-TEST(DatabaseSchema, DeletingALoopTakesItsRelationsAndLeavesUserData) {
+TEST(DatabaseSchema, DeletingALoopTakesItsRelationsAndReplacingItDoesNot) {
   const TestDatabase database;
   ASSERT_TRUE(
       database.run("INSERT INTO Loops (id, fileName) VALUES (1, 'a'), (2, 'b');"
                    "INSERT INTO Tagging VALUES (1, 9), (2, 9); INSERT INTO LoopsKeywords (loopId) VALUES (1), (2);"
                    "INSERT INTO CrateLoopRelation VALUES ('c', 1), ('c', 2);"
                    "INSERT INTO UserData (loopId, isFavorite) VALUES (1, 1), (2, 1);"
-                   "DELETE FROM Loops WHERE id = 1"));
-  for (const char* table : {"Tagging", "LoopsKeywords", "CrateLoopRelation"}) {
-    EXPECT_EQ(database.texts(std::string("SELECT loopId FROM ") + table), std::vector<std::string>{"2"}) << table;
+                   "DELETE FROM Loops WHERE id = 1; INSERT OR REPLACE INTO Loops (id, fileName) VALUES (2, 'b2')"));
+  for (const std::string table : {"Tagging", "LoopsKeywords", "CrateLoopRelation"}) {
+    EXPECT_EQ(database.texts("SELECT loopId FROM " + table), Texts{"2"}) << table;
   }
-  EXPECT_EQ(database.text("SELECT count(*) FROM UserData"), "2");
+  EXPECT_EQ(database.text("SELECT count(*) FROM UserData"), "2") << "what people made stays";
 }
 
 TEST(DatabaseSchema, ARealLoopReplacesThePlaceholderOfItsName) {
@@ -95,56 +84,36 @@ TEST(DatabaseSchema, ARealLoopReplacesThePlaceholderOfItsName) {
   ASSERT_TRUE(
       database.run("INSERT INTO Loops (id, fileName, isWebLoop) VALUES (1, 'a', 1), (2, 'b', 1), (3, 'a', 0);"
                    "INSERT INTO Loops (id, fileName, isWebLoop) VALUES (4, 'a', 0)"));
-  EXPECT_EQ(database.texts("SELECT id FROM Loops ORDER BY id"), (std::vector<std::string>{"2", "3", "4"}));
+  EXPECT_EQ(database.texts("SELECT id FROM Loops ORDER BY id"), (Texts{"2", "3", "4"}));
 }
 
-TEST(DatabaseSchema, ReplacingALoopKeepsItsRelations) {
-  const TestDatabase database;
-  ASSERT_TRUE(
-      database.run("INSERT INTO Loops (id, fileName) VALUES (1, 'a'); INSERT INTO Tagging VALUES (1, 9);"
-                   "INSERT OR REPLACE INTO Loops (id, fileName) VALUES (1, 'a2')"));
-  EXPECT_EQ(database.text("SELECT count(*) FROM Tagging"), "1") << "recursive triggers must be off";
-}
-
-// What a search does with the base texts: further joins with a loopId of their own, and columns without their table's
-// name.
 TEST(DatabaseSchema, BaseSelectsFillTheirResultTablesColumnByColumn) {
   const TestDatabase database;
-  std::string columns;
-  std::string values;
-  for (const std::string& name : database.texts("SELECT name FROM pragma_table_info('Loops')")) {
-    columns += (columns.empty() ? "" : ", ") + name;
-    values += values.empty() ? "7" : ", '" + name + "'";
+  std::string columns = "id", values = "7";
+  for (const std::string& name : database.texts("SELECT name FROM pragma_table_info('Loops') WHERE name != 'id'")) {
+    columns += ", " + name;
+    values += ", '" + name + "'";
   }
   ASSERT_TRUE(database.run("INSERT INTO Loops (" + columns + ") VALUES (" + values + ");" +
-                           "INSERT INTO LoopsKeywords (loopId) VALUES (7); INSERT INTO Tagging VALUES (7, 1);" +
-                           "INSERT INTO CrateLoopRelation VALUES ('c', 7);" +
+                           "INSERT INTO LoopsKeywords (loopId) VALUES (7);" +
                            "INSERT INTO UserData (loopId, isFavorite) VALUES (7, 1)"));
-  struct Layout {
-    std::string create, select;
-    size_t columnCount;
-  };
-  const auto without = [](std::string text) { return vesk::text::replacingAll(text, "#PLACEHOLDER#", " "); };
-  for (const auto& [create, select, columnCount] :
-       {Layout{kCreateLoopsResultTableFormatString, kSelectLoopsFormatString, 34},
-        Layout{without(kCreateLoopsResultTableFormatStringMobile), without(kSelectLoopsFormatStringMobile), 21}}) {
-    const std::string base = vesk::text::replacingAll(select, "%@", "Loops");
+  const auto check = [&database](const std::string& create, const std::string& select, size_t columnCount) {
     ASSERT_TRUE(database.run("DROP TABLE IF EXISTS tempTable"));
     ASSERT_TRUE(database.run(sqlFormat(create, {"TEMPORARY", "tempTable"})));
-    ASSERT_TRUE(database.run("INSERT INTO tempTable " + base +
-                             "JOIN (select loopId from Tagging) AS dummy ON Loops.id=dummy.loopId"
-                             " JOIN LoopsKeywords ON LoopsKeywords.loopId = id"
-                             " JOIN CrateLoopRelation ON CrateLoopRelation.loopId = id "
-                             " WHERE isFavorite = 1 AND key = 'key' AND fileURL like \"%URL%\""
-                             " AND timeSignatureTop='timeSignatureTop' AND like(\"%comment%\", comment)"
-                             " ORDER BY fileName COLLATE NOCASE ASC "));
-    const auto names = database.texts("SELECT name FROM pragma_table_info('tempTable')");
+    // A further join with a loopId of its own, and columns without their table's name.
+    ASSERT_TRUE(database.run("INSERT INTO tempTable " + vesk::text::replacingAll(select, "%@", "Loops") +
+                             "JOIN LoopsKeywords ON LoopsKeywords.loopId = id WHERE isFavorite = 1 AND key = 'key' "
+                             "AND fileURL like \"%URL%\" ORDER BY fileName COLLATE NOCASE ASC "));
+    const Texts names = database.texts("SELECT name FROM pragma_table_info('tempTable')");
     EXPECT_EQ(names.size(), columnCount);
     for (const std::string& name : names) {
       const std::string expected = name == "id" ? "7" : name == "isFavorite" ? "1" : name;
       EXPECT_EQ(database.text("SELECT " + name + " FROM tempTable"), expected);
     }
-  }
+  };
+  const auto without = [](const std::string& text) { return vesk::text::replacingAll(text, "#PLACEHOLDER#", " "); };
+  check(kCreateLoopsResultTableFormatString, kSelectLoopsFormatString, 34);
+  check(without(kCreateLoopsResultTableFormatStringMobile), without(kSelectLoopsFormatStringMobile), 21);
 }
 
 TEST(SQLFormat, TakesArgumentsInOrderAndLooksAtNoneAgain) {

@@ -14,9 +14,11 @@
 #include <string>
 #include <vector>
 
-inline std::vector<std::string> firstColumn(sqlite3* connection, const std::string& sql) {
+using Texts = std::vector<std::string>;
+
+inline Texts firstColumn(sqlite3* connection, const std::string& sql) {
   LCStatement statement(connection, sql);
-  std::vector<std::string> texts;
+  Texts texts;
   while (statement.step()) texts.push_back(statement.isNull(0) ? "NULL" : statement.textAt(0));
   EXPECT_TRUE(statement.succeeded()) << sql << ": " << sqlite3_errmsg(connection);
   return texts;
@@ -35,7 +37,7 @@ class TestDatabase {
   bool run(const std::string& sql) const {
     return LCSQLiteUtilities(connection()).executeStatementWithNoReturnValue(sql);
   }
-  std::vector<std::string> texts(const std::string& sql) const { return firstColumn(connection(), sql); }
+  Texts texts(const std::string& sql) const { return firstColumn(connection(), sql); }
   std::string text(const std::string& sql) const {
     const auto all = texts(sql);
     return all.empty() ? "no row" : all.front();

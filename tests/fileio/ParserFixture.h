@@ -1,4 +1,5 @@
-// What the parser tests share: one file in a folder of its own, and the record that our parser makes of it.
+// What the parser tests share: one file in a folder of its own, the record that our parser makes of it, and its fields
+// as short texts.
 #pragma once
 
 #include "fileio/LCFileParser.h"
@@ -7,10 +8,13 @@
 #include "support/AudioFixture.h"
 #include "support/TestEnvironment.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 enum class Parse { plain, enhanced };
 
@@ -48,4 +52,26 @@ inline fixture::Bytes archiveNamed(std::string_view name) {
   return fixture::bytesOf(contents.value_or(""));
 }
 
-using Text = std::optional<std::string>;
+inline std::string joined(const std::vector<std::optional<std::string>>& texts) {
+  std::string line;
+  for (const auto& text : texts) line += text.value_or("-") + "|";
+  return line;
+}
+// Type, sub-type, genre, descriptors, collection and theme; "-" for what is missing, which "" is not.
+inline std::string tagsOf(const LCFileData& r) {
+  return joined(
+      {r.instrumentTypeTag, r.instrumentSubTypeTag, r.genreTag, r.descriptorsString(), r.collectionTag, r.themeTag});
+}
+// Title, author, copyright and comment.
+inline std::string textsOf(const LCFileData& r) {
+  return joined({r.title, r.authorTag, r.copyrightTag, r.commentTag});
+}
+// "authored", "typed", both or neither.
+inline std::string flagsOf(const LCFileData& r) {
+  return std::string(r.hasAuthoredChunks ? "authored " : "") + (r.hasLoopTypeChunks ? "typed" : "");
+}
+// Beats, root note, key type, signature and file type: "16 57 2 6/8 1".
+inline std::string numbersOf(const LCFileData& r) {
+  return fmt::format("{} {} {} {}/{} {}", r.beatCount, r.midiRootNote, r.keyType, r.signatureTop, r.signatureBottom,
+                     r.fileType);
+}

@@ -1,130 +1,95 @@
 #include "search/SearchDatabase.h"
 
 #include "database/LCDatabaseSchema.h"
+#include "database/LCSQLiteUtilities.h"
 #include "database/LCStatement.h"
 
+#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace {
 
-std::vector<int64_t> firstColumn(sqlite3* connection, const std::string& sql) {
+Ids firstColumn(sqlite3* connection, const std::string& sql) {
   LCStatement statement(connection, sql);
-  std::vector<int64_t> values;
+  Ids values;
   while (statement.step()) values.push_back(statement.int64At(0));
-  if (!statement.succeeded()) throw std::runtime_error(std::string(sqlite3_errmsg(connection)) + " in " + sql);
+  EXPECT_TRUE(statement.succeeded()) << sqlite3_errmsg(connection) << " in " << sql;
   return values;
 }
 
 }  // namespace
 
 SearchDatabase::SearchDatabase()
-    : m_file(m_folder.path("loops.db")), m_connection(openConnection(m_file, LCOpenMode::readWriteCreate)) {
+    : m_connection(openConnection(m_folder.path("loops.db"), LCOpenMode::readWriteCreate)) {
   execute("PRAGMA synchronous = OFF");  // nobody needs this file after a crash
   LCSQLiteUtilities::generateDatabaseTablesForSQLite(m_connection.get(), kDefaultDatabaseSchemaVersion);
   execute("INSERT INTO Keywords (id, name, categoryId) VALUES (20001, 'Zorp', 0), (20002, 'it''s', 0)");
 }
 
 LCDatabaseConfiguration SearchDatabase::configuration(bool readOnly) const {
-  return {m_file, readOnly, kDefaultDatabaseSchemaVersion};
+  return {m_folder.path("loops.db"), readOnly, kDefaultDatabaseSchemaVersion};
 }
 
 void SearchDatabase::execute(const std::string& sql) {
-  char* message = nullptr;
-  if (sqlite3_exec(m_connection.get(), sql.c_str(), nullptr, nullptr, &message) == SQLITE_OK) return;
-  const std::string reason = message ? message : "unknown";
-  sqlite3_free(message);
-  throw std::runtime_error(reason + " in " + sql);
+  EXPECT_EQ(sqlite3_exec(m_connection.get(), sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+      << sqlite3_errmsg(m_connection.get()) << " in " << sql;
 }
 
-std::vector<int64_t> SearchDatabase::numbers(const std::string& sql) {
+Ids SearchDatabase::numbers(const std::string& sql) {
   return firstColumn(m_connection.get(), sql);
 }
 
-void SearchDatabase::add(const LoopRow& row) {
+void SearchDatabase::add(int64_t id, const std::string& name, const std::string& values, const Ids& keywordIds) {
+  const vesk::URL url = vesk::URL::fileURLWithPath(name.starts_with("/") ? name : "/L/" + name, false);
   LCStatement insert(m_connection.get(),
-                     "INSERT INTO Loops (id, fileURL, fileName, key, numberOfBeats, timeSignatureTop, "
-                     "timeSignatureBottom, tempo, keyType, hasMidi, isWebLoop, ksLoopType, lengthInSeconds, theme, "
-                     "collection, comment, author, title, instrumentTypeId) VALUES "
-                     "(?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11,?12,?13,?14,?15,?16,?17,?18,?19)");
-  int index = 0;
-  insert.bind(++index, row.id);
-  insert.bind(++index, vesk::URL::fileURLWithPath(row.folder + row.fileName, false).absoluteString());
-  insert.bind(++index, row.fileName);
-  for (const int64_t number :
-       {row.key, row.beats, row.top, row.bottom, row.tempo, row.keyType, row.hasMidi, row.isWebLoop, row.ksLoopType}) {
-    insert.bind(++index, number);
-  }
-  insert.bind(++index, row.seconds);
-  for (const auto& text : {row.theme, row.collection, row.comment, row.author, row.title}) insert.bind(++index, text);
-  insert.bind(++index, row.instrumentTypeId);
-  if (!insert.run()) throw std::runtime_error("no row for " + row.fileName);
-  const std::string id = std::to_string(row.id);
-  if (row.hasLoopsKeywordsRow) execute("INSERT INTO LoopsKeywords (loopId) VALUES (" + id + ")");
-  for (const int64_t keyword : row.keywordIds) {
-    execute("INSERT INTO Tagging (loopId, keywordId) VALUES (" + id + "," + std::to_string(keyword) + ")");
-  }
-}
-
-void SearchDatabase::buildKeywordTables() {
-  for (const int64_t keyword : numbers("SELECT DISTINCT keywordId FROM Tagging")) {
-    const std::string id = std::to_string(keyword);
-    execute("CREATE TABLE tagging_cache_" + id + " (loopId INTEGER PRIMARY KEY)");
-    execute("INSERT INTO tagging_cache_" + id + " SELECT loopId FROM Tagging WHERE keywordId = " + id);
+                     "INSERT INTO Loops (id, fileURL, fileName, numberOfBeats, timeSignatureTop, timeSignatureBottom, "
+                     "lengthInSeconds, key, hasMidi, isWebLoop) VALUES (?1, ?2, ?3, 8, 4, 4, 4.0, 0, 0, 0)");
+  insert.bind(1, id);
+  insert.bind(2, url.absoluteString());
+  insert.bind(3, name.substr(name.rfind('/') + 1));
+  EXPECT_TRUE(insert.run()) << name;
+  const std::string idText = std::to_string(id);
+  execute("UPDATE Loops SET " + values + " WHERE id = " + idText);
+  execute("INSERT INTO LoopsKeywords (loopId) VALUES (" + idText + ")");
+  for (const int64_t keyword : keywordIds) {  // and what the end of an indexing run makes of them
+    const std::string table = "tagging_cache_" + std::to_string(keyword);
+    execute("INSERT INTO Tagging VALUES (" + idText + "," + std::to_string(keyword) + ")");
+    execute("CREATE TABLE IF NOT EXISTS " + table + " (loopId INTEGER PRIMARY KEY)");
+    execute("INSERT INTO " + table + " VALUES (" + idText + ")");
   }
   execute("DELETE FROM keyword_distribution");
   execute("INSERT INTO keyword_distribution SELECT keywordId, count(*) FROM Tagging GROUP BY keywordId");
 }
 
-void addVariedLoops(SearchDatabase& database) {
-  for (const LoopRow& row : std::vector<LoopRow>{
-           {.id = 1, .fileName = "apple Bass 01.wav", .key = 48, .keyType = 1, .keywordIds = {kElectricBass, kZorp}},
-           {.id = 2,
-           .fileName = "Apple Tree.wav",
-           .key = 51,
-           .keyType = 2,
-           .comment = "bass 100% \"live\"",
-           .instrumentTypeId = kTuba,
-           .keywordIds = {kTuba, kZorp}},
-           {.id = -3, .fileName = "_under.wav", .key = 54, .top = 3, .title = "Don't stop", .keywordIds = {kPiano}},
-           {.id = 4,
-           .fileName = "Zebra  two.wav",
-           .key = 55,
-           .beats = 4,
-           .top = 6,
-           .bottom = 8,
-           .hasMidi = 1,
-           .seconds = 3.5,
-           .keywordIds = {kDrumKit, kZorp, kElectricBass}},
-           {.id = 5,
-           .fileName = "Zebra one.wav",
-           .folder = "/L/Sub/",
-           .key = 59,
-           .beats = 4,
-           .hasMidi = 2,
-           .ksLoopType = 1,
-           .seconds = 9.25,
-           .theme = "Night",
-           .keywordIds = {kBongo}},
-           {.id = 6, .fileName = "Straße Ärger.wav", .key = -1, .beats = 16, .top = 0, .bottom = 0, .isWebLoop = 1},
-           {.id = 7, .fileName = "web.wav", .folder = "/L/Bass%20Box/", .key = 49, .isWebLoop = 1, .author = "Ärger"},
-           {.id = 8, .fileName = "100% \"live\".wav", .key = 57, .collection = "x then 20 y", .keywordIds = {kTuba}},
-           {.id = 9, .fileName = "x 1 a20y.wav", .key = 50},
-           {.id = 10, .fileName = "no keyword row.wav", .hasLoopsKeywordsRow = false}}) {
-    database.add(row);
-  }
-  database.execute("INSERT INTO UserData (loopId, isFavorite) VALUES (2, 1), (5, 1), (8, 0)");
-  database.execute("INSERT INTO CrateLoopRelation VALUES ('a', 1), ('a', 2), ('b', 2), ('b', 5), ('c\"d', 9)");
-  database.buildKeywordTables();
+void SearchDatabase::addVariedLoops() {
+  constexpr int64_t kPiano = 1, kTuba = 3, kElectricBass = 30, kDrumKit = 112, kBongo = 120, kZorp = 20001;
+  add(1, "apple Bass 01.wav", "key = 48, keyType = 1", {kElectricBass, kZorp});
+  add(2, "Apple Tree.wav", "key = 51, keyType = 2, comment = 'bass 100% \"live\"', instrumentTypeId = 3",
+      {kTuba, kZorp});
+  add(-3, "_under.wav", "key = 54, timeSignatureTop = 3, title = 'Don''t stop'", {kPiano});
+  add(4, "Zebra  two.wav",
+      "key = 55, numberOfBeats = 4, timeSignatureTop = 6, timeSignatureBottom = 8, hasMidi = 1, lengthInSeconds = 3.5",
+      {kDrumKit, kZorp, kElectricBass});
+  add(5, "/L/Sub/Zebra one.wav",
+      "key = 59, numberOfBeats = 4, hasMidi = 2, ksLoopType = 1, lengthInSeconds = 9.25, theme = 'Night'", {kBongo});
+  add(6, "Straße Ärger.wav", "key = -1, numberOfBeats = 16, timeSignatureTop = 0, isWebLoop = 1");
+  add(7, "/L/Bass%20Box/web.wav", "key = 49, isWebLoop = 1, author = 'Ärger'");
+  add(8, "100% \"live\".wav", "key = 57, collection = 'x then 20 y'", {kTuba});
+  add(9, "x 1 a20y.wav", "key = 50");
+  add(10, "no keyword row.wav");
+  execute("DELETE FROM LoopsKeywords WHERE loopId = 10");
+  execute("INSERT INTO UserData (loopId, isFavorite) VALUES (2, 1), (5, 1), (8, 0)");
+  execute("INSERT INTO CrateLoopRelation VALUES ('a', 1), ('a', 2), ('b', 2), ('b', 5), ('c\"d', 9)");
 }
 
-std::vector<int64_t> resultIds(const LCSearchEngine& engine) {
+Ids idsFound(LCSearchEngine& engine) {
+  engine.doSearch();
   return firstColumn(engine.sqlite3Connection(), "SELECT id FROM tempTable ORDER BY rowid");
 }
 
-std::vector<int64_t> sorted(std::vector<int64_t> ids) {
+Ids sorted(Ids ids) {
   std::sort(ids.begin(), ids.end());
   return ids;
 }
