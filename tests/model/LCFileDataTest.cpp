@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 
 namespace {
 
@@ -15,94 +16,51 @@ vesk::URL url(std::string_view text) {
 
 TEST(LCFileData, AFactoryLoopShowsACafWhereverItsURLSaysLoopdata) {
   LCFileData record;
-  EXPECT_EQ(record.fileURL(), std::nullopt);
   EXPECT_EQ(record.fileName(), std::nullopt);
   record.storedFileURL = url("file:///P.loopdata/Q%20r.loopdata");
   EXPECT_EQ(record.fileName(), "Q r.loopdata");
   record.isFactoryBundleLoop = true;
   EXPECT_EQ(record.fileURL(), url("file:///P.caf/Q%20r.caf"));
   EXPECT_EQ(record.fileName(), "Q r.caf");
-  EXPECT_EQ(record.storedFileURL, url("file:///P.loopdata/Q%20r.loopdata"));
 }
 
 // A tag that is missing and one that is empty are different.
 TEST(LCFileData, EmptyTagsCountAsTagsButNotAsKeywords) {
   LCFileData record;
-  EXPECT_FALSE(record.anySearchTags());
   EXPECT_EQ(record.descriptorsString(), std::nullopt);
   record.descriptors.emplace();
   EXPECT_FALSE(record.anySearchTags());
   EXPECT_EQ(record.descriptorsString(), "");
   record.genreTag = "";
-  record.instrumentSubTypeTag = "Choir";
   EXPECT_TRUE(record.anySearchTags());
-  EXPECT_EQ(record.allKeywords(), vesk::StringSet{"Choir"});
+  record.instrumentSubTypeTag = "Choir";
   record.descriptors = {"", "Dry", "Dark"};
   EXPECT_EQ(record.descriptorsString(), ",Dark,Dry");
   EXPECT_EQ(record.allKeywords(), (vesk::StringSet{"", "Choir", "Dark", "Dry"}));
-
-  LCFileData authored;
-  authored.hasAuthoredChunks = true;
-  EXPECT_TRUE(authored.isAuthoredLoop());
 }
 
 TEST(LCFileData, TheFirstWordOfADescriptorPairWins) {
-  struct Case {
-    int64_t (LCFileData::*id)() const;
-    const char* first;
-    const char* second;
-  };
-  const Case cases[] = {
-      {&LCFileData::singleEnsembleKeywordId, "Single", "Ensemble"},
-      {&LCFileData::partFillKeywordId, "Part", "Fill"},
-      {&LCFileData::acousticElectricKeywordId, "Acoustic", "Electric"},
-      {&LCFileData::dryProcessedKeywordId, "Dry", "Processed"},
-      {&LCFileData::cleanDistortedKeywordId, "Clean", "Distorted"},
-      {&LCFileData::cheerfulDarkKeywordId, "Cheerful", "Dark"},
-      {&LCFileData::relaxedIntenseKeywordId, "Relaxed", "Intense"},
-      {&LCFileData::groovingArrhythmicKeywordId, "Grooving", "Arrhythmic"},
-      {&LCFileData::melodicDissonantKeywordId, "Melodic", "Dissonant"},
-  };
-  for (const auto& [id, first, second] : cases) {
-    LCFileData record;
-    EXPECT_EQ((record.*id)(), 0) << first;
-    record.descriptors = {second};
-    EXPECT_EQ((record.*id)(), LCKeywordHelper::keywordIdForKeyword(second));
-    record.descriptors->insert(first);
-    EXPECT_EQ((record.*id)(), LCKeywordHelper::keywordIdForKeyword(first));
-    EXPECT_NE((record.*id)(), 0) << first;
-  }
+  const LCFileData record = {.descriptors = vesk::StringSet{"Clean", "Distorted", "Ensemble", "Single", "Intense"}};
+  EXPECT_EQ(record.cleanDistortedKeywordId(), LCKeywordHelper::keywordIdForKeyword("Clean"));  // listed second
+  EXPECT_EQ(record.singleEnsembleKeywordId(), LCKeywordHelper::keywordIdForKeyword("Single"));
+  EXPECT_EQ(record.relaxedIntenseKeywordId(), LCKeywordHelper::keywordIdForKeyword("Intense"));
+  EXPECT_EQ(record.partFillKeywordId(), 0);
 }
 
 TEST(LCFileData, TheLoopTypeForHostsLooksAtThePatchFirst) {
-  struct Case {
-    int64_t patchInfo;
-    LCVireoLoopType type;
-    LCVireoLoopType shown;
-  };
-  for (const auto& [patchInfo, type, shown] :
-       {Case{2, 6, 0}, Case{2, 3, 0}, Case{0, 6, 1}, Case{1, 6, 1}, Case{0, 5, 5}, Case{0, 0, 0}, Case{0, -1, -1}}) {
-    LCFileData record;
-    record.patchInfo = patchInfo;
-    record.vireoLoopType = type;
+  for (const auto& [patchInfo, type, shown] : {std::tuple(2, 6, 0), std::tuple(2, 3, 0), std::tuple(0, 6, 1),
+                                               std::tuple(1, 6, 1), std::tuple(0, 5, 5), std::tuple(0, -1, -1)}) {
+    const LCFileData record = {.vireoLoopType = type, .patchInfo = patchInfo};
     EXPECT_EQ(record.ksLoopType(), shown) << patchInfo << " " << type;
     EXPECT_EQ(record.hasPatchWithTrackStack(), patchInfo == 2);
   }
   for (const int64_t type : {-1, 0, 1, 2, 5, 6}) EXPECT_EQ(LCVireoLoopTypeIsGenInst(type), type >= 2 && type <= 5);
-
-  LCFileData listedLoop;
-  listedLoop.storedFileURL = url("file:///a1/Heavy%20Blows%20Beat.caf");
-  EXPECT_TRUE(listedLoop.hasPatchWithTrackStack());
+  EXPECT_TRUE(LCFileData{.storedFileURL = url("file:///a1/Heavy%20Blows%20Beat.caf")}.hasPatchWithTrackStack());
 }
 
 TEST(LCFileData, DescribesItselfInOneText) {
-  LCFileData record;
-  record.bpm = 101.7f;
-  record.beatCount = 8;
-  record.midiRootNote = 57;
-  record.keyType = 1;
-  record.authorTag = "";
-  record.commentTag = "late";
+  const LCFileData record = {
+      .bpm = 101.7f, .beatCount = 8, .midiRootNote = 57, .keyType = 1, .commentTag = "late", .authorTag = ""};
   EXPECT_EQ(record.description(),
             "\nfileURL: (null) \ntempo: 101.699997\n beatCount: 8\n midiRootNote: 57\n keyType: 1\n descriptors: "
             "(null)\n author:  copyright: (null) comment: late");
@@ -110,37 +68,23 @@ TEST(LCFileData, DescribesItselfInOneText) {
 
 TEST(LoudnessTarget, IsThatOfTheFirstRuleThatFits) {
   struct Case {
-    const char* instrument;
-    const char* subInstrument;
-    bool isTopper;
+    std::optional<std::string> type;
+    std::optional<std::string> subType;
     double target;
   };
-  const Case cases[] = {
-      {"Drums", "Drum Kit", true, -26},
-      {"Percussion", "Drum Kit", false, -18},
-      {"Bass", "Electronic Beats", false, -18},
-      {"Percussion", "Kick", false, -18},
-      {"Bass", "Hi-hat", false, -20},
-      {"Percussion", nullptr, false, -26},
-      {"Texture/Atmosphere", nullptr, false, -26},
-      {"Drums", "Hi-hat", false, -26},
-      {"Guitars", nullptr, false, -22},
-      {"bass", "kick", false, -22},
-      {nullptr, nullptr, false, -22},
-  };
-  for (const auto& [instrument, subInstrument, isTopper, target] : cases) {
-    const auto text = [](const char* value) { return value ? std::optional<std::string>(value) : std::nullopt; };
-    EXPECT_EQ(LCLoudnessTarget::forInstrument(text(instrument), text(subInstrument), isTopper), target)
-        << (instrument ? instrument : "none") << "/" << (subInstrument ? subInstrument : "none");
+  for (const auto& [type, subType, target] :
+       {Case{"Percussion", "Drum Kit", -18}, Case{"Bass", "Electronic Beats", -18}, Case{"Percussion", "Kick", -18},
+        Case{"Bass", "Hi-hat", -20}, Case{"Percussion", {}, -26}, Case{"Texture/Atmosphere", {}, -26},
+        Case{"Drums", "Hi-hat", -26}, Case{"bass", "kick", -22}, Case{{}, {}, -22}}) {
+    EXPECT_EQ(LCLoudnessTarget::forInstrument(type, subType, false), target) << type.value_or("") << target;
+    EXPECT_EQ(LCLoudnessTarget::forInstrument(type, subType, true), -26);  // a topper, whatever its instrument
   }
 }
 
 TEST(LoudnessTarget, ARecordIsATopperByItsNameOrItsMetaInfos) {
-  LCFileData record;
-  record.instrumentSubTypeTag = "Drum Kit";
+  LCFileData record = {.instrumentSubTypeTag = "Drum Kit"};
   EXPECT_EQ(record.calculatedTargetIntegratedLoudness(), std::numeric_limits<float>::max());
   record.storedFileURL = url("file:///a1/angelic%20Hi%20Hat%20Topper%2001.caf");
-  EXPECT_EQ(record.calculatedTargetIntegratedLoudness(), -18);
   record.metaInfos = {LCMetaInfo{.stringValue = "Topper", .type = 2},
                       LCWeightedInstrumentKeyword{"topper", 1}.metaInfo()};
   EXPECT_EQ(record.calculatedTargetIntegratedLoudness(), -18);

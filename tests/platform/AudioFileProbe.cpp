@@ -2,25 +2,19 @@
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
-namespace {
-
-void writeAt(int descriptor, std::span<const std::byte> bytes, uint64_t offset) {
-  const ssize_t written = ::pwrite(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(offset));
-  EXPECT_EQ(written, static_cast<ssize_t>(bytes.size()));
-}
-
-}  // namespace
+#include <algorithm>
+#include <vector>
 
 Probe probe(std::span<const std::byte> bytes, uint64_t sparseSize, std::span<const std::byte> tail) {
   const int descriptor = ::memfd_create("probe", MFD_CLOEXEC);
-  EXPECT_GE(descriptor, 0);
-  writeAt(descriptor, bytes, 0);
-  const uint64_t tailOffset = std::max<uint64_t>(sparseSize, bytes.size());
-  EXPECT_EQ(::ftruncate(descriptor, static_cast<off_t>(tailOffset)), 0);
-  writeAt(descriptor, tail, tailOffset);
+  const auto tailOffset = static_cast<off_t>(std::max<uint64_t>(sparseSize, bytes.size()));
+  EXPECT_EQ(::pwrite(descriptor, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+  EXPECT_EQ(::ftruncate(descriptor, tailOffset), 0);
+  EXPECT_EQ(::pwrite(descriptor, tail.data(), tail.size(), tailOffset), static_cast<ssize_t>(tail.size()));
   Probe result;
   result.file = vesk::AudioFile::open(fmt::format("/proc/self/fd/{}", descriptor), &result.error, &result.detail);
   ::close(descriptor);

@@ -1,25 +1,15 @@
 #include "support/AudioFixture.h"
 
-#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 namespace fixture {
 namespace {
 
-Builder& append(Builder& builder, uint64_t value, int bytes, bool bigEndian) {
-  for (int i = 0; i < bytes; ++i) {
-    const int shift = 8 * (bigEndian ? bytes - 1 - i : i);
-    builder.u8(static_cast<uint8_t>(value >> shift));
-  }
-  return builder;
-}
-
 Builder& appendChunk(Builder& builder, const Chunk& chunk, bool bigEndian) {
   builder.field(chunk.id, 4);
-  append(builder, chunk.declaredSize.value_or(chunk.payload.size()), 4, bigEndian);
+  builder.number(chunk.declaredSize.value_or(chunk.payload.size()), 4, bigEndian);
   builder.raw(chunk.payload);
   if (chunk.payload.size() % 2 == 1 && chunk.hasPad) builder.u8(chunk.pad);
   return builder;
@@ -34,15 +24,30 @@ size_t audioBytes(int channels, uint32_t frames, int bits) {
   return static_cast<size_t>(channels) * frames * (static_cast<size_t>(bits + 7) / 8);
 }
 
+// The count and, for each pair, two terminated texts, as CAF holds them.
+Bytes countedPairs(const Pairs& pairs) {
+  Builder payload;
+  payload.u32be(static_cast<uint32_t>(pairs.size()));
+  for (const auto& [key, value] : pairs) payload.text(key).u8(0).text(value).u8(0);
+  return payload.bytes;
+}
+
+Bytes withDescriptors(Builder& payload, const Texts& descriptors) {
+  payload.u16be(static_cast<uint16_t>(descriptors.size()));
+  for (const std::string& descriptor : descriptors) payload.field(descriptor, 50);
+  return payload.bytes;
+}
+
 }  // namespace
+
+Builder& Builder::number(uint64_t value, int size, bool bigEndian) {
+  for (int i = 0; i < size; ++i) u8(static_cast<uint8_t>(value >> (8 * (bigEndian ? size - 1 - i : i))));
+  return *this;
+}
 
 Builder& Builder::raw(std::span<const std::byte> more) {
   bytes.insert(bytes.end(), more.begin(), more.end());
   return *this;
-}
-
-Builder& Builder::text(std::string_view value) {
-  return raw(std::as_bytes(std::span(value)));
 }
 
 Builder& Builder::field(std::string_view value, size_t width) {
@@ -53,36 +58,6 @@ Builder& Builder::field(std::string_view value, size_t width) {
 Builder& Builder::zeros(size_t count, uint8_t value) {
   bytes.insert(bytes.end(), count, std::byte{value});
   return *this;
-}
-
-Builder& Builder::u8(uint8_t value) {
-  bytes.push_back(std::byte{value});
-  return *this;
-}
-
-Builder& Builder::u16be(uint16_t value) {
-  return append(*this, value, 2, true);
-}
-Builder& Builder::u32be(uint32_t value) {
-  return append(*this, value, 4, true);
-}
-Builder& Builder::u64be(uint64_t value) {
-  return append(*this, value, 8, true);
-}
-Builder& Builder::u16le(uint16_t value) {
-  return append(*this, value, 2, false);
-}
-Builder& Builder::u32le(uint32_t value) {
-  return append(*this, value, 4, false);
-}
-Builder& Builder::u64le(uint64_t value) {
-  return append(*this, value, 8, false);
-}
-Builder& Builder::f32le(float value) {
-  return u32le(std::bit_cast<uint32_t>(value));
-}
-Builder& Builder::f64be(double value) {
-  return u64be(std::bit_cast<uint64_t>(value));
 }
 
 Builder& Builder::f80be(double value) {
@@ -137,7 +112,7 @@ Bytes formFile(std::string_view form, std::string_view type, const std::vector<C
   const auto trueSize = isLong ? 0xFFFFFFFF : static_cast<uint32_t>(body.bytes.size());
   Builder file;
   file.text(form);
-  append(file, lies.size.value_or(trueSize), 4, bigEndian);
+  file.number(lies.size.value_or(trueSize), 4, bigEndian);
   return file.raw(body.bytes).raw(lies.trailing).bytes;
 }
 
@@ -167,12 +142,9 @@ Chunk ssndChunk(size_t audioBytes) {
 
 Chunk fmtChunk(uint16_t tag, int channels, uint32_t rate, int bits, uint16_t blockAlign, bool bigEndian) {
   Builder payload;
-  append(payload, tag, 2, bigEndian);
-  append(payload, static_cast<uint16_t>(channels), 2, bigEndian);
-  append(payload, rate, 4, bigEndian);
-  append(payload, static_cast<uint64_t>(rate) * blockAlign, 4, bigEndian);
-  append(payload, blockAlign, 2, bigEndian);
-  append(payload, static_cast<uint16_t>(bits), 2, bigEndian);
+  payload.number(tag, 2, bigEndian).number(static_cast<uint16_t>(channels), 2, bigEndian).number(rate, 4, bigEndian);
+  payload.number(static_cast<uint64_t>(rate) * blockAlign, 4, bigEndian).number(blockAlign, 2, bigEndian);
+  payload.number(static_cast<uint16_t>(bits), 2, bigEndian);
   return chunk("fmt ", payload.bytes);
 }
 
@@ -203,10 +175,7 @@ Chunk cafPaktChunk(int64_t packets, int64_t validFrames, int32_t priming, int32_
 }
 
 Chunk cafInfoChunk(const Pairs& pairs) {
-  Builder payload;
-  payload.u32be(static_cast<uint32_t>(pairs.size()));
-  for (const auto& [key, value] : pairs) payload.text(key).u8(0).text(value).u8(0);
-  return chunk("info", payload.bytes);
+  return chunk("info", countedPairs(pairs));
 }
 
 // --- Well-formed files of silence ---
@@ -285,18 +254,14 @@ Bytes bascPayload(int32_t beats, int16_t rootNote, int16_t keyType, int16_t sign
 Bytes catePayload(std::string_view type, std::string_view subType, std::string_view genre, const Texts& descriptors) {
   Builder payload;
   payload.u32be(1).field(type, 50).field(subType, 50).field(genre, 50).zeros(66);
-  payload.u16be(static_cast<uint16_t>(descriptors.size()));
-  for (const std::string& descriptor : descriptors) payload.field(descriptor, 50);
-  return payload.bytes;
+  return withDescriptors(payload, descriptors);
 }
 
 Bytes cateV2Payload(std::string_view type, std::string_view subType, std::string_view genre, const Texts& descriptors,
                     std::string_view collection, std::string_view theme) {
   Builder payload;
   payload.u32be(2).field(type, 50).field(subType, 50).field(genre, 50).zeros(66);
-  payload.field(collection, 50).field(theme, 50).u16be(0).u16be(static_cast<uint16_t>(descriptors.size()));
-  for (const std::string& descriptor : descriptors) payload.field(descriptor, 50);
-  return payload.bytes;
+  return withDescriptors(payload.field(collection, 50).field(theme, 50).u16be(0), descriptors);
 }
 
 Bytes collPayload(std::string_view collection, std::string_view theme) {
@@ -325,10 +290,7 @@ Bytes uuidPayload(std::string_view identifierHex, std::span<const std::byte> pay
 }
 
 Bytes searchInfoPayload(const Pairs& entries) {
-  Builder payload;
-  payload.u32be(static_cast<uint32_t>(entries.size()));
-  for (const auto& [key, value] : entries) payload.text(key).u8(0).text(value).u8(0);
-  return uuidPayload(kSearchInfoID, payload.bytes);
+  return uuidPayload(kSearchInfoID, countedPairs(entries));
 }
 
 Bytes infoListPayload(const Pairs& entries) {

@@ -5,6 +5,7 @@
 // together from the chunk builders and formFile() or cafFileOf(), whose fields can be set to anything.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -24,19 +25,20 @@ using Pairs = std::vector<std::pair<std::string, std::string>>;
 struct Builder {
   Bytes bytes;
 
+  Builder& number(uint64_t value, int size, bool bigEndian);
   Builder& raw(std::span<const std::byte> more);
-  Builder& text(std::string_view value);                 // without a terminator
-  Builder& field(std::string_view value, size_t width);  // cut or filled with zeros to `width`
+  Builder& text(std::string_view value) { return raw(std::as_bytes(std::span(value))); }  // without a terminator
+  Builder& field(std::string_view value, size_t width);                                   // cut or filled with zeros
   Builder& zeros(size_t count, uint8_t value = 0);
-  Builder& u8(uint8_t value);
-  Builder& u16be(uint16_t value);
-  Builder& u32be(uint32_t value);
-  Builder& u64be(uint64_t value);
-  Builder& u16le(uint16_t value);
-  Builder& u32le(uint32_t value);
-  Builder& u64le(uint64_t value);
-  Builder& f32le(float value);
-  Builder& f64be(double value);
+  Builder& u8(uint8_t value) { return zeros(1, value); }
+  Builder& u16be(uint16_t value) { return number(value, 2, true); }
+  Builder& u32be(uint32_t value) { return number(value, 4, true); }
+  Builder& u64be(uint64_t value) { return number(value, 8, true); }
+  Builder& u16le(uint16_t value) { return number(value, 2, false); }
+  Builder& u32le(uint32_t value) { return number(value, 4, false); }
+  Builder& u64le(uint64_t value) { return number(value, 8, false); }
+  Builder& f32le(float value) { return u32le(std::bit_cast<uint32_t>(value)); }
+  Builder& f64be(double value) { return u64be(std::bit_cast<uint64_t>(value)); }
   Builder& f80be(double value);  // finite values; 80-bit extended, as COMM holds the rate
 };
 

@@ -43,14 +43,6 @@ TestEnvironment::Guard::Guard(std::shared_ptr<TestEnvironment> environment) : m_
   vesk::Environment::setShared(m_environment);
 }
 
-TestEnvironment::Guard::~Guard() {
-  vesk::Environment::setShared(nullptr);
-}
-
-TestEnvironment::Guard TestEnvironment::install() {
-  return Guard(std::make_shared<TestEnvironment>());
-}
-
 TestEnvironment::TestEnvironment()
     : m_musicFolder(m_folder.addFolder("home/Music")),
       m_userLibraries{m_folder.addFolder("home/.local/share")},
@@ -80,10 +72,6 @@ bool TestEnvironment::hasLogged(std::string_view part) const {
   return false;
 }
 
-std::string TestEnvironment::homeFolder() const {
-  return m_folder.path("home");
-}
-
 std::optional<std::string> TestEnvironment::musicFolder(std::string* error) const {
   if (!m_musicFolder) {
     if (error) *error = "no music folder";
@@ -94,14 +82,6 @@ std::optional<std::string> TestEnvironment::musicFolder(std::string* error) cons
 
 std::vector<std::string> TestEnvironment::libraryFolders(vesk::Domain domain) const {
   return domain == vesk::Domain::user ? m_userLibraries : m_machineLibraries;
-}
-
-std::string TestEnvironment::stateFolder() const {
-  return m_folder.path("state");
-}
-
-std::string TestEnvironment::cacheFolder() const {
-  return m_folder.path("cache");
 }
 
 std::optional<std::string> TestEnvironment::preference(std::string_view key) const {
@@ -128,10 +108,6 @@ std::optional<std::string> TestEnvironment::hostResource(std::string_view name, 
 
 bool TestEnvironment::isFilePackage(const std::string& path) const {
   return std::find(m_packages.begin(), m_packages.end(), path) != m_packages.end();
-}
-
-std::optional<std::string> TestEnvironment::fileTypeCode(const std::string& path) const {
-  return m_classifier.fileTypeCode(path);
 }
 
 void TestEnvironment::log(std::string_view message) {

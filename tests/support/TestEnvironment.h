@@ -42,7 +42,7 @@ class TestEnvironment : public vesk::Environment {
     explicit Guard(std::shared_ptr<TestEnvironment> environment);
     Guard(const Guard&) = delete;
     Guard& operator=(const Guard&) = delete;
-    ~Guard();
+    ~Guard() { vesk::Environment::setShared(nullptr); }
     TestEnvironment& operator*() const { return *m_environment; }
     TestEnvironment* operator->() const { return m_environment.get(); }
 
@@ -51,7 +51,7 @@ class TestEnvironment : public vesk::Environment {
   };
 
   // Makes a new one the shared environment until the guard ends: `const auto environment = TestEnvironment::install();`
-  [[nodiscard]] static Guard install();
+  [[nodiscard]] static Guard install() { return Guard(std::make_shared<TestEnvironment>()); }
 
   TestEnvironment();
 
@@ -67,18 +67,20 @@ class TestEnvironment : public vesk::Environment {
   // Whether any logged line holds `part`.
   bool hasLogged(std::string_view part) const;
 
-  std::string homeFolder() const override;
+  std::string homeFolder() const override { return m_folder.path("home"); }
   std::optional<std::string> musicFolder(std::string* error) const override;
   std::vector<std::string> libraryFolders(vesk::Domain domain) const override;
-  std::string stateFolder() const override;
-  std::string cacheFolder() const override;
+  std::string stateFolder() const override { return m_folder.path("state"); }
+  std::string cacheFolder() const override { return m_folder.path("cache"); }
   std::optional<std::string> preference(std::string_view key) const override;
   void setPreference(std::string_view key, std::optional<std::string_view> value) override;
   std::optional<std::string> localizedString(std::string_view key, std::string_view table) const override;
   std::string localeIdentifier() const override { return m_locale; }
   std::optional<std::string> hostResource(std::string_view name, std::string_view type) const override;
   bool isFilePackage(const std::string& path) const override;
-  std::optional<std::string> fileTypeCode(const std::string& path) const override;
+  std::optional<std::string> fileTypeCode(const std::string& path) const override {
+    return m_classifier.fileTypeCode(path);
+  }
   void log(std::string_view message) override;
 
  private:
