@@ -124,9 +124,9 @@ const std::string kCreateLoopsIndexString =
     "CREATE INDEX IF NOT EXISTS index_loops_fileName_isWebLoop ON Loops (fileName,isWebLoop);";
 
 // Columns are qualified throughout, the one of the ON clause included: a search joins further tables with a loopId of
-// their own. The columns stand in the order of the result table, which is filled without naming them. NOT INDEXED changes
-// no row: it keeps SQLite from visiting every loop in the order of its file name, one seek each, when it could scan the
-// table or look up the few loops of a keyword by id.
+// their own. The columns stand in the order of the result table, which is filled without naming them. NOT INDEXED
+// changes no row: it keeps SQLite from visiting every loop in the order of its file name, one seek each, when it could
+// scan the table or look up the few loops of a keyword by id.
 const std::string kSelectLoopsFormatString =
     "SELECT %@.id as id, %@.fileURL as fileURL, %@.fileName as fileName, %@.tempo as tempo, "
     "%@.numberOfBeats as numberOfBeats, %@.keyType as keyType, %@.key as key, "
