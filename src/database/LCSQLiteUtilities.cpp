@@ -133,6 +133,13 @@ bool LCSQLiteUtilities::executeStatementWithGenericReturnValue(const std::string
                           }));
 }
 
+std::optional<int64_t> LCSQLiteUtilities::firstIntegerOfStatement(const std::string& sql, std::string_view column) {
+  LCResultDictionary result;
+  if (!executeStatementWithGenericReturnValue(sql, &result)) return std::nullopt;
+  const LCCell* cell = firstCell(result, column);
+  return cell ? std::optional(cellInteger(*cell)) : std::nullopt;
+}
+
 bool LCSQLiteUtilities::executeStatementWithLoopsReturnValue(const std::string& sql, LCResultDictionary* result) {
   if (result == nullptr) return executeStatementWithNoReturnValue(sql);
   return executeStatement(sql, forEachCell([result](const char* column, const char* value) {

@@ -43,6 +43,8 @@ class LCSQLiteUtilities {
   bool executeStatementWithGenericReturnValue(const std::string& sql, LCResultDictionary* result);
   // Loop rows: texts for text columns, 64-bit "id", 32-bit integers for the rest (decimal, saturating), NULL as "".
   bool executeStatementWithLoopsReturnValue(const std::string& sql, LCResultDictionary* result);
+  // The number in the first cell of `column`; nullopt when there is none.
+  std::optional<int64_t> firstIntegerOfStatement(const std::string& sql, std::string_view column);
   // Texts; NULL cells are left out.
   bool executeStatementWithKeywordsReturnValue(const std::string& sql, LCResultDictionary* result);
   // "isVirtualCrate" as a truth value, texts for the rest; NULL cells are left out.

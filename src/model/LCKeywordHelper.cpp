@@ -98,6 +98,10 @@ std::optional<std::vector<std::string>> LCKeywordHelper::subKeywordsForKeyword(s
   return std::vector<std::string>(subKeywords->begin(), subKeywords->end());
 }
 
+const std::vector<LCKeywordGroup>& LCKeywordHelper::keywordGroups() {
+  return builtInKeywordGroups();
+}
+
 vesk::StringSet LCKeywordHelper::keywordsForCategory(int32_t category) {
   vesk::StringSet keywords;
   for (const auto& [keyword, categoryId] : LCKeywordTables::shared().categoryOfKeyword) {

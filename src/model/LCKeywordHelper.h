@@ -24,6 +24,13 @@ enum LCKeywordCategory : int32_t {
   kCategoryInstrumentSubType = 5,
 };
 
+// A group keyword stands for several keywords in the browser. It has no id in the taxonomy; databases give it one.
+struct LCKeywordGroup {
+  std::string name;
+  LCKeywordCategory category;
+  vesk::StringSet members;
+};
+
 extern const int64_t kExtraKeywordsEndIndex;  // 1017, the last built-in keyword id
 
 class LCKeywordHelper {
@@ -38,6 +45,7 @@ class LCKeywordHelper {
   static const vesk::StringSet& allKeywords();
   static std::optional<std::string> parentKeywordForKeyword(std::string_view keyword);
   static std::optional<std::vector<std::string>> subKeywordsForKeyword(std::string_view keyword);
+  static const std::vector<LCKeywordGroup>& keywordGroups();
   static vesk::StringSet keywordsForCategory(int32_t category);
   static const std::vector<std::pair<std::string, std::string>>& descriptorPairs();
   // One for each given text, in order; texts that are no keyword of the taxonomy give the empty one.

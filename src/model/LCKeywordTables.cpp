@@ -1,43 +1,10 @@
 #include "model/LCKeywordTables.h"
 
-#include "model/LCKeywordHelper.h"
 #include "resources/LCCompiledResources.h"
 
 namespace {
 
 constexpr size_t kMaximumTranslationLength = 29;
-
-// A group keyword stands for several keywords in the browser. It has no id here; the database gives it one.
-struct GroupKeyword {
-  const char* name;
-  LCKeywordCategory category;
-  vesk::StringSet subKeywords;
-};
-
-// "Harmonica" is brass here, and "Vocals" and "Texture/Atmosphere" are effects; both are meant so.
-const std::vector<GroupKeyword>& groupKeywords() {
-  static const vesk::StringSet effects = {
-      "Ambience",          "People",    "Transportation", "Weapons", "Explosions", "Animals", "Impacts & Crashes",
-      "Sports & Leisure",  "Mech/Tech", "Work/Home",      "Misc.",   "Foley",      "Sci-Fi",  "Vocals",
-      "Texture/Atmosphere"};
-  static const vesk::StringSet allEffects = [] {
-    vesk::StringSet members = effects;
-    members.insert({"Mixed", "Motions & Transitions"});
-    return members;
-  }();
-  static const std::vector<GroupKeyword> groups = {
-      {"Brass", kCategoryInstrumentTypeWithSubTypes, {"Trumpet", "Trombone", "French Horn", "Tuba", "Harmonica"}},
-      {"Woodwind",
-       kCategoryInstrumentTypeWithSubTypes,
-       {"Saxophone", "Flute", "Oboe", "Recorder", "Clarinet", "Pan Flute", "Bassoon", "Bagpipe"}},
-      {"All Effects", kCategoryInstrumentTypeWithSubTypes, allEffects},
-      {"Effects", kCategoryInstrumentTypeWithSubTypes, effects},
-      {"Boom", kCategoryInstrumentTypeWithSubTypes, {"Impacts & Crashes", "Explosions"}},
-      {"House", kCategoryGenre, {"Deep House", "Tech House", "Electro House"}},
-      {"Hip Hop/RnB", kCategoryGenre, {"Hip Hop", "Modern RnB", "Urban"}},
-  };
-  return groups;
-}
 
 // The strings of a list; what is no list has none.
 std::vector<std::string> stringsIn(const vesk::Value& value) {
@@ -55,6 +22,31 @@ std::string foldedTranslationKey(std::string_view key) {
 }
 
 }  // namespace
+
+// "Harmonica" is brass here, and "Vocals" and "Texture/Atmosphere" are effects; both are meant so.
+const std::vector<LCKeywordGroup>& builtInKeywordGroups() {
+  static const vesk::StringSet effects = {
+      "Ambience",          "People",    "Transportation", "Weapons", "Explosions", "Animals", "Impacts & Crashes",
+      "Sports & Leisure",  "Mech/Tech", "Work/Home",      "Misc.",   "Foley",      "Sci-Fi",  "Vocals",
+      "Texture/Atmosphere"};
+  static const vesk::StringSet allEffects = [] {
+    vesk::StringSet members = effects;
+    members.insert({"Mixed", "Motions & Transitions"});
+    return members;
+  }();
+  static const std::vector<LCKeywordGroup> groups = {
+      {"Brass", kCategoryInstrumentTypeWithSubTypes, {"Trumpet", "Trombone", "French Horn", "Tuba", "Harmonica"}},
+      {"Woodwind",
+       kCategoryInstrumentTypeWithSubTypes,
+       {"Saxophone", "Flute", "Oboe", "Recorder", "Clarinet", "Pan Flute", "Bassoon", "Bagpipe"}},
+      {"All Effects", kCategoryInstrumentTypeWithSubTypes, allEffects},
+      {"Effects", kCategoryInstrumentTypeWithSubTypes, effects},
+      {"Boom", kCategoryInstrumentTypeWithSubTypes, {"Impacts & Crashes", "Explosions"}},
+      {"House", kCategoryGenre, {"Deep House", "Tech House", "Electro House"}},
+      {"Hip Hop/RnB", kCategoryGenre, {"Hip Hop", "Modern RnB", "Urban"}},
+  };
+  return groups;
+}
 
 LCKeywordTables& LCKeywordTables::shared() {
   static LCKeywordTables tables;
@@ -117,9 +109,9 @@ void LCKeywordTables::addInstrumentTypes(const vesk::Value& types) {
 
 // Their members keep the parents they have.
 void LCKeywordTables::addGroupKeywords() {
-  for (const GroupKeyword& group : groupKeywords()) {
+  for (const LCKeywordGroup& group : builtInKeywordGroups()) {
     addKeyword(group.name, group.category);
-    subKeywordsOfParent[group.name] = group.subKeywords;
+    subKeywordsOfParent[group.name] = group.members;
   }
 }
 

@@ -11,8 +11,12 @@
 #include <utility>
 #include <vector>
 
+#include "model/LCKeywordHelper.h"
 #include "platform/PropertyList.h"
 #include "platform/Text.h"
+
+// The group keywords, built in.
+const std::vector<LCKeywordGroup>& builtInKeywordGroups();
 
 struct LCKeywordTables {
   std::map<std::string, int64_t, std::less<>> categoryOfKeyword;

@@ -21,8 +21,10 @@ vesk_embed_resource(Keyword_Dictionary.plist Keyword_Dictionary_plist)
 vesk_embed_resource(KeywordIds.plist KeywordIds_plist)
 vesk_embed_resource(search-key-translation.txt additionalData_dat -DMODE=translation -DSIZE=56098)
 vesk_embed_resource(topper-filenames.txt topperFilenames_txt)
+vesk_embed_resource(topper-repair-filenames.txt topperRepairFilenames_txt)
 vesk_embed_resource(track-stack-filenames.txt trackStackFilenames_txt)
 vesk_embed_resource(legacy-crates.txt legacyCrates_txt)
+vesk_embed_resource(instrument-icons.txt instrumentIcons_txt)
 
 target_compile_definitions(vesk_resources
                            PRIVATE VESK_CONTENT_IDENTIFIER_PREFIX="${VESK_CONTENT_IDENTIFIER_PREFIX}")

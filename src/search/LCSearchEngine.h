@@ -7,9 +7,11 @@
 
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +19,8 @@
 #include "database/LCConnection.h"
 #include "database/LCDatabaseConfiguration.h"
 #include "database/LCSQLiteUtilities.h"
+#include "loudness/LCLoopLoudnessInfo.h"
+#include "model/LCMetaInfo.h"
 #include "platform/Text.h"
 #include "platform/URL.h"
 #include "search/LCSearchEngineFile.h"
@@ -27,6 +31,19 @@ struct LCSortDescriptor {
   bool ascending = true;
   bool operator==(const LCSortDescriptor&) const = default;
 };
+
+// A loop of a family, with the values of its row.
+struct LCLoopFamilyMember {
+  std::optional<vesk::URL> url;  // nullopt when the row's text is no URL
+  int64_t loopId = 0;
+  bool isWebLoop = false;
+  std::string fileName;
+  int64_t vireoLoopType = 0;  // of the column that vireoLoopTypeColumnName() names
+  bool operator==(const LCLoopFamilyMember&) const = default;
+};
+
+// Keyword → number of loops.
+using LCKeywordCounts = std::map<std::string, int64_t, vesk::CodeUnitLess>;
 
 class LCSearchEngine {
  public:
@@ -132,15 +149,97 @@ class LCSearchEngine {
   int64_t rowIndexInCurrentSearchResultForLoopWithFileURLString(const std::string& fileURL) const;
   int64_t rowIndexInCurrentSearchResultForLoopId(int64_t loopId) const;
 
-  // --- Available keywords (LCSearchEngineKeywords.cpp) ---
+  // --- Available keywords (LCSearchEngineKeywords.cpp): what would still find something ---
   const vesk::StringSet& availableKeywords() const { return m_availableKeywords; }
-  void setAvailableKeywords(const vesk::StringSet& keywords);  // adds the group keywords that have a member
+  void setAvailableKeywords(const vesk::StringSet& keywords);       // adds the group keywords that have a member
+  vesk::StringSet availableKeywordsOfType(int64_t category) const;  // of an LCKeywordCategory
+  // The lists of a browser's columns: "Base" or "BaseFX" alone, then a sub-category such as "Genres", then, with a
+  // keyword too, a drill-down: it adds the keyword to the search, sets the favourites flag and searches. nullopt for
+  // an unknown sub-category.
+  std::optional<std::vector<std::string>> availableKeywordsForCategory(const std::string& category,
+                                                                       const std::optional<std::string>& subCategory,
+                                                                       const std::optional<std::string>& andKeyword);
+  static constexpr int64_t kSearchTypeInstruments = 0;
+  static constexpr int64_t kSearchTypeGenres = 1;
+  static constexpr int64_t kSearchTypeDescriptors = 2;
+  // What would find something if the choice within this type were dropped. Leaves the current search as it was, with
+  // its result made anew and the edited flag cleared.
+  vesk::StringSet availableKeywordsOfSearchType(int64_t searchType);
+  // Each available keyword with the number of loops of the current result that carry it; a group keyword counts loops
+  // that carry any member. Keywords from outside the taxonomy are counted too, once a loop of the result has them.
+  LCKeywordCounts availableKeywordsWithCounts() const;
+  // Of every keyword id in the range, both ends included; the tables' names are these prefixes with the id behind.
+  void copyCachingTablesFromKeywordId(int64_t first, int64_t toKeywordId, const std::string& fromTable,
+                                      const std::string& intoTable);
+  void refreshKeywordsCache();  // makes the database's extra keywords known to the taxonomy of this process
 
-  // --- Lookups (LCSearchEngineLookups.cpp) ---
+  // --- Loop families (LCSearchEngineFamilies.cpp): variants of one name with numbers behind it ---
+  static std::optional<std::string> familyNameForLoopName(const std::string& loopName);  // nullopt without numbers
+  static bool shouldShowFamilyForLoopName(const std::string& loopName);
+  // In the order of the database. `key` is a root key as for setRootKey().
+  std::vector<LCLoopFamilyMember> findLoopFamilyForNameFilter(const std::string& nameFilter, int64_t andKey) const;
+  // By file name; the name is taken as it is. Without numbers at its end it is the beginning of its family's names.
+  std::vector<LCLoopFamilyMember> loopFamilyForName(const std::string& loopName, int64_t andKey) const;
+  // nullopt when the loop is unknown (or 0) and there is no file name to go by.
+  std::optional<std::vector<LCLoopFamilyMember>> loopFamilyForLoopId(int64_t loopId,
+                                                                     const std::optional<std::string>& fileName,
+                                                                     int64_t key) const;
+
+  // --- Lookups (LCSearchEngineLookups.cpp). The search settings have no say here. ---
+  std::map<std::string, std::string> resultDictForLoopId(int64_t loopId) const;  // column → text; empty when unknown
+  std::map<std::string, std::string> resultDictForFilename(const std::string& name) const;
+  std::unique_ptr<LCSearchEngineFile> fileForLoopId(int64_t loopId) const;  // null when unknown
+  std::optional<vesk::URL> fileURLForLoopId(int64_t loopId) const;
   int64_t loopIdForFileURL(const vesk::URL& url) const;  // 0 when not found
+  int64_t loopIdForFilepath(const std::string& path) const;
   bool isFileIndexed(const vesk::URL& url) const;
+  std::set<int64_t> loopIdsForName(const std::string& name) const;  // whose URL holds the name
+  // The loop of exactly this name, tempo and key as stored; else one whose name holds it. nullopt when there is none.
+  std::optional<std::string> findPathForLoopname(const std::optional<std::string>& loopName, int32_t tempo,
+                                                 int32_t rootNote) const;
   vesk::StringSet keywordsForLoopId(int64_t loopId) const;
+  vesk::StringSet keywordsForURL(const vesk::URL& url) const;
+
+  // --- The user's marks, and counts (LCSearchEngineUserData.cpp). URLs are texts as stored. ---
+  // A mark that is not given is written as no favourite, 0 or "": whoever changes one mark reads the others first and
+  // gives all three. False when the loop is unknown or the database refuses.
+  [[nodiscard]] bool setUserDataForURL(const std::string& fileURL, std::optional<bool> isFavorite,
+                                       std::optional<int64_t> rating, const std::optional<std::string>& userComment);
+  // `row` is a lookup's result: its "id", and its marks for those that are not given.
+  [[nodiscard]] bool setUserDataDict(const LCResultDictionary& row, std::optional<bool> isFavorite,
+                                     std::optional<int64_t> rating, const std::optional<std::string>& userComment);
+  [[nodiscard]] bool setIsFavorite(bool isFavorite, int64_t forLoopId);  // raises the edited flag
+  [[nodiscard]] bool setIsFavorite(bool isFavorite, const std::string& forURL);
+  [[nodiscard]] bool setRating(int64_t rating, const std::string& forURL);
+  [[nodiscard]] bool setComment(const std::string& comment, const std::string& forURL);
   int64_t totalNumberOfLoops() const;
+  int64_t numberOfFavoritesForTable(const std::string& tableName) const;
+  int64_t numberOfFavoritesInResults() const;
+
+  // --- Loudness and meta infos (LCSearchEngineLoudness.cpp) ---
+  // The factory database's answer, else the loop database's, else the file's own; nullopt when none has one.
+  std::optional<LCLoopLoudnessInfo> findLoudnessInfoForLoopId(int64_t loopId, const vesk::URL& andFileURL) const;
+  std::optional<LCLoopLoudnessInfo> findLoudnessInfoForURL(const vesk::URL& url) const;
+  [[nodiscard]] bool saveLoadnessInfo(const LCLoopLoudnessInfo& info, const std::string& forFileName,  // spelled so
+                                      int64_t andLoopId);
+  std::vector<LCMetaInfo> findMetaInfosForLoopId(int64_t loopId) const;
+  std::vector<LCMetaInfo> instrumentKeywordsForLoopId(int64_t loopId) const;
+  [[nodiscard]] bool saveMetaInfos(std::span<const LCMetaInfo> metaInfos, int64_t forLoopId);
+
+  // --- How a loop is shown (LCSearchEngineDisplay.cpp) ---
+  static std::string localizedNameForFile(const LCSearchEngineFile& file);
+  // "drums-kick", or "drums" for a loop without sub-type; nullopt for one without instrument.
+  std::optional<std::string> iconNameForFile(const LCSearchEngineFile& file) const;
+  static std::optional<std::string> iconNameForInstrumentSubType(const std::string& subType);  // types have icons, too
+  // The number by which older hosts know an icon: the keyword id of what it shows. False, leaving `iconID` (may be
+  // null) alone, for an unknown icon.
+  static bool kestrelLegacyIconIdForIconName(const std::string& iconName, int64_t* iconID);
+
+  // --- Repairs of loops whose files lack something (LCSearchEngineRepairs.cpp); hosts call them ---
+  void fixTopperKeyword();
+  void fixTrackStackInfo();
+  static const vesk::StringSet& fileNamesWithMissingTrackInfo();
+  static bool isTrackStackLoopWithMissingInfo(const std::optional<std::string>& fileName);
 
  protected:
   explicit LCSearchEngine(const LCDatabaseConfiguration& configuration);
@@ -177,6 +276,13 @@ class LCSearchEngine {
   std::string searchCondition();
   std::string searchStatement();
   std::string orderClause() const;
+
+  std::vector<std::string> keywordsOfDrillDown(const std::string& category, const std::string& subCategory,
+                                               const std::string& keyword);
+  std::optional<std::vector<std::string>> keywordsOfSubCategory(const std::string& category,
+                                                                const std::string& subCategory);
+  void searchUnnoticed(const vesk::StringSet& keywords);  // leaves the edited flag cleared
+  std::string selectKeywords() const;
 
   LCDatabaseConfiguration m_databaseConfiguration;
   LCConnection m_sqlite;

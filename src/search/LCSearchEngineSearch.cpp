@@ -41,15 +41,6 @@ std::set<int64_t> keywordIdsOfResult(sqlite3* connection) {
   return ids;
 }
 
-// The number in the first cell of `column`; nullopt when there is none.
-std::optional<int64_t> firstInteger(LCSQLiteUtilities utilities, const std::string& statement,
-                                    std::string_view column) {
-  LCResultDictionary result;
-  if (!utilities.executeStatementWithGenericReturnValue(statement, &result)) return std::nullopt;
-  const LCCell* cell = firstCell(result, column);
-  return cell ? std::optional(cellInteger(*cell)) : std::nullopt;
-}
-
 int64_t rowIndexFromRowId(std::optional<int64_t> rowId) {
   return rowId ? *rowId - 1 : LCSearchEngine::kNotFound;
 }
@@ -180,7 +171,9 @@ std::unique_ptr<LCSearchEngineFile> LCSearchEngine::fileAtIndex(int64_t index) {
 }
 
 int64_t LCSearchEngine::numberOfLoops() const {
-  return firstInteger(utilities(), "SELECT count() as numberOfLoops FROM tempTable", "numberOfLoops").value_or(0);
+  return utilities()
+      .firstIntegerOfStatement("SELECT count() as numberOfLoops FROM tempTable", "numberOfLoops")
+      .value_or(0);
 }
 
 std::vector<std::string> LCSearchEngine::availableColumnKeys() const {
@@ -198,17 +191,16 @@ int64_t LCSearchEngine::rowNumberInCurrentSearchResultForLoopWithName(const std:
   if (count < 1 || fileName.empty()) return kNotFound;
   const std::string statement =
       sqlFormat("SELECT count() AS rowNumber FROM tempTable WHERE fileName <= '%@'", {sqlEscaped(fileName)});
-  const std::optional<int64_t> rowNumber = firstInteger(utilities(), statement, "rowNumber");
+  const std::optional<int64_t> rowNumber = utilities().firstIntegerOfStatement(statement, "rowNumber");
   return rowNumber && *rowNumber < count ? *rowNumber - 1 : kNotFound;
 }
 
 int64_t LCSearchEngine::rowIndexInCurrentSearchResultForLoopWithFileURLString(const std::string& fileURL) const {
-  return rowIndexFromRowId(firstInteger(
-      utilities(), sqlFormat(R"(SELECT rowid FROM tempTable WHERE fileURL = "%@")", {sqlDoubleQuoteEscaped(fileURL)}),
-      "rowid"));
+  return rowIndexFromRowId(utilities().firstIntegerOfStatement(
+      sqlFormat(R"(SELECT rowid FROM tempTable WHERE fileURL = "%@")", {sqlDoubleQuoteEscaped(fileURL)}), "rowid"));
 }
 
 int64_t LCSearchEngine::rowIndexInCurrentSearchResultForLoopId(int64_t loopId) const {
-  return rowIndexFromRowId(firstInteger(
-      utilities(), sqlFormat(R"(SELECT rowid FROM tempTable WHERE id = "%@")", {std::to_string(loopId)}), "rowid"));
+  return rowIndexFromRowId(utilities().firstIntegerOfStatement(
+      sqlFormat(R"(SELECT rowid FROM tempTable WHERE id = "%@")", {std::to_string(loopId)}), "rowid"));
 }

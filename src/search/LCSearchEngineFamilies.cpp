@@ -1,0 +1,106 @@
+// Loop families: "Funky Beat 01", "Funky Beat 02" … are variants of "Funky Beat".
+#include "search/LCSearchEngine.h"
+
+#include "database/LCDatabaseSchema.h"
+#include "platform/Path.h"
+
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+
+namespace {
+
+// "1.2_3": digits, then any number of "." with digits, then any number of "_" with digits.
+bool isVariantNumber(std::string_view text) {
+  const auto length = static_cast<int32_t>(text.size());
+  bool needsDigit = true;
+  bool isBehindUnderscore = false;
+  for (int32_t offset = 0; offset < length;) {
+    UChar32 character = 0;
+    U8_NEXT(text.data(), offset, length, character);
+    if (u_isdigit(character)) {
+      needsDigit = false;
+      continue;
+    }
+    const bool isSeparator = character == '_' || (character == '.' && !isBehindUnderscore);
+    if (!isSeparator || needsDigit) return false;
+    isBehindUnderscore = character == '_';
+    needsDigit = true;
+  }
+  return !needsDigit;
+}
+
+// What stands before the blank and the variant number at the end; nullopt when `baseName` does not end so.
+std::optional<std::string> nameBeforeVariantNumber(const std::string& baseName) {
+  const size_t blank = baseName.rfind(' ');
+  if (blank == std::string::npos || !isVariantNumber(std::string_view(baseName).substr(blank + 1))) return std::nullopt;
+  return baseName.substr(0, blank);
+}
+
+std::string lastComponentOf(const LCLoopFamilyMember& member) {
+  return member.url ? member.url->lastPathComponent() : std::string();
+}
+
+bool comesBefore(const LCLoopFamilyMember& left, const LCLoopFamilyMember& right) {
+  return vesk::text::caseInsensitiveCompare(lastComponentOf(left), lastComponentOf(right)) < 0;
+}
+
+}  // namespace
+
+std::optional<std::string> LCSearchEngine::familyNameForLoopName(const std::string& loopName) {
+  return nameBeforeVariantNumber(vesk::path::deletingExtension(vesk::path::lastComponent(loopName)));
+}
+
+bool LCSearchEngine::shouldShowFamilyForLoopName(const std::string& loopName) {
+  return familyNameForLoopName(loopName).has_value();
+}
+
+std::vector<LCLoopFamilyMember> LCSearchEngine::findLoopFamilyForNameFilter(const std::string& nameFilter,
+                                                                            int64_t andKey) const {
+  std::string escape;
+  const std::string pattern = *_convertToFileURLSearchString(nameFilter, &escape);
+  const std::string statement =
+      sqlFormat(R"(SELECT fileURL, id, key, isWebLoop, fileName, %@ FROM %@ WHERE %@.fileURL like "%%/%@%%" %@  %@ )",
+                {vireoLoopTypeColumnName(), m_loopsTablename, m_loopsTablename, sqlDoubleQuoteEscaped(pattern), escape,
+                 keyFilterStringForKey(andKey)});
+  LCResultDictionary rows;
+  if (!utilities().executeStatementWithLoopsReturnValue(statement, &rows)) return {};
+  std::vector<LCLoopFamilyMember> members;
+  for (size_t row = 0; row < rows["fileURL"].size(); ++row) {
+    members.push_back({.url = vesk::URL::fromString(cellText(rows["fileURL"][row])),
+                       .loopId = cellInteger(rows["id"][row]),
+                       .isWebLoop = cellInteger(rows["isWebLoop"][row]) != 0,
+                       .fileName = cellText(rows["fileName"][row]),
+                       .vireoLoopType = cellInteger(rows[vireoLoopTypeColumnName()][row])});
+  }
+  return members;
+}
+
+std::vector<LCLoopFamilyMember> LCSearchEngine::loopFamilyForName(const std::string& loopName, int64_t andKey) const {
+  const std::string baseName = vesk::path::deletingExtension(loopName);
+  const std::string filter = nameBeforeVariantNumber(baseName).value_or(baseName);
+  if (filter.empty()) return {};
+  std::vector<LCLoopFamilyMember> members = findLoopFamilyForNameFilter(filter, andKey);
+  std::stable_sort(members.begin(), members.end(), comesBefore);
+  return members;
+}
+
+// The name comes from the URL as it is encoded there, but for its blanks, and is compared with URLs: so it is found
+// whatever letters it has.
+std::optional<std::vector<LCLoopFamilyMember>> LCSearchEngine::loopFamilyForLoopId(
+    int64_t loopId, const std::optional<std::string>& fileName, int64_t key) const {
+  if (loopId != 0) {
+    LCResultDictionary result;
+    utilities().executeStatementWithLoopsReturnValue(
+        sqlFormat("SELECT id, fileURL FROM %@ WHERE %@.id = %@ %@",
+                  {m_loopsTablename, m_loopsTablename, std::to_string(loopId), keyFilterStringForKey(key)}),
+        &result);
+    if (const LCCell* url = firstCell(result, "fileURL")) {
+      const std::string name = vesk::path::lastComponent(cellText(*url));
+      return loopFamilyForName(vesk::text::replacingAll(name, "%20", " "), key);
+    }
+  }
+  if (!fileName) return std::nullopt;
+  return loopFamilyForName(vesk::path::lastComponent(*fileName), key);
+}

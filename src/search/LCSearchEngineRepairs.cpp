@@ -1,0 +1,30 @@
+// Repairs of loops whose files lack information. Which loops these are is data in resources/.
+#include "search/LCSearchEngine.h"
+
+#include "database/LCDatabaseSchema.h"
+#include "resources/ResourceTables.h"
+
+void LCSearchEngine::fixTopperKeyword() {
+  const std::vector<LCMetaInfo> topper = {
+      LCWeightedInstrumentKeyword{.keywordTitle = "Topper", .weight = 1.0}.metaInfo()};
+  for (const std::string& name : resources::topperRepairFilenames()) {
+    for (const int64_t loopId : loopIdsForName(name)) {
+      [[maybe_unused]] const bool saved = saveMetaInfos(topper, loopId);
+    }
+  }
+}
+
+void LCSearchEngine::fixTrackStackInfo() {
+  for (const std::string& name : fileNamesWithMissingTrackInfo()) {
+    utilities().executeStatementWithNoReturnValue(sqlFormat(
+        "UPDATE OR IGNORE Loops SET patchInfo = 2, ksLoopType = 0 WHERE fileName == '%@'", {sqlEscaped(name)}));
+  }
+}
+
+const vesk::StringSet& LCSearchEngine::fileNamesWithMissingTrackInfo() {
+  return resources::trackStackFilenames();
+}
+
+bool LCSearchEngine::isTrackStackLoopWithMissingInfo(const std::optional<std::string>& fileName) {
+  return fileName && resources::isTrackStackLoopWithMissingInfo(*fileName);
+}

@@ -1,0 +1,132 @@
+// Families of numbered variants, and the lookups of single loops.
+#include "search/LCSearchEngineDesktop.h"
+#include "search/SearchDatabase.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+Ids idsOf(const std::optional<std::vector<LCLoopFamilyMember>>& family) {
+  Ids ids;
+  for (const LCLoopFamilyMember& member : family.value_or(std::vector<LCLoopFamilyMember>()))
+    ids.push_back(member.loopId);
+  return ids;
+}
+
+struct FamiliesTest : testing::Test {
+  // Loops 1, 2, 3 … of these names.
+  void add(const std::vector<std::string>& fileNames) {
+    int64_t id = 0;
+    for (const std::string& name : fileNames) database.add(++id, name);
+  }
+
+  SearchDatabase database;
+  std::unique_ptr<LCSearchEngineDesktop> engine = database.engine();
+};
+
+}  // namespace
+
+TEST(FamilyName, IsWhatStandsBeforeTheNumbers) {
+  const std::pair<const char*, std::optional<std::string>> cases[] = {
+      {"Funky Beat 01.caf", "Funky Beat"},
+      {"/L/My Loops 7/Beat 1.2_3.aif", "Beat"},
+      {"Pad 1_2_3.wav", "Pad"},
+      {"Two  2.wav", "Two "},
+      {"Ärger ٣.wav", "Ärger"},    // a digit of any script
+      {"Beat01.aif", {}},          // no blank before them
+      {"Beat 1_2.3.aif", {}},      // "." after "_"
+      {"Beat 1..2.aif", {}},       //
+      {"Beat 01 .aif", {}},        //
+      {"/L/Beat 01/Pad.aif", {}},  // of a folder
+      {"Beat 01", "Beat"},         // no extension
+      {" 01.aif", ""},             // found, and nothing before it
+  };
+  for (const auto& [name, family] : cases) {
+    EXPECT_EQ(LCSearchEngine::familyNameForLoopName(name), family) << name;
+    EXPECT_EQ(LCSearchEngine::shouldShowFamilyForLoopName(name), family.has_value()) << name;
+  }
+}
+
+TEST_F(FamiliesTest, HoldEveryVariantWhateverTheNameIsMadeOf) {
+  for (const std::string stem :
+       {"Funky Beat", "Pad", "It's: a|b", "100% Pure", "a_b", "say \"x\"", "Ärger 東京", "%20 odd"}) {
+    database.execute("DELETE FROM Loops");
+    add({stem + " 02.wav", stem + " 01.caf", "Other 03.wav", "x.wav"});
+    EXPECT_EQ(idsOf(engine->loopFamilyForLoopId(1, {}, 0)), (Ids{2, 1})) << stem;
+  }
+  // A name, unlike a stored loop, is looked for as it is: only its blanks are encoded as in a URL.
+  EXPECT_EQ(idsOf(engine->loopFamilyForName("Ärger 01.wav", 0)), Ids{});
+}
+
+TEST_F(FamiliesTest, AreFoundByNameIdAndKey) {
+  add({"Pad Swell 01.wav", "pad.wav", "Pads/x.wav", "/L/Pad 2.wav", "Launch Pad.wav"});
+  database.execute("UPDATE Loops SET key = 57, hasMidi = 1, ksLoopType = 6, isWebLoop = 1 WHERE id = 1");
+  EXPECT_EQ(idsOf(engine->loopFamilyForName("Pad.caf", 0)), (Ids{4, 1, 2, 3}));  // by name without case
+  EXPECT_EQ(idsOf(engine->loopFamilyForName("Sub/Pad 7.caf", 0)), Ids{});        // the name as it is
+  EXPECT_EQ(idsOf(engine->loopFamilyForName(".caf 1.caf", 0)), Ids{});
+  EXPECT_EQ(idsOf(engine->loopFamilyForName("", 0)), Ids{});
+  EXPECT_EQ(idsOf(engine->loopFamilyForName("Pad.caf", 60)), (Ids{4, 2, 3}));  // A is not near C
+  EXPECT_EQ(idsOf(engine->loopFamilyForLoopId(99, "/x/Pad Swell 3.caf", 0)), Ids{1});
+  EXPECT_EQ(engine->loopFamilyForLoopId(99, {}, 0), std::nullopt);
+  EXPECT_EQ(engine->loopFamilyForLoopId(1, {}, 60), std::nullopt);  // itself in another key
+  engine->setUseKestrelLoopTypes(true);
+  const LCLoopFamilyMember swell = {.url = vesk::URL::fromString("file:///L/Pad%20Swell%2001.wav"),
+                                    .loopId = 1,
+                                    .isWebLoop = true,
+                                    .fileName = "Pad Swell 01.wav",
+                                    .vireoLoopType = 6};
+  EXPECT_EQ(engine->findLoopFamilyForNameFilter("Pad Swell", 69), std::vector{swell});
+}
+
+TEST_F(FamiliesTest, LookupsFindSingleLoops) {
+  add({"Beat 01.wav", "Sub/Beat 01.wav", "Big Beat 01 x.wav", "no tempo.wav"});
+  database.execute("UPDATE Loops SET key = 50, tempo = iif(id = 4, -1, 120), comment = 'c' || id");
+  const auto path = [&](const char* name, int32_t tempo) { return engine->findPathForLoopname(name, tempo, 50); };
+  EXPECT_EQ(path("/x/Beat 01.aif", 120), "/L/Beat 01.wav");
+  EXPECT_EQ(path("Beat", 120), "/L/Beat 01.wav");  // the first that holds it
+  database.execute("UPDATE Loops SET fileURL = 'file:///L/Before%20Beat%2001.wav' WHERE id = 1");
+  EXPECT_EQ(path("Beat 01", 120), "/L/Sub/Beat 01.wav");  // exact before containing
+  EXPECT_EQ(path("no tempo", 0), "/L/no tempo.wav");
+  EXPECT_EQ(path("Beat 01", 121), std::nullopt);
+  EXPECT_EQ(engine->findPathForLoopname({}, 120, 50), std::nullopt);
+
+  EXPECT_EQ(engine->resultDictForLoopId(3).at("comment"), "c3");
+  EXPECT_EQ(engine->resultDictForFilename("Big Beat").at("id"), "3");
+  EXPECT_TRUE(engine->resultDictForLoopId(9).empty());
+  EXPECT_EQ(engine->fileForLoopId(2)->plainFileURLStr(), "file:///L/Sub/Beat%2001.wav");
+  EXPECT_EQ(engine->fileForLoopId(9), nullptr);
+  EXPECT_EQ(engine->fileURLForLoopId(2)->path(), "/L/Sub/Beat 01.wav");
+  EXPECT_EQ(engine->loopIdForFilepath("/L/Sub/Beat 01.wav"), 2);
+  EXPECT_TRUE(engine->isFileIndexed(*engine->fileURLForLoopId(3)));
+  EXPECT_EQ(engine->loopIdsForName("Beat 01"), (std::set<int64_t>{1, 2, 3}));
+}
+
+// A statement that stands on a row would keep the next search from dropping its table.
+TEST_F(FamiliesTest, NoQuestionKeepsTheNextSearchFromStartingAfresh) {
+  add({"Beat 01.wav", "Beat 02.wav", "Beat 03.wav"});
+  engine->doSearch();
+  const auto file = engine->fileForLoopId(1);
+  const vesk::URL url = *engine->fileURLForLoopId(1);
+  engine->loopFamilyForLoopId(1, {}, 0);
+  engine->resultDictForLoopId(1);
+  engine->resultDictForFilename("Beat");
+  engine->loopIdForFileURL(url);
+  engine->isFileIndexed(url);
+  engine->loopIdsForName("Beat");
+  engine->findPathForLoopname("Beat 01", 0, 0);
+  engine->keywordsForLoopId(1);
+  engine->keywordsForURL(url);
+  engine->availableKeywordsWithCounts();
+  engine->availableKeywordsForCategory("Base", "All", {});
+  engine->findLoudnessInfoForLoopId(1, url);
+  engine->findMetaInfosForLoopId(1);
+  engine->iconNameForFile(*file);
+  engine->numberOfFavoritesInResults();
+  engine->doSearch();
+  EXPECT_EQ(engine->numberOfLoops(), 3);
+}

@@ -1,0 +1,173 @@
+#include "model/LCKeywordHelper.h"
+#include "search/LCSearchEngineDesktop.h"
+#include "search/LCSearchEngineMobile.h"
+#include "search/SearchDatabase.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Loops with their keywords in the columns, as the indexer leaves them.
+struct KeywordsTest : testing::Test {
+  KeywordsTest() {
+    tag(1, "kick.wav", {"Drums", "Kick", "Hip Hop", "Dry"});
+    tag(2, "/L/My Loops/tuba.wav", {"Horn/Wind", "Tuba", "Deep House"});
+    tag(3, "walk.wav", {"Sound Effect", "People", "Urban", "Dark"});
+    tag(4, "bang.wav", {"Sound Effect", "Explosions", "Dark"});
+    tag(5, "talk.wav", {"Vocals", "Male", "Vinyl/Scratch"});
+    database.execute("INSERT INTO Tagging VALUES (1, 20001)");  // "Zorp", from outside the taxonomy
+    database.execute("INSERT INTO UserData VALUES (3, 1, 0, ''), (1, 0, 5, '')");
+    database.execute("INSERT INTO CrateLoopRelation VALUES ('a', 1), ('a', 3), ('b', 3)");
+  }
+
+  void tag(int64_t id, const std::string& name, const std::vector<std::string>& keywords) {
+    std::string values = "id = id";
+    Ids ids;
+    for (const std::string& keyword : keywords) {
+      ids.push_back(LCKeywordHelper::keywordIdForKeyword(keyword));
+      const auto column = LCKeywordHelper::columnNameForKeyword(keyword);
+      values += ", " + column.value() + " = " + std::to_string(ids.back());
+    }
+    database.add(id, name, values, ids);
+  }
+
+  vesk::StringSet keywordsFor(const std::string& category, const std::optional<std::string>& subCategory,
+                              const std::optional<std::string>& keyword = std::nullopt) {
+    const auto keywords = engine->availableKeywordsForCategory(category, subCategory, keyword);
+    return keywords ? vesk::StringSet(keywords->begin(), keywords->end()) : names("nil");
+  }
+
+  SearchDatabase database;
+  std::unique_ptr<LCSearchEngineDesktop> engine = database.engine();
+};
+
+}  // namespace
+
+TEST_F(KeywordsTest, SubCategoriesFollowTheFilterButNotTheKeywords) {
+  using Names = std::vector<std::string>;
+  EXPECT_EQ(engine->availableKeywordsForCategory("Base", {}, {}),
+            (Names{"All", "Genres", "Moods", "Instruments", "Favorites"}));
+  EXPECT_EQ(engine->availableKeywordsForCategory("BaseFX", {}, {}),
+            (Names{"All Effects", "Mixed", "Motions & Transitions", "Effects", "FavoritesFX"}));
+  engine->setSearchKeywords(names("Kick"));
+  EXPECT_EQ(keywordsFor("Base", "Moods"), names("Dark", "Dry"));
+  EXPECT_EQ(keywordsFor("Base", "Genres"), names("Deep House", "Hip Hop", "Urban"));
+  EXPECT_EQ(keywordsFor("Base", "Instrument Types"), names("Drums", "Horn/Wind", "Sound Effect", "Vocals"));
+  EXPECT_EQ(keywordsFor("Base", "Instruments").size(), 10u);
+  EXPECT_EQ(keywordsFor("Base", "All").size(), 16u);  // with "Zorp"
+  EXPECT_EQ(keywordsFor("Base", "Favorites"), names("Dark", "People", "Sound Effect", "Urban"));
+  EXPECT_EQ(keywordsFor("Base", "Colours"), names("nil"));
+  EXPECT_EQ(keywordsFor("Colours", {}), names("nil"));
+
+  database.execute("INSERT INTO Tagging VALUES (4, 10003), (4, 10004)");  // All Effects, Effects
+  EXPECT_EQ(keywordsFor("Base", "All").size(), 16u);
+  EXPECT_EQ(keywordsFor("BaseFX", "All").size(), 18u);
+
+  engine->setPathPrefix("/L/My Loops");  // the filter's "%20" is part of the text
+  EXPECT_EQ(keywordsFor("Base", "All"), names("Deep House", "Horn/Wind", "Tuba"));
+  engine->setPathPrefix({});
+  engine->setEnabledCrateIdentifier(names("a", "b"));
+  EXPECT_EQ(keywordsFor("Base", "Genres"), names("Hip Hop", "Urban"));
+
+  const auto mobile = LCSearchEngineMobile::initWithDatabaseConfiguration(database.configuration());
+  const auto shown = mobile->availableKeywordsForCategory("Base", "Instruments", {}).value();
+  EXPECT_EQ(vesk::StringSet(shown.begin(), shown.end()),
+            names("Drums", "People", "Sound Effect", "Vinyl/Scratch", "Vocals"));
+}
+
+TEST_F(KeywordsTest, ADrillDownNarrowsTheSearchForGood) {
+  EXPECT_EQ(keywordsFor("Base", "Moods", "Dark"), names("All Effects", "Boom", "Dark", "Effects", "Explosions",
+                                                        "Hip Hop/RnB", "People", "Sound Effect", "Urban"));
+  EXPECT_EQ(keywordsFor("Base", "Genres", "Urban"),
+            names("All Effects", "Dark", "Effects", "Hip Hop/RnB", "People", "Sound Effect", "Urban"));
+  EXPECT_EQ(engine->searchKeywords(), names("Dark", "Urban"));
+  EXPECT_EQ(engine->numberOfLoops(), 1);
+  keywordsFor("Base", "Favorites", "Dark");
+  EXPECT_TRUE(engine->searchForFavorites());
+  keywordsFor("Base", {}, "Dark");
+  EXPECT_FALSE(engine->searchForFavorites());
+
+  struct Case {
+    const char* subCategory;
+    vesk::StringSet keywords;
+  };
+  for (const auto& [subCategory, keywords] :
+       {Case{"All Effects", names("All Effects", "Boom", "People", "Urban")},
+        Case{"FavoritesFX", names("All Effects", "People", "Urban")}, Case{"Mixed", names("All Effects", "Urban")},
+        Case{"Effects", names("All Effects", "Boom", "People")}, Case{"Nothing", names()}}) {
+    engine->setSearchKeywords(names());
+    if (keywords.empty()) engine->setSearchString("found nowhere");
+    EXPECT_EQ(keywordsFor("BaseFX", subCategory, "Dark"), keywords) << subCategory;
+  }
+}
+
+TEST_F(KeywordsTest, DroppingTheChoiceWithinAType) {
+  engine->setSearchKeywords(names("People", "Dark", "Urban"));
+  struct Case {
+    int64_t searchType;
+    vesk::StringSet keywords;
+  };
+  for (const auto& [searchType, keywords] :
+       {Case{LCSearchEngine::kSearchTypeInstruments, names("All Effects", "Effects", "People", "Sound Effect")},
+        Case{LCSearchEngine::kSearchTypeGenres, names("Hip Hop/RnB", "Urban")},
+        Case{LCSearchEngine::kSearchTypeDescriptors, names("Dark")}, Case{7, names()}}) {
+    EXPECT_EQ(engine->availableKeywordsOfSearchType(searchType), keywords) << searchType;
+    EXPECT_FALSE(engine->searchParameterEdited());
+    EXPECT_EQ(engine->searchKeywords(), names("Dark", "People", "Urban"));
+    EXPECT_EQ(engine->numberOfLoops(), 1);
+    EXPECT_TRUE(engine->availableKeywords().contains("People"));
+  }
+  engine->setSearchKeywords(names("Kick", "Dark"));  // together they find nothing
+  EXPECT_EQ(engine->availableKeywordsOfSearchType(LCSearchEngine::kSearchTypeDescriptors), names("Dry"));
+  EXPECT_EQ(engine->numberOfLoops(), 0);
+  LCKeywordHelper::setKeywordId(1600, 0x30000 + kCategoryGenre, "Flagged");  // only the low 16 bits are the category
+  engine->setAvailableKeywords(names("Flagged", "Urban", "Kick", "Nobody"));
+  EXPECT_EQ(engine->availableKeywordsOfType(kCategoryGenre), names("Flagged", "Hip Hop/RnB", "Urban"));
+}
+
+TEST_F(KeywordsTest, CountsAreThoseOfAHandWrittenQuery) {
+  EXPECT_TRUE(engine->availableKeywordsWithCounts().empty());  // nothing was searched for yet
+  engine->doSearch();
+  const LCKeywordCounts counts = engine->availableKeywordsWithCounts();
+  for (const auto& [keyword, count] : counts) {
+    vesk::StringSet members = names(keyword);
+    for (const auto& group : LCKeywordHelper::keywordGroups()) {
+      if (group.name == keyword) members.insert(group.members.begin(), group.members.end());
+    }
+    const std::string query =
+        "SELECT count(DISTINCT loopId) FROM Tagging JOIN Keywords ON Keywords.id = keywordId WHERE name IN ('" +
+        vesk::text::joined(members, "', '") + "')";
+    EXPECT_EQ(Ids{count}, database.numbers(query)) << keyword;
+  }
+  for (const std::string& keyword : engine->availableKeywords()) EXPECT_TRUE(counts.contains(keyword)) << keyword;
+  EXPECT_EQ(counts.at("Zorp"), 1);
+  EXPECT_EQ(counts.at("All Effects"), 3);
+  EXPECT_EQ(counts.at("Hip Hop/RnB"), 2);
+
+  engine->setEnabledCrateIdentifier(names("a", "b"));
+  engine->setSearchKeywords(names("Dark"));
+  EXPECT_EQ(idsFound(*engine), (Ids{3, 3}));  // once for each package
+  EXPECT_EQ(engine->availableKeywordsWithCounts().at("Urban"), 1);
+  EXPECT_FALSE(engine->availableKeywordsWithCounts().contains("Explosions"));
+}
+
+TEST_F(KeywordsTest, CachingTablesAreCopiedAndExtraKeywordsBecomeKnown) {
+  const std::string kick = std::to_string(LCKeywordHelper::keywordIdForKeyword("Kick"));
+  engine->copyCachingTablesFromKeywordId(5, 4, "tagging_cache_", "copy_");
+  EXPECT_EQ(database.numbers("SELECT count(*) FROM sqlite_master WHERE name LIKE 'copy%'"), Ids{0});
+  const int64_t id = vesk::text::integerValue(kick);
+  engine->copyCachingTablesFromKeywordId(id, id, "tagging_cache_", "copy_");
+  engine->copyCachingTablesFromKeywordId(id, id, "tagging_cache_", "copy_");
+  EXPECT_EQ(database.numbers("SELECT loopId FROM copy_" + kick), Ids{1});
+
+  database.execute("INSERT INTO Keywords VALUES (1500, 'Wobble', 1), (999, 'Early', 5), (10000, 'Late', 5)");
+  engine->refreshKeywordsCache();
+  EXPECT_EQ(LCKeywordHelper::keywordIdForKeyword("Wobble"), 1500);
+  EXPECT_EQ(LCKeywordHelper::keywordCategoryForKeyword("Wobble"), kCategoryGenre);
+  EXPECT_EQ(LCKeywordHelper::keywordIdForKeyword("Early") + LCKeywordHelper::keywordIdForKeyword("Late"), 0);
+}
