@@ -11,6 +11,13 @@
 //   favorites        favourites only
 //   folder           one folder of about 200 loops
 // open               a search engine made on the database and closed again
+//
+// facets             LCSearchEngine::availableKeywordsWithCounts() on the result of three of these searches; beside it,
+//                    as peer, one count of the result for each keyword, and as floor a grouped count of all its tags,
+//                    which knows no group keywords
+// lookup             single loops: by id, URL and name, a family; as floor the best that an index of the database
+// allows:
+//                    the row by its id, and the row by its file name and URL
 #include "BenchFolder.h"
 #include "LoopDatabases.h"
 
@@ -101,6 +108,99 @@ void selectIds(benchmark::State& state, const Workload& workload, size_t loopCou
   state.counters["rows"] = static_cast<double>(rows);
 }
 
+// --- Counts ---
+
+using CountFacets = size_t (*)(LCSearchEngine& engine);
+
+size_t countByEngine(LCSearchEngine& engine) {
+  return engine.availableKeywordsWithCounts().size();
+}
+
+size_t countKeywordByKeyword(LCSearchEngine& engine) {
+  size_t keywords = 0;
+  for (const std::string& keyword : engine.availableKeywords()) {
+    const int64_t id = LCKeywordHelper::keywordIdForKeyword(keyword);
+    LCStatement count(engine.sqlite3Connection(),
+                      fmt::format("SELECT count(*) FROM tempTable JOIN tagging_cache_{} ON loopId = id", id));
+    if (count.step() && count.int64At(0) > 0) ++keywords;
+  }
+  return keywords;
+}
+
+size_t countTags(LCSearchEngine& engine) {
+  LCStatement count(engine.sqlite3Connection(),
+                    "SELECT keywordId, count(*) FROM Tagging WHERE loopId IN (SELECT id FROM tempTable) "
+                    "GROUP BY keywordId");
+  size_t keywords = 0;
+  while (count.step()) ++keywords;
+  return keywords;
+}
+
+void facets(benchmark::State& state, const Workload& workload, size_t loopCount, CountFacets countFacets) {
+  const auto engine = openEngine(loopCount);
+  if (!engine) return state.SkipWithError("the database could not be opened");
+  workload.set(*engine);
+  engine->doSearch();
+  size_t keywords = 0;
+  for (auto _ : state) keywords = countFacets(*engine);
+  state.counters["rows"] = static_cast<double>(engine->numberOfLoops());
+  state.counters["keywords"] = static_cast<double>(keywords);
+}
+
+// --- Lookups ---
+
+struct Lookup {
+  std::string name;
+  bool (*find)(LCSearchEngine& engine, int64_t loopId, const vesk::URL& url);  // whether something was found
+};
+
+bool findsRow(LCStatement statement) {
+  return statement.step();
+}
+
+std::vector<Lookup> lookups() {
+  return {
+      {"url_of_id",
+       [](LCSearchEngine& engine, int64_t id, const vesk::URL&) { return engine.fileURLForLoopId(id).has_value(); }},
+      {"keywords_of_id",
+       [](LCSearchEngine& engine, int64_t id, const vesk::URL&) { return !engine.keywordsForLoopId(id).empty(); }},
+      {"id_of_url",
+       [](LCSearchEngine& engine, int64_t, const vesk::URL& url) { return engine.loopIdForFileURL(url) != 0; }},
+      {"ids_of_name", [](LCSearchEngine& engine, int64_t,
+                         const vesk::URL& url) { return !engine.loopIdsForName(url.lastPathComponent()).empty(); }},
+      {"family_of_id", [](LCSearchEngine& engine, int64_t id,
+                          const vesk::URL&) { return !engine.loopFamilyForLoopId(id, std::nullopt, 0)->empty(); }},
+      {"floor_by_id",
+       [](LCSearchEngine& engine, int64_t id, const vesk::URL&) {
+         LCStatement select(engine.sqlite3Connection(), "SELECT fileURL FROM Loops WHERE id = ?1");
+         select.bind(1, id);
+         return findsRow(std::move(select));
+       }},
+      {"floor_by_name",
+       [](LCSearchEngine& engine, int64_t, const vesk::URL& url) {
+         LCStatement select(engine.sqlite3Connection(), "SELECT id FROM Loops WHERE fileName = ?1 AND fileURL = ?2");
+         select.bind(1, url.lastPathComponent());
+         select.bind(2, url.absoluteString());
+         return findsRow(std::move(select));
+       }},
+  };
+}
+
+// Of a loop in the middle of the table.
+void lookUp(benchmark::State& state, const Lookup& lookup, size_t loopCount) {
+  const auto engine = openEngine(loopCount);
+  if (!engine) return state.SkipWithError("the database could not be opened");
+  int64_t loopId = 0;
+  {
+    LCStatement middle(engine->sqlite3Connection(), "SELECT id FROM Loops ORDER BY id LIMIT 1 OFFSET ?1");
+    middle.bind(1, loopCount / 2);
+    if (middle.step()) loopId = middle.int64At(0);
+  }
+  const std::optional<vesk::URL> url = engine->fileURLForLoopId(loopId);
+  if (!url || !lookup.find(*engine, loopId, *url)) return state.SkipWithError("not found");
+  for (auto _ : state) benchmark::DoNotOptimize(lookup.find(*engine, loopId, *url));
+}
+
 void open(benchmark::State& state, size_t loopCount) {
   loopDatabase(loopCount);
   for (auto _ : state) {
@@ -129,6 +229,18 @@ int main(int argc, char** argv) {
           [workload, size](benchmark::State& state) { search(state, workload, size); });
       add("floor/" + workload.name, size,
           [workload, size](benchmark::State& state) { selectIds(state, workload, size); });
+    }
+    for (const Workload& workload : workloads()) {
+      if (workload.name != "all" && workload.name != "keyword" && workload.name != "one_word") continue;
+      const std::pair<std::string, CountFacets> ways[] = {
+          {"facets/", countByEngine}, {"peer/facets_", countKeywordByKeyword}, {"floor/facets_", countTags}};
+      for (const auto& [prefix, way] : ways) {
+        add(prefix + workload.name, size,
+            [workload, size, way = way](benchmark::State& state) { facets(state, workload, size, way); });
+      }
+    }
+    for (const Lookup& lookup : lookups()) {
+      add("lookup/" + lookup.name, size, [lookup, size](benchmark::State& state) { lookUp(state, lookup, size); });
     }
   }
   benchmark::RunSpecifiedBenchmarks();

@@ -103,9 +103,13 @@ bool isOfSearchType(const std::string& keyword, int64_t searchType) {
 
 // --- Counts ---
 
-// Every tag of every loop of the result, the tags of one loop in a row.
+// Both give the tags of one loop in a row.
 constexpr std::string_view kSelectTagsOfResult =
     "SELECT loopId, keywordId FROM %@ WHERE loopId IN (SELECT id FROM tempTable)";
+constexpr std::string_view kSelectAllTags = "SELECT loopId, keywordId FROM %@ ORDER BY loopId";
+
+// Finding one loop's tags takes as long as reading this many tags in the order of the index.
+constexpr int64_t kTagsReadInTheTimeOfASearch = 15;
 
 // Counts loops by keyword from their tags, fed loop by loop.
 class KeywordCounter {
@@ -153,6 +157,29 @@ class KeywordCounter {
   std::map<std::string, Tally> m_tallies;  // by keyword
   std::unordered_map<int64_t, std::vector<Tally*>> m_talliesOfKeyword;
 };
+
+void countTagsOfResult(sqlite3* connection, const std::string& taggingTable, KeywordCounter& counter) {
+  LCStatement tags(connection, sqlFormat(kSelectTagsOfResult, {taggingTable}));
+  while (tags.step()) counter.addTag(tags.int64At(0), tags.int64At(1));
+}
+
+// For results that are a good part of the whole database: reads every tag there is, and passes over those of other
+// loops.
+void countAmongAllTags(sqlite3* connection, const std::string& taggingTable, KeywordCounter& counter) {
+  std::vector<int64_t> result;
+  LCStatement ids(connection, "SELECT id FROM tempTable");
+  while (ids.step()) result.push_back(ids.int64At(0));
+  std::sort(result.begin(), result.end());
+
+  LCStatement tags(connection, sqlFormat(kSelectAllTags, {taggingTable}));
+  auto next = result.begin();
+  while (tags.step()) {
+    const int64_t loopId = tags.int64At(0);
+    while (next != result.end() && *next < loopId) ++next;
+    if (next == result.end()) return;
+    if (*next == loopId) counter.addTag(loopId, tags.int64At(1));
+  }
+}
 
 }  // namespace
 
@@ -268,8 +295,13 @@ void LCSearchEngine::searchUnnoticed(const vesk::StringSet& keywords) {
 
 LCKeywordCounts LCSearchEngine::availableKeywordsWithCounts() const {
   KeywordCounter counter(m_sqlite.get());
-  LCStatement tags(m_sqlite.get(), sqlFormat(kSelectTagsOfResult, {m_taggingTablename}));
-  while (tags.step()) counter.addTag(tags.int64At(0), tags.int64At(1));
+  const int64_t tagCount =
+      utilities()
+          .firstIntegerOfStatement(sqlFormat("SELECT max(rowid) AS last FROM %@", {m_taggingTablename}), "last")
+          .value_or(0);
+  const auto countTags =
+      tagCount / kTagsReadInTheTimeOfASearch < numberOfLoops() ? countAmongAllTags : countTagsOfResult;
+  countTags(m_sqlite.get(), m_taggingTablename, counter);
   return counter.counts(m_availableKeywords);
 }
 

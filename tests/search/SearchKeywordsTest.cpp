@@ -131,29 +131,33 @@ TEST_F(KeywordsTest, DroppingTheChoiceWithinAType) {
 }
 
 TEST_F(KeywordsTest, CountsAreThoseOfAHandWrittenQuery) {
-  EXPECT_TRUE(engine->availableKeywordsWithCounts().empty());  // nothing was searched for yet
-  engine->doSearch();
-  const LCKeywordCounts counts = engine->availableKeywordsWithCounts();
-  for (const auto& [keyword, count] : counts) {
-    vesk::StringSet members = names(keyword);
-    for (const auto& group : LCKeywordHelper::keywordGroups()) {
-      if (group.name == keyword) members.insert(group.members.begin(), group.members.end());
+  EXPECT_TRUE(engine->availableKeywordsWithCounts().empty());                           // nothing was searched for yet
+  for (int64_t id = 100; id < 110; ++id) tag(id, "more.wav", {"Drums", "Tom", "Dry"});  // makes one loop a small result
+  engine->setEnabledCrateIdentifier(names());
+  for (const vesk::StringSet& keywords : {names(), names("Dark"), names("Kick")}) {
+    engine->setSearchKeywords(keywords);
+    std::string loops;
+    for (const int64_t id : idsFound(*engine)) loops += (loops.empty() ? "" : ",") + std::to_string(id);
+    const LCKeywordCounts counts = engine->availableKeywordsWithCounts();
+    for (const std::string& keyword : engine->availableKeywords()) EXPECT_TRUE(counts.contains(keyword)) << keyword;
+    for (const auto& [keyword, count] : counts) {
+      vesk::StringSet members = names(keyword);
+      for (const auto& group : LCKeywordHelper::keywordGroups()) {
+        if (group.name == keyword) members.insert(group.members.begin(), group.members.end());
+      }
+      const std::string query =
+          "SELECT count(DISTINCT loopId) FROM Tagging JOIN Keywords ON Keywords.id = keywordId WHERE loopId IN (" +
+          loops + ") AND name IN ('" + vesk::text::joined(members, "', '") + "')";
+      EXPECT_EQ(Ids{count}, database.numbers(query)) << keyword;
     }
-    const std::string query =
-        "SELECT count(DISTINCT loopId) FROM Tagging JOIN Keywords ON Keywords.id = keywordId WHERE name IN ('" +
-        vesk::text::joined(members, "', '") + "')";
-    EXPECT_EQ(Ids{count}, database.numbers(query)) << keyword;
+    EXPECT_EQ(counts.contains("All Effects"), !keywords.contains("Kick"));
+    EXPECT_EQ(counts.contains("Zorp"), !keywords.contains("Dark"));
   }
-  for (const std::string& keyword : engine->availableKeywords()) EXPECT_TRUE(counts.contains(keyword)) << keyword;
-  EXPECT_EQ(counts.at("Zorp"), 1);
-  EXPECT_EQ(counts.at("All Effects"), 3);
-  EXPECT_EQ(counts.at("Hip Hop/RnB"), 2);
 
   engine->setEnabledCrateIdentifier(names("a", "b"));
   engine->setSearchKeywords(names("Dark"));
   EXPECT_EQ(idsFound(*engine), (Ids{3, 3}));  // once for each package
   EXPECT_EQ(engine->availableKeywordsWithCounts().at("Urban"), 1);
-  EXPECT_FALSE(engine->availableKeywordsWithCounts().contains("Explosions"));
 }
 
 TEST_F(KeywordsTest, CachingTablesAreCopiedAndExtraKeywordsBecomeKnown) {

@@ -1,9 +1,11 @@
 // What is kept and shown of single loops: marks, loudness, meta infos, repairs, display.
 #include "loudness/LCLoudnessDatabase.h"
 #include "model/LCKeywordHelper.h"
+#include "platform/Path.h"
 #include "resources/ResourceTables.h"
 #include "search/LCSearchEngineDesktop.h"
 #include "search/SearchDatabase.h"
+#include "support/AudioFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -86,6 +88,10 @@ TEST_F(MarksTest, LoudnessComesFromTheFactoryThenTheDatabaseThenTheFile) {
   EXPECT_EQ(engine->findLoudnessInfoForURL(url("/else/both.wav")), factory);  // by name
   EXPECT_EQ(engine->findLoudnessInfoForURL(url("/L/mine.wav")), own);         // by path
   EXPECT_EQ(engine->findLoudnessInfoForURL(url("/else/mine.wav")), std::nullopt);
+  const auto archive = vesk::path::readFile(TEST_DATA_DIR "/additional-all-keys.archive").value();
+  const std::string tagged = database.folder().path("tagged.aif");
+  fixture::writeFile(tagged, fixture::aiffFile({fixture::chunk("adLD", fixture::bytesOf(archive))}));
+  EXPECT_EQ(engine->findLoudnessInfoForURL(url(tagged.c_str())), (LCLoopLoudnessInfo{-14.25, -0.5, -18}));
 }
 
 TEST_F(MarksTest, RepairsReachTheLoopsOnTheirLists) {
