@@ -68,9 +68,15 @@ class StandardInputList {
 
 std::vector<std::string> markedArguments(int count, char** arguments) {
   std::vector<std::string> marked;
+  bool isBehindOptions = false;
   for (int index = 1; index < count; ++index) {
     const std::string argument = arguments[index];
-    marked.push_back(needsMark(argument) ? kMark + argument : argument);
+    if (argument == "--" && !isBehindOptions) {
+      isBehindOptions = true;  // the parser would take it for the end of the command
+      continue;
+    }
+    const bool looksLikeOption = isBehindOptions && argument.size() > 1 && argument.starts_with('-');
+    marked.push_back(looksLikeOption || needsMark(argument) ? kMark + argument : argument);
   }
   return marked;
 }

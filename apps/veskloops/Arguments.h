@@ -12,8 +12,8 @@
 #include <vector>
 
 // The program's arguments, without its name, in the form in which they have to be given to the argument parser: it
-// takes words such as "[a,b]" and "++" for its own syntax unless they are marked. The functions below take the marks
-// off again.
+// takes words such as "[a,b]" and "++", and those with a "-" behind "--", for its own syntax unless they are marked.
+// The functions below take the marks off again.
 std::vector<std::string> markedArguments(int count, char** arguments);
 
 CLI::Option* addText(CLI::App& app, const std::string& name, std::optional<std::string>& target,

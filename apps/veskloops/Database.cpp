@@ -160,10 +160,37 @@ std::unique_ptr<LCFileIndexing> makeIndexer(const LCDatabaseConfiguration& confi
   return indexer;
 }
 
-void execute(LCFileIndexing& indexer, const std::string& sql) {
-  LCSQLiteUtilities utilities(indexer.sqlite3Connection());
+void execute(sqlite3* connection, const std::string& sql) {
+  LCSQLiteUtilities utilities(connection);
   if (utilities.executeStatementWithNoReturnValue(sql)) return;
   throw databaseFailure(utilities.lastOSStatus(), utilities.lastErrorMessage().value_or(""));
+}
+
+void rollBack(sqlite3* connection) {
+  LCSQLiteUtilities(connection).executeStatementWithNoReturnValue("ROLLBACK;");
+}
+
+// Commits when everything was written; otherwise nothing is.
+void endWriting(sqlite3* connection, bool isComplete, const std::string& failure) {
+  if (isComplete) return commitWriting(connection);
+  rollBack(connection);
+  throw Failure{.code = kExitDatabase, .kind = "database", .message = failure};
+}
+
+std::unique_ptr<LCSearchEngine> openCurrent(const LCDatabaseConfiguration& configuration, EngineLayout layout) {
+  auto engine = makeEngine(configuration, layout);
+  if (!engine) throw unopenableDatabase(configuration.databaseFile(), EACCES);
+  if (!engine->isIndexFileVersionValid()) {
+    throw databaseProblem("databaseOlder", "the loop database was made by an older version of this program",
+                          configuration.databaseFile(), "Index your folders again: veskloops index FOLDER.");
+  }
+  return engine;
+}
+
+void requireWritable(const LCDatabaseConfiguration& configuration) {
+  requireReadable(configuration);
+  requireOpenable(configuration.databaseFile(), O_RDWR);
+  requireUnlocked(configuration.databaseFile(), LCOpenMode::readWriteCreate);
 }
 
 }  // namespace
@@ -180,13 +207,7 @@ LCDatabaseConfiguration databaseConfiguration(const Context& context, bool readO
 std::unique_ptr<LCSearchEngine> openForReading(const Context& context, EngineLayout layout) {
   const LCDatabaseConfiguration configuration = databaseConfiguration(context, true);
   requireReadable(configuration);
-  auto engine = makeEngine(configuration, layout);
-  if (!engine) throw unopenableDatabase(configuration.databaseFile(), EACCES);
-  if (!engine->isIndexFileVersionValid()) {
-    throw databaseProblem("databaseOlder", "the loop database was made by an older version of this program",
-                          configuration.databaseFile(), "Index your folders again: veskloops index FOLDER.");
-  }
-  return engine;
+  return openCurrent(configuration, layout);
 }
 
 std::unique_ptr<LCSearchEngine> openForReadingIfPossible(const Context& context) {
@@ -200,11 +221,15 @@ std::unique_ptr<LCSearchEngine> openForReadingIfPossible(const Context& context)
   }
 }
 
+std::unique_ptr<LCSearchEngine> openForMarking(const Context& context) {
+  const LCDatabaseConfiguration configuration = databaseConfiguration(context, false);
+  requireWritable(configuration);
+  return openCurrent(configuration, EngineLayout::desktop);
+}
+
 std::unique_ptr<LCFileIndexing> openForWriting(const Context& context) {
   const LCDatabaseConfiguration configuration = databaseConfiguration(context, false);
-  requireReadable(configuration);
-  requireOpenable(configuration.databaseFile(), O_RDWR);
-  requireUnlocked(configuration.databaseFile(), LCOpenMode::readWriteCreate);
+  requireWritable(configuration);
   return makeIndexer(configuration);
 }
 
@@ -254,15 +279,15 @@ Failure databaseFailure(int status, std::string_view detail) {
   return failure;
 }
 
-void beginWriting(LCFileIndexing& indexer) {
-  execute(indexer, "BEGIN IMMEDIATE;");
+void beginWriting(sqlite3* connection) {
+  execute(connection, "BEGIN IMMEDIATE;");
 }
 
-void commitWriting(LCFileIndexing& indexer) {
+void commitWriting(sqlite3* connection) {
   try {
-    execute(indexer, "COMMIT;");
+    execute(connection, "COMMIT;");
   } catch (const Failure&) {
-    indexer.executeStatementWithNoReturnValue("ROLLBACK;");
+    rollBack(connection);
     throw;
   }
 }
@@ -270,10 +295,12 @@ void commitWriting(LCFileIndexing& indexer) {
 void removeLoops(LCFileIndexing& indexer, std::span<const LoopPlace> places) {
   std::vector<int64_t> ids;
   for (const auto& place : places) ids.push_back(place.id);
-  beginWriting(indexer);
-  if (!indexer.removeLoopsWithIds(ids)) {
-    indexer.executeStatementWithNoReturnValue("ROLLBACK;");
-    throw Failure{.code = kExitDatabase, .kind = "database", .message = "loops could not be taken out"};
-  }
-  commitWriting(indexer);
+  beginWriting(indexer.sqlite3Connection());
+  endWriting(indexer.sqlite3Connection(), indexer.removeLoopsWithIds(ids), "loops could not be taken out");
+}
+
+void carryLoops(LCFileIndexing& indexer, std::span<const LCLoopCarry> carries) {
+  beginWriting(indexer.sqlite3Connection());
+  endWriting(indexer.sqlite3Connection(), indexer.carryLoopsWithIds(carries),
+             "marks could not be carried to the new identities of loops");
 }

@@ -23,6 +23,8 @@ LCDatabaseConfiguration databaseConfiguration(const Context& context, bool readO
 std::unique_ptr<LCSearchEngine> openForReading(const Context& context, EngineLayout layout = EngineLayout::desktop);
 // The same, or null with a warning for what is wrong; without a word when there is no database.
 std::unique_ptr<LCSearchEngine> openForReadingIfPossible(const Context& context);
+// An engine on the existing database that writes marks, opened under the same conditions as an indexer.
+std::unique_ptr<LCSearchEngine> openForMarking(const Context& context);
 // An indexer on the existing database.
 std::unique_ptr<LCFileIndexing> openForWriting(const Context& context);
 // An indexer on the database, which is made when missing, and made anew when damaged, after the damaged file was put
@@ -32,7 +34,8 @@ std::unique_ptr<LCFileIndexing> openOrCreate(const Context& context);
 // What SQLite's result code means for a person.
 Failure databaseFailure(int status, std::string_view detail = {});
 // Starts a transaction that owns the database's writing at once; ends it. Throw when the database refuses.
-void beginWriting(LCFileIndexing& indexer);
-void commitWriting(LCFileIndexing& indexer);
-// Takes these out in a transaction of their own: all, or, when the database refuses, none, and throws.
+void beginWriting(sqlite3* connection);
+void commitWriting(sqlite3* connection);
+// Both in a transaction of their own: all, or, when the database refuses, none, and throw.
 void removeLoops(LCFileIndexing& indexer, std::span<const LoopPlace> places);
+void carryLoops(LCFileIndexing& indexer, std::span<const LCLoopCarry> carries);

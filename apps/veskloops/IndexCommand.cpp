@@ -1,10 +1,12 @@
 #include "IndexCommand.h"
 
 #include "Arguments.h"
+#include "CarriedLoops.h"
 #include "Database.h"
 #include "database/LCCrateManager.h"
 #include "database/LCDatabaseSchema.h"
 #include "fileio/LCFileParser.h"
+#include "FileStates.h"
 #include "FolderWalk.h"
 #include "IdentityGroups.h"
 #include "indexing/LCFileIndexing.h"
@@ -96,12 +98,16 @@ class IndexRun {
   void visit(const WalkedFile& file);
   void add(const WalkedFile& file);
   void addByCopying(const WalkedFile& file, const LCFileData& record);
-  void write(const LCFileData& record, const std::string& path);
+  void write(const LCFileData& record, const std::string& path, const std::optional<FileState>& state);
   void undoFailedCopy(const vesk::URL& destination, const WalkedFile& file);
   void noteSameIdentity(const LCFileData& record, const std::string& path);
   void fail(const std::string& path, const std::string& reason, const std::string& detail);
 
+  void noteWritten(const WrittenLoop& written);
+
+  void beginBatch();
   void commitBatch();
+  void carryLoops();
   void prune();
   void pruneBelow(const std::string& folder);
   void finishDatabase();
@@ -115,6 +121,8 @@ class IndexRun {
   std::unique_ptr<LCFileIndexing> m_indexer;       // null in a dry run
   std::unique_ptr<LCSearchEngine> m_dryRunEngine;  // the database as it is, in a dry run; null when there is none
   std::unique_ptr<LoopRows> m_rows;                // null without a database
+  std::unique_ptr<FileStates> m_states;            // as m_rows
+  std::unique_ptr<CarriedLoops> m_carried;         // as m_rows
   std::optional<std::string> m_crateIdentifier;
   std::string m_copyFolder;  // absolute; "" for none
   IndexCounts m_counts;
@@ -136,11 +144,12 @@ int IndexRun::run() {
   const auto total = countFiles();
   m_progress.begin("index", total);
   if (m_indexer) m_indexer->prepareIndexing();
-  if (m_indexer) beginWriting(*m_indexer);
+  if (m_indexer) beginBatch();
   walkAll([this](const WalkedFile& file) { visit(file); },
           [this](const std::string& path, const std::string& detail) { failUnwalked(path, "unreadable", detail); },
           [this](const std::string& path) { failUnwalked(path, "notFound", {}); });
   if (m_indexer) commitBatch();
+  carryLoops();
   if (m_arguments.prune && !isInterrupted()) prune();
   m_progress.end();
   finishDatabase();
@@ -163,11 +172,16 @@ void IndexRun::requireExistingPaths() const {
 void IndexRun::openDatabase() {
   if (m_arguments.dryRun) {
     m_dryRunEngine = openForReadingIfPossible(m_context);
-    if (m_dryRunEngine) m_rows = std::make_unique<LoopRows>(m_dryRunEngine->sqlite3Connection());
-    return;
+    if (!m_dryRunEngine) return;
+    m_rows = std::make_unique<LoopRows>(m_dryRunEngine->sqlite3Connection());
+  } else {
+    m_indexer = openOrCreate(m_context);
+    m_rows = std::make_unique<LoopRows>(m_indexer->sqlite3Connection());
   }
-  m_indexer = openOrCreate(m_context);
-  m_rows = std::make_unique<LoopRows>(m_indexer->sqlite3Connection());
+  const auto use = m_indexer ? FileStates::Use::readWrite : FileStates::Use::readOnly;
+  m_states = std::make_unique<FileStates>(m_output, databaseFile(m_context), use);
+  if (m_rows->isEmpty()) m_states->clear();  // they were of a database that is gone
+  m_carried = std::make_unique<CarriedLoops>(m_output, *m_rows, *m_states, m_indexer.get());
 }
 
 // A known package by identifier or name, else a new one of the user's by that name.
@@ -229,11 +243,13 @@ void IndexRun::visit(const WalkedFile& file) {
   m_progress.step(m_counts.walked, file.path);
   if (m_indexer && m_inBatch >= m_arguments.batchSize) {
     commitBatch();
-    beginWriting(*m_indexer);
+    if (m_carried->hasMany()) carryLoops();
+    beginBatch();
   }
 }
 
 void IndexRun::add(const WalkedFile& file) {
+  const auto state = fileStateAt(file.resolvedPath);
   const LoopFileReading reading = readLoopFile(file.resolvedPath, vesk::URL::fileURLWithPath(file.path, false));
   if (reading.isUnsupported()) {
     ++m_counts.unsupported;
@@ -246,20 +262,25 @@ void IndexRun::add(const WalkedFile& file) {
   } else if (!m_copyFolder.empty()) {
     addByCopying(file, *reading.record);
   } else {
-    write(*reading.record, file.path);
+    write(*reading.record, file.path, state);
   }
 }
 
-void IndexRun::write(const LCFileData& record, const std::string& path) {
+void IndexRun::write(const LCFileData& record, const std::string& path, const std::optional<FileState>& state) {
   noteSameIdentity(record, path);
   const bool isKnown = m_rows && record.isFactoryBundleLoop && m_rows->placeWithId(record.hash);
   if (isKnown) {
     ++m_counts.unchanged;  // rows of the factory bundle are never replaced
   } else if (!m_indexer || m_indexer->addFileDataToDatabase(record, m_crateIdentifier)) {
-    ++m_inBatch;
+    noteWritten({.url = *record.fileURL(), .loopId = record.hash, .state = state});
   } else {
     fail(path, "database", {});
   }
+}
+
+void IndexRun::noteWritten(const WrittenLoop& written) {
+  ++m_inBatch;
+  if (m_carried) m_carried->note(written);
 }
 
 void IndexRun::noteSameIdentity(const LCFileData& record, const std::string& path) {
@@ -267,8 +288,11 @@ void IndexRun::noteSameIdentity(const LCFileData& record, const std::string& pat
   const auto place = m_rows->placeWithId(record.hash);
   if (!place || place->urlText == record.fileURL()->absoluteString()) return;
   const std::string otherPath = pathOfURLText(place->urlText);
-  if (!vesk::path::exists(otherPath) || isSameFile(otherPath, path)) return;
-  m_identities.add(record.hash, path, otherPath);
+  if (!vesk::path::exists(otherPath)) {
+    m_states->forget(place->urlText, record.hash);
+  } else if (!isSameFile(otherPath, path)) {
+    m_identities.add(record.hash, path, otherPath);
+  }
 }
 
 // The indexer copies and writes the row in one go. It does not say that a copy failed, so we look.
@@ -281,22 +305,22 @@ void IndexRun::addByCopying(const WalkedFile& file, const LCFileData& record) {
     }
     LCFileData copied = record;
     copied.storedFileURL = destinationURL;
-    return write(copied, destination);
+    return write(copied, destination, fileStateAt(destination));
   }
-  if (!m_indexer) {
-    ++m_inBatch;
-    return;
-  }
+  const auto sourceURL = vesk::URL::fileURLWithPath(file.path, false);
+  WrittenLoop written{.url = destinationURL, .loopId = record.hash};
+  if (m_arguments.move) written.movedFrom = sourceURL;
+  if (!m_indexer) return noteWritten(written);
   std::string reason;
   if (!vesk::path::createDirectories(vesk::path::deletingLastComponent(destination), &reason)) {
     return fail(file.path, "copyFailed", reason);
   }
-  if (!m_indexer->addFileURL(vesk::URL::fileURLWithPath(file.path, false), m_crateIdentifier, destinationURL,
-                             m_arguments.move)) {
+  if (!m_indexer->addFileURL(sourceURL, m_crateIdentifier, destinationURL, m_arguments.move)) {
     return fail(file.path, "database", {});
   }
-  if (vesk::path::exists(destination)) {
-    ++m_inBatch;
+  written.state = fileStateAt(destination);
+  if (written.state) {
+    noteWritten(written);
   } else {
     undoFailedCopy(destinationURL, file);
   }
@@ -322,10 +346,21 @@ void IndexRun::fail(const std::string& path, const std::string& reason, const st
 
 // --- The database ---
 
+void IndexRun::beginBatch() {
+  beginWriting(m_indexer->sqlite3Connection());
+  m_states->begin();
+}
+
+// The states come second, so that they never tell of a loop that is not in the database.
 void IndexRun::commitBatch() {
-  commitWriting(*m_indexer);
+  commitWriting(m_indexer->sqlite3Connection());
+  m_states->commit();
   m_counts.indexed += m_inBatch;
   m_inBatch = 0;
+}
+
+void IndexRun::carryLoops() {
+  if (m_carried) m_carried->carryAll();
 }
 
 void IndexRun::prune() {
@@ -342,7 +377,8 @@ void IndexRun::pruneBelow(const std::string& folder) {
   m_rows->forEachPlaceBelow(vesk::URL::fileURLWithPath(folder, true).absoluteString(), std::nullopt,
                             [&](const LoopPlace& place) {
                               const bool isGone = !vesk::path::exists(pathOfURLText(place.urlText));
-                              if (isGone && !place.isPlaceholder) gone.push_back(place);
+                              const bool isLeft = !place.isPlaceholder && !m_carried->wouldBeGone(place.id);
+                              if (isGone && isLeft) gone.push_back(place);
                               return true;
                             });
   const auto batchSize = static_cast<size_t>(m_arguments.batchSize);
@@ -350,6 +386,9 @@ void IndexRun::pruneBelow(const std::string& folder) {
     const auto batch = std::span(gone).subspan(begin, std::min(batchSize, gone.size() - begin));
     for (const auto& place : batch) m_output.comment(fmt::format("{}: gone", pathOfURLText(place.urlText)));
     if (m_indexer) removeLoops(*m_indexer, batch);
+    m_states->begin();
+    for (const auto& place : batch) m_states->forget(place.urlText);
+    m_states->commit();
     m_counts.removed += static_cast<int64_t>(batch.size());
   }
 }
@@ -367,11 +406,13 @@ void IndexRun::finishDatabase() {
 
 int IndexRun::report() {
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - m_began).count();
+  const int64_t carried = m_carried ? m_carried->count() : 0;
   m_output.endList();
   m_output.field("walked", m_counts.walked);
   m_output.field("indexed", m_counts.indexed);
   m_output.field("unchanged", m_counts.unchanged);
   m_output.field("removed", m_counts.removed);
+  m_output.field("carried", carried);
   m_output.field("untagged", m_counts.untagged);
   m_output.field("unsupported", m_counts.unsupported);
   m_output.field("failed", m_counts.failed);
@@ -390,6 +431,7 @@ int IndexRun::report() {
         fmt::format("{} indexed, {} unchanged, {} untagged, {} of other types, {} failed in {:.1f} s", m_counts.indexed,
                     m_counts.unchanged, m_counts.untagged, m_counts.unsupported, m_counts.failed, seconds);
     if (m_arguments.prune) summary += fmt::format(", {} removed", m_counts.removed);
+    if (carried > 0) summary += fmt::format(", {} kept their marks under a new identity", carried);
     if (m_arguments.dryRun) summary += " (dry run: nothing was changed)";
     m_output.text(summary);
   }

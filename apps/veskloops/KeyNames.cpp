@@ -1,5 +1,6 @@
 #include "KeyNames.h"
 
+#include "model/LCKeywordHelper.h"
 #include "model/LCVireoLoopType.h"
 #include "platform/Text.h"
 
@@ -29,6 +30,13 @@ constexpr NumberWord kLoopTypes[] = {{"audio", kLoopTypeAudio},
                                      {"percussion", kLoopTypePercussionDrummer},
                                      {"bass", kLoopTypeBassPlayer},
                                      {"stepsequencer", kLoopTypeStepSequencer}};
+
+constexpr NumberWord kKeywordCategories[] = {{"genre", kCategoryGenre},
+                                             {"mood", kCategoryDescriptor},
+                                             {"instrument", kCategoryInstrumentTypeWithSubTypes},
+                                             {"instrument", kCategoryInstrumentType},
+                                             {"instrument", kCategoryInstrumentSubType}};
+constexpr std::string_view kOtherCategory = "other";
 
 struct SortWord {
   std::string_view word;
@@ -114,6 +122,11 @@ std::optional<std::string> keyNameForNote(int64_t note) {
   return std::string(kNoteNames[static_cast<size_t>(note % kNotesPerOctave)]);
 }
 
+int64_t engineRootKey(int64_t note) {
+  const bool isKey = note >= kLowestRootNote && note < kLowestRootNote + kNotesPerOctave;
+  return isKey ? note + kNotesPerOctave : 0;
+}
+
 std::optional<int64_t> scaleForWord(std::string_view word) {
   return numberForWord(kScales, word);
 }
@@ -125,6 +138,10 @@ std::optional<int64_t> loopTypeForWord(std::string_view word) {
 }
 std::optional<std::string> loopTypeName(int64_t loopType) {
   return wordForNumber(kLoopTypes, loopType);
+}
+
+std::string keywordCategoryWord(int64_t category) {
+  return wordForNumber(kKeywordCategories, category).value_or(std::string(kOtherCategory));
 }
 
 std::optional<std::string> columnForSortWord(std::string_view word) {
@@ -142,4 +159,10 @@ std::vector<std::string> loopTypeWords() {
 }
 std::vector<std::string> sortWords() {
   return wordsOf(kSortWords);
+}
+std::vector<std::string> keywordCategoryWords() {
+  std::vector<std::string> words = wordsOf(kKeywordCategories);
+  words.erase(std::unique(words.begin(), words.end()), words.end());
+  words.emplace_back(kOtherCategory);
+  return words;
 }

@@ -86,15 +86,41 @@ std::optional<std::string> keywordFrom(int64_t id, const std::string& text, cons
   return text;
 }
 
+// Its parameters are those that bindCondition() fills. Loops without a tempo have 0.
+std::string conditionText(const ResultCondition& condition) {
+  std::string text = condition.minimumRating ? "id IN (SELECT loopId FROM UserData WHERE rating >= ?)" : "1";
+  if (condition.tempos.empty()) return text;
+  std::string inAnyRange = "0";
+  for (size_t count = condition.tempos.size(); count > 0; --count) inAnyRange += " OR tempo BETWEEN ? AND ?";
+  return text.append(" AND tempo > 0 AND (").append(inAnyRange).append(")");
+}
+
+void bindCondition(LCStatement& statement, const ResultCondition& condition) {
+  int parameter = 0;
+  if (condition.minimumRating) statement.bind(++parameter, *condition.minimumRating);
+  for (const auto& range : condition.tempos) {
+    statement.bind(++parameter, range.lowest);
+    statement.bind(++parameter, range.highest);
+  }
+}
+
 }  // namespace
 
 LoopRows::LoopRows(sqlite3* connection)
     : m_connection(connection),
       m_hasLoudness(LCSQLiteUtilities::isTableWithName("LoopsLoudnessV4", std::nullopt, connection)),
-      m_placeWithId(connection, "SELECT id, fileURL, isWebLoop FROM Loops WHERE id = ?1") {}
+      m_placeWithId(connection, "SELECT id, fileURL, isWebLoop FROM Loops WHERE id = ?1"),
+      m_otherIdsWithURL(connection, "SELECT id FROM Loops WHERE fileName = ?1 AND fileURL = ?2 AND id != ?3"),
+      m_marksWithId(connection,
+                    "SELECT coalesce(isFavorite, 0) > 0, rating, userComment FROM Loops "
+                    "LEFT JOIN UserData ON UserData.loopId = Loops.id WHERE Loops.id = ?1") {}
 
 void LoopRows::requireSuccess(const LCStatement& statement) const {
   if (!statement.succeeded()) throw databaseFailure(statement.lastStatus());
+}
+
+void LoopRows::execute(LCStatement statement) const {
+  if (!statement.run()) throw databaseFailure(statement.lastStatus());
 }
 
 std::string LoopRows::rowColumns() const {
@@ -173,6 +199,18 @@ void LoopRows::forEachResultPlace(int64_t offset, int64_t limit, const PlaceHand
   requireSuccess(statement);
 }
 
+// Copied aside and back, so that the row numbers, which are the order of the result, begin at 1 again.
+void LoopRows::narrowResult(const ResultCondition& condition) {
+  LCStatement copy(m_connection, "CREATE TEMPORARY TABLE keptResult AS SELECT * FROM tempTable WHERE " +
+                                     conditionText(condition) + " ORDER BY rowid");
+  bindCondition(copy, condition);
+  execute(std::move(copy));
+  for (const char* sql : {"DELETE FROM tempTable", "INSERT INTO tempTable SELECT * FROM keptResult ORDER BY rowid",
+                          "DROP TABLE keptResult"}) {
+    execute(LCStatement(m_connection, sql));
+  }
+}
+
 // --- Single loops ---
 
 std::optional<LoopRow> LoopRows::rowWithId(int64_t loopId) {
@@ -209,6 +247,38 @@ std::optional<LoopPlace> LoopRows::placeWithURL(const vesk::URL& url) {
   LCStatement byURL(m_connection, "SELECT id, fileURL, isWebLoop FROM Loops WHERE fileURL = ?1");
   byURL.bind(1, std::string_view(url.absoluteString()));
   return firstPlace(byURL);
+}
+
+std::vector<int64_t> LoopRows::otherIdsWithURL(const vesk::URL& url, int64_t loopId) {
+  m_otherIdsWithURL.bind(1, vesk::text::precomposed(url.lastPathComponent()));
+  m_otherIdsWithURL.bind(2, url.absoluteString());
+  m_otherIdsWithURL.bind(3, loopId);
+  std::vector<int64_t> ids;
+  while (m_otherIdsWithURL.step()) ids.push_back(m_otherIdsWithURL.int64At(0));
+  requireSuccess(m_otherIdsWithURL);
+  m_otherIdsWithURL.reset();
+  return ids;
+}
+
+std::optional<LoopMarks> LoopRows::marksWithId(int64_t loopId) {
+  m_marksWithId.bind(1, loopId);
+  std::optional<LoopMarks> marks;
+  if (m_marksWithId.step()) {
+    marks = LoopMarks{.isFavorite = m_marksWithId.int64At(0) != 0,
+                      .rating = m_marksWithId.int64At(1),
+                      .comment = m_marksWithId.textAt(2)};
+  } else {
+    requireSuccess(m_marksWithId);
+  }
+  m_marksWithId.reset();
+  return marks;
+}
+
+bool LoopRows::isEmpty() {
+  LCStatement statement(m_connection, "SELECT 1 FROM Loops LIMIT 1");
+  if (statement.step()) return false;
+  requireSuccess(statement);
+  return true;
 }
 
 void LoopRows::forEachPlaceBelow(std::string_view folderURLText, const std::optional<std::string>& crate,
@@ -253,14 +323,17 @@ std::vector<CrateRow> LoopRows::crates() {
 
 std::vector<KeywordRow> LoopRows::keywords(std::span<const int64_t> categories) {
   LCStatement statement(m_connection,
-                        "SELECT name, categoryId, "
+                        "SELECT id, name, categoryId, "
                         "coalesce((SELECT count FROM keyword_distribution WHERE keywordId = Keywords.id), 0) "
                         "FROM Keywords WHERE name != '' ORDER BY name, id");
   std::vector<KeywordRow> rows;
   while (statement.step()) {
-    const int64_t category = statement.int64At(1);
+    const int64_t category = statement.int64At(2);
     if (!categories.empty() && std::find(categories.begin(), categories.end(), category) == categories.end()) continue;
-    rows.push_back(KeywordRow{.name = statement.textAt(0), .category = category, .loopCount = statement.int64At(2)});
+    rows.push_back(KeywordRow{.id = statement.int64At(0),
+                              .name = statement.textAt(1),
+                              .category = category,
+                              .loopCount = statement.int64At(3)});
   }
   requireSuccess(statement);
   return rows;

@@ -19,6 +19,7 @@ struct LoopMarks {
   bool isFavorite = false;
   int64_t rating = 0;
   std::string comment;
+  bool operator==(const LoopMarks&) const = default;
 };
 
 // One loop with what its row and the tables around it tell. Numbers are those of the columns.
@@ -58,7 +59,21 @@ struct CrateRow {
   int64_t loopCount = 0;
 };
 
+// A stored tempo from `lowest` to `highest`, both included.
+struct TempoRange {
+  int64_t lowest = 0;
+  int64_t highest = 0;
+};
+
+// What a result can be narrowed by that the engine has no filter for.
+struct ResultCondition {
+  std::vector<TempoRange> tempos;  // in any of them; none: any tempo or none
+  std::optional<int64_t> minimumRating;
+  bool isRestricting() const { return !tempos.empty() || minimumRating; }
+};
+
 struct KeywordRow {
+  int64_t id = 0;
   std::string name;
   int64_t category = 0;
   int64_t loopCount = 0;
@@ -76,9 +91,18 @@ class LoopRows {
   void forEachResult(int64_t offset, int64_t limit, const RowHandler& handler);
   void forEachResultPlace(int64_t offset, int64_t limit, const PlaceHandler& handler);
 
+  // Keeps the rows of the current search result that meet the condition, in their order and numbered without gaps. What
+  // the engine keeps of the result (its row cache, its available keywords) is of the rows before and has to be renewed.
+  void narrowResult(const ResultCondition& condition);
+
   std::optional<LoopRow> rowWithId(int64_t loopId);
   std::optional<LoopPlace> placeWithId(int64_t loopId);
   std::optional<LoopPlace> placeWithURL(const vesk::URL& url);
+  // Loops that stand under this URL, too: of files that were tagged anew since. Localized names are not found.
+  std::vector<int64_t> otherIdsWithURL(const vesk::URL& url, int64_t loopId);
+  // No favourite, 0 and "" for a loop that was never marked; nullopt for one that is unknown.
+  std::optional<LoopMarks> marksWithId(int64_t loopId);
+  bool isEmpty();  // no loops at all
   // Loops whose URL begins with `folderURLText` ("": all), of one package when `crate` is given.
   void forEachPlaceBelow(std::string_view folderURLText, const std::optional<std::string>& crate,
                          const PlaceHandler& handler);
@@ -92,11 +116,13 @@ class LoopRows {
  private:
   LoopRow rowAt(const LCStatement& statement) const;
   void requireSuccess(const LCStatement& statement) const;
+  void execute(LCStatement statement) const;
   std::string rowColumns() const;
   std::string rowJoins(std::string_view ofLoops) const;
   std::optional<LoopPlace> firstPlace(LCStatement& statement) const;
 
   sqlite3* m_connection;  // borrowed
   bool m_hasLoudness;
-  LCStatement m_placeWithId;  // kept: asked for every file of an indexing run
+  // Kept: asked for every file of an indexing run, or for every loop of a long list.
+  LCStatement m_placeWithId, m_otherIdsWithURL, m_marksWithId;
 };

@@ -2,6 +2,7 @@
 
 #include "Arguments.h"
 #include "Database.h"
+#include "FileStates.h"
 #include "JSON.h"
 #include "LoopArguments.h"
 #include "LoopRows.h"
@@ -142,10 +143,15 @@ void RemoveRun::requireConsent() const {
 void RemoveRun::removeSelected() {
   if (m_selected.empty()) return;
   const auto indexer = m_arguments.dryRun ? nullptr : openForWriting(m_context);
+  FileStates states(m_output, databaseFile(m_context),
+                    indexer ? FileStates::Use::readWrite : FileStates::Use::readOnly);
   m_progress.begin("remove", static_cast<int64_t>(m_selected.size()));
   for (size_t begin = 0; begin < m_selected.size() && !InterruptionGuard::isInterrupted(); begin += kBatchSize) {
     const auto batch = std::span(m_selected).subspan(begin, std::min(kBatchSize, m_selected.size() - begin));
     if (indexer) removeLoops(*indexer, batch);
+    states.begin();
+    for (const auto& place : batch) states.forget(place.urlText);
+    states.commit();
     for (const auto& place : batch) tell(place);
   }
   m_progress.end();

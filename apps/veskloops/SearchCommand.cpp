@@ -4,44 +4,31 @@
 #include "Database.h"
 #include "JSON.h"
 #include "KeyNames.h"
-#include "LoopArguments.h"
+#include "KeywordList.h"
+#include "LoopColumns.h"
 #include "LoopRows.h"
-#include "model/LCKeywordHelper.h"
 #include "Output.h"
 #include "platform/Text.h"
 #include "search/LCSearchEngine.h"
-#include "Similarity.h"
-#include "TerminalText.h"
+#include "SearchFilters.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
-#include <charconv>
-#include <map>
+#include <limits>
 #include <memory>
 
 namespace {
 
-// Keywords that are not in the taxonomy have this category.
-constexpr int64_t kCategoryUnknown = 0;
-
 struct SearchArguments {
-  std::vector<std::string> words;
-  std::vector<std::string> keywords;
-  std::optional<std::string> genre;
-  std::optional<std::string> instrument;
-  std::optional<std::string> key;
-  std::string keyMatch = "near";
-  std::optional<std::string> scale;
-  std::optional<std::string> signature;
-  std::vector<std::string> types;
-  std::optional<std::string> crate;
-  std::optional<std::string> folder;
-  std::optional<std::string> name;
+  SearchFilters filters;
   std::optional<std::string> sort;
+  bool isRandom = false;
   int64_t limit = 0;
   int64_t offset = 0;
   std::string layout = "desktop";
+  std::optional<std::string> columns;
+  bool onlyCount = false;
+  bool facets = false;
   bool print0 = false;
   bool failWhenEmpty = false;
 };
@@ -50,101 +37,9 @@ std::string choices(const std::vector<std::string>& words) {
   return fmt::format("{}", fmt::join(words, ", "));
 }
 
-// --- Settings ---
-
-class SearchSettings {
- public:
-  SearchSettings(LCSearchEngine& engine, LoopRows& rows, const SearchArguments& arguments)
-      : m_engine(engine), m_rows(rows), m_arguments(arguments) {}
-
-  // Puts the arguments into the engine. False when no loop can match, whatever the engine would answer.
-  bool apply();
-
- private:
-  void applyTexts();
-  void applyKey();
-  void applySignature();
-  void applyTypes();
-  void applySort();
-  bool applyKeywords();
-  KeywordRow requiredKeyword(const std::string& word, std::vector<int64_t> categories, std::string_view what);
-
-  LCSearchEngine& m_engine;
-  LoopRows& m_rows;
-  const SearchArguments& m_arguments;
-};
-
-bool SearchSettings::apply() {
-  applyTexts();
-  applyKey();
-  applySignature();
-  applyTypes();
-  applySort();
-  if (m_arguments.crate)
-    m_engine.setEnabledCrateIdentifier(vesk::StringSet{requiredCrate(m_rows, *m_arguments.crate).identifier});
-  return applyKeywords();
-}
-
-void SearchSettings::applyTexts() {
-  if (!m_arguments.words.empty()) m_engine.setSearchString(fmt::format("{}", fmt::join(m_arguments.words, " ")));
-  if (m_arguments.name) m_engine.setSpecialNameSearchString(m_arguments.name);
-  if (m_arguments.folder) m_engine.setPathPrefix(absolutePath(*m_arguments.folder));
-}
-
-void SearchSettings::applyKey() {
-  // The engine counts its root keys an octave above the column.
-  constexpr int64_t kEngineOffset = 12;
-  std::optional<int64_t> scale;
-  if (m_arguments.key) {
-    const auto choice = keyForWord(*m_arguments.key);
-    if (!choice)
-      throw usageFailure(fmt::format("\"{}\" is no key", *m_arguments.key), "Keys look like C, F#, Bb or Am.");
-    m_engine.setRootKey(choice->note + kEngineOffset);
-    m_engine.setFilterForMoreRelevantResults(m_arguments.keyMatch == "near");
-    scale = choice->scale;
-  }
-  if (m_arguments.scale) {
-    const auto named = scaleForWord(*m_arguments.scale);
-    if (!named)
-      throw usageFailure(fmt::format("\"{}\" is no scale", *m_arguments.scale),
-                         fmt::format("One of {}.", choices(scaleWords())));
-    if (scale && *scale != *named) throw usageFailure("--key and --scale name different scales");
-    scale = named;
-  }
-  if (scale) m_engine.setKeyType(*scale);
-}
-
-void SearchSettings::applySignature() {
-  if (!m_arguments.signature) return;
-  const std::string& text = *m_arguments.signature;
-  int64_t top = 0;
-  int64_t bottom = 0;
-  const char* end = text.data() + text.size();
-  const auto [slash, topError] = std::from_chars(text.data(), end, top);
-  const bool hasTop = topError == std::errc{} && slash != end && *slash == '/' && top > 0;
-  const auto [rest, bottomError] = std::from_chars(hasTop ? slash + 1 : end, end, bottom);
-  if (!hasTop || bottomError != std::errc{} || rest != end || bottom < 1) {
-    throw usageFailure(fmt::format("\"{}\" is no time signature", text), "Signatures look like 4/4.");
-  }
-  m_engine.setTimeSignatureTop(top, bottom);
-}
-
-void SearchSettings::applyTypes() {
-  std::set<int64_t> types;
-  for (const auto& word : m_arguments.types) {
-    const auto type = loopTypeForWord(word);
-    if (!type)
-      throw usageFailure(fmt::format("\"{}\" is no loop type", word),
-                         fmt::format("One of {}.", choices(loopTypeWords())));
-    types.insert(*type);
-  }
-  if (!types.empty()) m_engine.setEnabledLoopTypes(types);
-}
-
-void SearchSettings::applySort() {
-  if (!m_arguments.sort) return;
+std::vector<LCSortDescriptor> sortDescriptors(const std::string& words) {
   std::vector<LCSortDescriptor> descriptors;
-  for (const auto& part : vesk::text::split(*m_arguments.sort, ',')) {
+  for (const auto& part : vesk::text::split(words, ',')) {
     const auto pieces = vesk::text::split(part, ':');
     const auto column = columnForSortWord(pieces[0]);
     const bool hasDirection = pieces.size() == 2 && (pieces[1] == "asc" || pieces[1] == "desc");
@@ -155,170 +50,140 @@ void SearchSettings::applySort() {
     descriptors.push_back({.key = *column, .ascending = pieces.back() != "desc"});
   }
   descriptors.push_back({.key = "fileName"});  // what is alike stands in the order of names
-  m_engine.setSortDescriptors(descriptors);
+  return descriptors;
 }
 
-// The engine takes keywords that no loop has for no keywords at all and finds everything; people mean the opposite.
-bool SearchSettings::applyKeywords() {
-  std::vector<KeywordRow> found;
-  for (const auto& word : m_arguments.keywords) found.push_back(requiredKeyword(word, {}, "keyword"));
-  if (m_arguments.genre) {
-    found.push_back(requiredKeyword(*m_arguments.genre, {kCategoryGenre, kCategoryUnknown}, "genre"));
-  }
-  if (m_arguments.instrument) {
-    found.push_back(requiredKeyword(
-        *m_arguments.instrument,
-        {kCategoryInstrumentTypeWithSubTypes, kCategoryInstrumentType, kCategoryInstrumentSubType, kCategoryUnknown},
-        "instrument"));
-  }
-  vesk::StringSet names;
-  bool canMatch = true;
-  for (const auto& keyword : found) {
-    names.insert(keyword.name);
-    canMatch = canMatch && keyword.loopCount > 0;
-  }
-  m_engine.setSearchKeywords(names);
-  return canMatch;
+void applyOrder(LCSearchEngine& engine, const SearchArguments& arguments) {
+  if (arguments.sort) engine.setSortDescriptors(sortDescriptors(*arguments.sort));
+  // The engine takes a key into its ORDER BY as it is, so that any SQL expression is one.
+  if (arguments.isRandom) engine.setSortDescriptors({{LCSortDescriptor{.key = "random()"}}});
 }
 
-KeywordRow SearchSettings::requiredKeyword(const std::string& word, std::vector<int64_t> categories,
-                                           std::string_view what) {
-  const auto known = m_rows.keywords(categories);
-  const KeywordRow* found = nullptr;
-  for (const auto& keyword : known) {
-    if (keyword.name == word) return keyword;
-    if (found == nullptr && vesk::text::equalIgnoringCase(keyword.name, word)) found = &keyword;
-  }
-  if (found != nullptr) return *found;
-  SimilarNames similar(word);
-  for (const auto& keyword : known) similar.consider(keyword.name);
-  throw Failure{.code = kExitNotFound,
-                .kind = "notFound",
-                .message = fmt::format("no such {}", what),
-                .subject = word,
-                .suggestions = similar.best()};
-}
-
-// --- Results ---
-
-// The table on a terminal: the name takes what the other columns leave.
-class ResultTable {
+class SearchRun {
  public:
-  explicit ResultTable(Output& output) : m_output(output) {
-    const size_t width = terminalWidth(STDOUT_FILENO);
-    for (const auto& column : kColumns) {
-      if (fixedWidth() + column.width + kGap + kNarrowestName > width) break;
-      m_columns.push_back(column);
-    }
-    m_nameWidth = std::max(kNarrowestName, width - std::min(width, fixedWidth()) - 1);
-  }
+  SearchRun(Context& context, const SearchArguments& arguments)
+      : m_context(context), m_output(context.output), m_arguments(arguments) {}
 
-  void printHeader() const {
-    std::string line = paddedToWidth("Name", m_nameWidth);
-    for (const auto& column : m_columns) line += "  " + padded(column.title, column);
-    m_output.text(m_output.emphasized(line));
-  }
-
-  void printRow(const LoopRow& row) const {
-    const std::map<std::string_view, std::string> texts = {
-        {"Tempo", row.tempo > 0 ? std::to_string(row.tempo) : ""},
-        {"Key", keyText(row)},
-        {"Beats", row.beatCount > 0 ? std::to_string(row.beatCount) : ""},
-        {"Sig.", row.signatureTop > 0 ? fmt::format("{}/{}", row.signatureTop, row.signatureBottom) : ""},
-        {"Length", row.lengthInSeconds > 0 ? fmt::format("{:.1f} s", row.lengthInSeconds) : ""},
-        {"Type", loopTypeName(row.loopType).value_or("")},
-        {"Instrument", row.subInstrument.value_or(row.instrument.value_or(""))},
-        {"Genre", row.genre.value_or("")},
-    };
-    std::string line = paddedToWidth(printable(row.fileName), m_nameWidth);
-    for (const auto& column : m_columns) line += "  " + padded(printable(texts.at(column.title)), column);
-    m_output.text(line.erase(line.find_last_not_of(' ') + 1));
-  }
+  int run();
 
  private:
-  struct Column {
-    std::string_view title;
-    size_t width;
-    bool isNumber;
-  };
-  static constexpr size_t kGap = 2;
-  static constexpr size_t kNarrowestName = 20;
-  static constexpr Column kColumns[] = {{"Tempo", 5, true},   {"Key", 8, false},         {"Length", 7, true},
-                                        {"Beats", 5, true},   {"Instrument", 18, false}, {"Sig.", 4, false},
-                                        {"Genre", 18, false}, {"Type", 13, false}};
+  void search();
+  void printText();
+  void printTable();
+  void printFields();
+  void printPaths();
+  void printJSON();
+  void printLoops();
+  void printFacets();
 
-  size_t fixedWidth() const {
-    size_t width = 0;
-    for (const auto& column : m_columns) width += column.width + kGap;
-    return width;
-  }
-
-  static std::string padded(std::string_view text, const Column& column) {
-    return column.isNumber ? paddedLeftToWidth(text, column.width) : paddedToWidth(text, column.width);
-  }
-
-  static std::string keyText(const LoopRow& row) {
-    const std::string name = keyNameForNote(row.rootNote).value_or("");
-    const std::string scale = scaleName(row.keyType).value_or("");
-    return scale == "minor" || scale == "major" ? fmt::format("{} {}", name, scale.substr(0, 3)) : name;
-  }
-
+  Context& m_context;
   Output& m_output;
-  std::vector<Column> m_columns;
-  size_t m_nameWidth = kNarrowestName;
+  const SearchArguments& m_arguments;
+  LoopColumns m_columns;  // none: not asked for
+  std::unique_ptr<LCSearchEngine> m_engine;
+  std::unique_ptr<LoopRows> m_rows;
+  int64_t m_total = 0;  // when 0 there may be no result to read
+  std::vector<KeywordRow> m_facets;
 };
 
-void printTable(Output& output, LoopRows& rows, const SearchArguments& arguments) {
-  const ResultTable table(output);
+int SearchRun::run() {
+  if (m_arguments.columns) m_columns = columnsForWords(*m_arguments.columns);
+  search();
+  if (m_output.isText()) {
+    printText();
+  } else {
+    printJSON();
+  }
+  return m_total == 0 && m_arguments.failWhenEmpty ? kExitNotFound : kExitDone;
+}
+
+void SearchRun::search() {
+  m_engine = openForReading(m_context, m_arguments.layout == "mobile" ? EngineLayout::mobile : EngineLayout::desktop);
+  m_rows = std::make_unique<LoopRows>(m_engine->sqlite3Connection());
+  applyOrder(*m_engine, m_arguments);
+  m_total = searchWithFilters(*m_engine, *m_rows, m_arguments.filters);
+  if (!m_arguments.facets || m_total == 0) return;
+  m_facets = rowsOfKeywords(*m_rows, m_engine->availableKeywordsWithCounts());
+  sortForReading(m_facets);
+}
+
+// --- Text ---
+
+void SearchRun::printText() {
+  if (m_arguments.onlyCount) {
+    m_output.text(std::to_string(m_total));
+    return;
+  }
+  const bool isForPeople = m_output.resultIsOnTerminal() && !m_arguments.print0;
+  if (m_arguments.facets) {
+    printKeywords(m_output, m_facets);
+  } else if (m_total > 0 && isForPeople) {
+    printTable();
+  } else if (m_total > 0 && !m_columns.empty()) {
+    printFields();
+  } else if (m_total > 0) {
+    printPaths();
+  }
+  if (isForPeople) m_output.note(fmt::format("{} {} found", m_total, m_total == 1 ? "loop" : "loops"));
+}
+
+void SearchRun::printTable() {
+  const LoopTable table(m_output, m_columns);
   table.printHeader();
-  rows.forEachResult(arguments.offset, arguments.limit, [&](const LoopRow& row) {
+  m_rows->forEachResult(m_arguments.offset, m_arguments.limit, [&](const LoopRow& row) {
     table.printRow(row);
-    return output.canWrite();
+    return m_output.canWrite();
   });
 }
 
-void printPaths(Output& output, LoopRows& rows, const SearchArguments& arguments) {
-  const std::string end(1, arguments.print0 ? '\0' : '\n');
-  rows.forEachResultPlace(arguments.offset, arguments.limit, [&](const LoopPlace& place) {
-    output.rawText(pathOfURLText(place.urlText) + end);
-    return output.canWrite();
+void SearchRun::printFields() {
+  m_rows->forEachResult(m_arguments.offset, m_arguments.limit, [&](const LoopRow& row) {
+    m_output.text(tabSeparated(m_columns, row));
+    return m_output.canWrite();
   });
 }
 
-void printJSON(Output& output, LoopRows* rows, const SearchArguments& arguments, int64_t total) {
-  output.beginDocument("veskloops.search/1");
-  output.field("total", total);
-  output.field("offset", arguments.offset);
-  output.beginList("loops");
-  if (rows != nullptr) {
-    rows->forEachResult(arguments.offset, arguments.limit, [&](const LoopRow& row) {
-      output.item(jsonOfRow(row));
-      return output.canWrite();
+void SearchRun::printPaths() {
+  const std::string end(1, m_arguments.print0 ? '\0' : '\n');
+  m_rows->forEachResultPlace(m_arguments.offset, m_arguments.limit, [&](const LoopPlace& place) {
+    m_output.rawText(pathOfURLText(place.urlText) + end);
+    return m_output.canWrite();
+  });
+}
+
+// --- JSON ---
+
+void SearchRun::printJSON() {
+  m_output.beginDocument("veskloops.search/1",
+                         m_arguments.onlyCount ? Output::Summary::alsoAsLastLine : Output::Summary::inDocumentOnly);
+  m_output.field("total", m_total);
+  if (!m_arguments.onlyCount) {
+    m_output.field("offset", m_arguments.offset);
+    printLoops();
+    if (m_arguments.facets) printFacets();
+  }
+  m_output.endDocument();
+}
+
+void SearchRun::printLoops() {
+  m_output.beginList("loops");
+  if (m_total > 0) {
+    m_rows->forEachResult(m_arguments.offset, m_arguments.limit, [&](const LoopRow& row) {
+      m_output.item(jsonOfRow(row));
+      return m_output.canWrite();
     });
   }
-  output.endList();
-  output.endDocument();
+  m_output.endList();
 }
 
-int runSearch(Context& context, const SearchArguments& arguments) {
-  Output& output = context.output;
-  const auto layout = arguments.layout == "mobile" ? EngineLayout::mobile : EngineLayout::desktop;
-  const auto engine = openForReading(context, layout);
-  LoopRows rows(engine->sqlite3Connection());
-  const bool canMatch = SearchSettings(*engine, rows, arguments).apply();
-  if (canMatch) engine->doSearch();
-  const int64_t total = canMatch ? engine->numberOfLoops() : 0;
-
-  const bool wantsTable = output.resultIsOnTerminal() && !arguments.print0;
-  if (!output.isText()) {
-    printJSON(output, total > 0 ? &rows : nullptr, arguments, total);
-  } else if (total > 0 && wantsTable) {
-    printTable(output, rows, arguments);
-  } else if (total > 0) {
-    printPaths(output, rows, arguments);
+// Among lines of loops, those of facets have a name around them.
+void SearchRun::printFacets() {
+  m_output.beginList("facets");
+  for (const auto& facet : m_facets) {
+    const JSON object = jsonOfKeyword(facet);
+    m_output.item(m_context.options.format == ResultFormat::jsonLines ? JSON{{"facet", object}} : object);
   }
-  if (output.isText() && wantsTable) output.note(fmt::format("{} {} found", total, total == 1 ? "loop" : "loops"));
-  return total == 0 && arguments.failWhenEmpty ? kExitNotFound : kExitDone;
+  m_output.endList();
 }
 
 }  // namespace
@@ -326,25 +191,13 @@ int runSearch(Context& context, const SearchArguments& arguments) {
 CommandRunner addSearchCommand(CLI::App& app) {
   auto arguments = std::make_shared<SearchArguments>();
   constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
-  addArguments(app, "TEXT", arguments->words,
+  addArguments(app, "TEXT", arguments->filters.words,
                "Words of the file name, or a part of the path, comment, title, author, collection or theme");
-  addTexts(app, "-k,--keyword", arguments->keywords, "Tagged with this keyword; repeated: with all of them", "KW");
-  addText(app, "--genre", arguments->genre, "Of this genre");
-  addText(app, "--instrument", arguments->instrument, "Of this instrument or kind of instrument");
-  addText(app, "--key", arguments->key, "In this key (Am, F#, C) or without one", "KEY");
-  app.add_option("--key-match", arguments->keyMatch, "Only this key, or also two semitones up and down")
-      ->type_name("WORD")
-      ->check(CLI::IsMember({"exact", "near"}))
-      ->capture_default_str();
-  addText(app, "--scale", arguments->scale, "Scale: " + choices(scaleWords()), "SCALE");
-  addText(app, "--signature", arguments->signature, "In this time signature (4/4) or without one", "N/N");
-  addTexts(app, "--type", arguments->types, "Kind of loop: " + choices(loopTypeWords()) + "; repeated: any of them",
-           "TYPE");
-  addText(app, "--crate", arguments->crate, "Of this content package", "ID|NAME");
-  addText(app, "--folder", arguments->folder, "Below this folder", "DIR");
-  addText(app, "--name", arguments->name, "With this text in the file name");
-  addText(app, "--sort", arguments->sort, "Order: " + choices(sortWords()) + "; with :desc; several with commas",
-          "KEY[:desc],…");
+  addSearchFilters(app, arguments->filters);
+  auto* sort = addText(app, "--sort", arguments->sort,
+                       "Order: " + choices(sortWords()) + "; with :desc; several with commas", "KEY[:desc],…");
+  auto* random =
+      app.add_flag("--random", arguments->isRandom, "In random order, with --limit a random choice")->excludes(sort);
   app.add_option("--limit", arguments->limit, "At most N loops; 0: all")
       ->type_name("N")
       ->check(CLI::Range(int64_t{0}, kMost))
@@ -352,12 +205,26 @@ CommandRunner addSearchCommand(CLI::App& app) {
   app.add_option("--offset", arguments->offset, "Pass over the first N")
       ->type_name("N")
       ->check(CLI::Range(int64_t{0}, kMost))
-      ->capture_default_str();
+      ->capture_default_str()
+      ->excludes(random);
   app.add_option("--layout", arguments->layout, "The engine's variant")
       ->type_name("WORD")
       ->check(CLI::IsMember({"desktop", "mobile"}))
       ->capture_default_str();
-  app.add_flag("--print0", arguments->print0, "End every path with a NUL character");
+  auto* columns = addText(
+      app, "--columns", arguments->columns,
+      "As text, show this of every loop, between tabs when piped: " + choices(columnWords()) + "; several with commas",
+      "COLUMN,…");
+  auto* count = app.add_flag("--count", arguments->onlyCount, "Only how many loops there are")->excludes(columns);
+  auto* facets = app.add_flag("--facets", arguments->facets,
+                              "The keywords that would narrow the result, with the number of its loops that carry "
+                              "them: as text instead of the loops, in JSON behind them")
+                     ->excludes(columns)
+                     ->excludes(count);
+  app.add_flag("--print0", arguments->print0, "End every path with a NUL character")
+      ->excludes(columns)
+      ->excludes(count)
+      ->excludes(facets);
   app.add_flag("--fail-empty", arguments->failWhenEmpty, "Exit with 3 when nothing is found");
-  return [arguments](Context& context) { return runSearch(context, *arguments); };
+  return [arguments](Context& context) { return SearchRun(context, *arguments).run(); };
 }

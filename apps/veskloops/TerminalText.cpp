@@ -71,6 +71,20 @@ std::string printable(std::string_view text) {
   return result;
 }
 
+std::string onOneLine(std::string_view text) {
+  std::string result;
+  for (size_t offset = 0; offset < text.size();) {
+    const size_t start = offset;
+    const auto category = u_charType(nextCodePoint(text, offset));
+    if (category == U_CONTROL_CHAR || category == U_LINE_SEPARATOR || category == U_PARAGRAPH_SEPARATOR) {
+      append(result, kReplacement);
+    } else {
+      result.append(text.substr(start, offset - start));
+    }
+  }
+  return result;
+}
+
 size_t displayWidth(std::string_view text) {
   size_t columns = 0;
   for (size_t offset = 0; offset < text.size();) columns += columnsOf(nextCodePoint(text, offset));

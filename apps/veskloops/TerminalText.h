@@ -7,6 +7,9 @@
 
 // Control characters replaced by U+FFFD, so that a file's name cannot steer the terminal.
 std::string printable(std::string_view text);
+// Only tabs, line ends and other control characters replaced by U+FFFD, everything else as it is, ill-formed bytes,
+// too: for a field of a line that a script reads.
+std::string onOneLine(std::string_view text);
 // Columns that the text takes: wide characters two, combining ones none.
 size_t displayWidth(std::string_view text);
 // At most `width` columns; what is cut out stands as "…", not at the end, where the numbers of variants are.

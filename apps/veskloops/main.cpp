@@ -5,8 +5,11 @@
 #include "CratesCommand.h"
 #include "database/LCDatabaseSchema.h"
 #include "Failure.h"
+#include "FamilyCommand.h"
 #include "IndexCommand.h"
 #include "InfoCommand.h"
+#include "KeywordsCommand.h"
+#include "MarkCommands.h"
 #include "Output.h"
 #include "platform/Environment.h"
 #include "RemoveCommand.h"
@@ -63,7 +66,12 @@ struct Program {
     addCommand("index", "Put the loops of files and folders into the database", addIndexCommand);
     addCommand("remove", "Take loops out of the database; audio files stay", addRemoveCommand);
     addCommand("search", "Find loops", addSearchCommand);
+    addCommand("keywords", "List what loops are tagged with", addKeywordsCommand);
+    addCommand("family", "Show the numbered variants of a loop", addFamilyCommand);
     addCommand("info", "Show what is known of a loop", addInfoCommand);
+    addCommand("favorite", "Mark loops as favourites", addFavoriteCommand);
+    addCommand("rate", "Rate loops from 0 to 5", addRateCommand);
+    addCommand("comment", "Put a comment on loops", addCommentCommand);
     addCommand("crates", "List the content packages", addCratesCommand);
     help = app.add_subcommand("help", "Show the help of a command")->fallthrough();
     addArguments(*help, "COMMAND", helpWords, "Which one");
@@ -121,7 +129,6 @@ struct Program {
 // When the arguments cannot be read, the format of the answer is still what was asked for.
 ResultFormat formatAskedFor(const std::vector<std::string>& arguments) {
   for (const auto& argument : arguments) {
-    if (argument == "--") break;
     if (argument == "--json") return ResultFormat::json;
     if (argument == "--jsonl") return ResultFormat::jsonLines;
   }

@@ -117,6 +117,23 @@ void appendFiles(const std::string& path, std::vector<std::string>& files) {
   }
 }
 
+// Makes the index of the relations for as long as many loops are taken out.
+class RelationIndex {
+ public:
+  RelationIndex(LCFileIndexing& indexer, size_t loopCount) : m_indexer(indexer), m_isMade(loopCount >= kManyLoops) {
+    if (m_isMade) m_indexer.executeStatementWithNoReturnValue(kCreateRelationIndex);
+  }
+  RelationIndex(const RelationIndex&) = delete;
+  RelationIndex& operator=(const RelationIndex&) = delete;
+  ~RelationIndex() {
+    if (m_isMade) m_indexer.executeStatementWithNoReturnValue(kDropRelationIndex);
+  }
+
+ private:
+  LCFileIndexing& m_indexer;
+  bool m_isMade;
+};
+
 }  // namespace
 
 // --- Lifecycle
@@ -214,14 +231,18 @@ bool LCFileIndexing::removeLoopWithId(int64_t loopId) {
 }
 
 bool LCFileIndexing::removeLoopsWithIds(std::span<const int64_t> loopIds) {
-  const bool isMany = loopIds.size() >= kManyLoops;
-  if (isMany) executeStatementWithNoReturnValue(kCreateRelationIndex);
+  const RelationIndex index(*this, loopIds.size());
   bool succeeded = true;
   for (const int64_t loopId : loopIds) {
     if (!removeLoopWithId(loopId)) succeeded = false;
   }
-  if (isMany) executeStatementWithNoReturnValue(kDropRelationIndex);
   return succeeded;
+}
+
+bool LCFileIndexing::carryLoopsWithIds(std::span<const LCLoopCarry> carries) {
+  const RelationIndex index(*this, carries.size());
+  return std::all_of(carries.begin(), carries.end(),
+                     [this](const LCLoopCarry& carry) { return carryLoopWithId(carry.loopId, carry.toLoopId); });
 }
 
 bool LCFileIndexing::updateFileURL(const vesk::URL&) {
@@ -318,15 +339,11 @@ void LCFileIndexing::removeFilenames(std::span<const std::string> paths) {
   for (const std::string& path : paths) appendFiles(path, files);
 
   beginBatch();
-  const bool isMany = files.size() >= kManyLoops;
-  if (isMany) {
-    executeStatementWithNoReturnValue(kCreateURLIndex);
-    executeStatementWithNoReturnValue(kCreateRelationIndex);
-  }
-  for (const std::string& file : files) removeFileURL(vesk::URL::fileURLWithPath(file));
-  if (isMany) {
+  {
+    const RelationIndex index(*this, files.size());
+    if (files.size() >= kManyLoops) executeStatementWithNoReturnValue(kCreateURLIndex);
+    for (const std::string& file : files) removeFileURL(vesk::URL::fileURLWithPath(file));
     executeStatementWithNoReturnValue(kDropURLIndex);
-    executeStatementWithNoReturnValue(kDropRelationIndex);
   }
   createOptimizationTables();
   commitBatch();

@@ -22,6 +22,12 @@
 #include "model/LCFileData.h"
 #include "platform/URL.h"
 
+// A loop that lives on under a new id: its file was tagged anew or renamed, and identities are made of both.
+struct LCLoopCarry {
+  int64_t loopId = 0;
+  int64_t toLoopId = 0;
+};
+
 // Will-start and did-finish reach observers on the main thread; reload is posted on the thread that ends the run.
 extern const std::string LCFileIndexingWillStartNotification;
 extern const std::string LCFileIndexingDidFinishNotification;
@@ -54,7 +60,14 @@ class LCFileIndexing {
   bool removeLoopWithId(int64_t loopId);  // the loop's own rows and its relations; whether all statements ran
   // The same for many loops, which is far quicker than one by one; call it between beginBatch and commitBatch.
   bool removeLoopsWithIds(std::span<const int64_t> loopIds);
-  bool updateFileURL(const vesk::URL& url);  // always false
+  // Takes out a loop whose file is known under a new id, after everything that is not read from the file went over to
+  // the row of `toLoopId`: the user's marks, packages, loudness, meta infos. What the new row has already wins; it is a
+  // favourite when either was. Loudness stays behind when the length has changed, for then it was measured on other
+  // audio. Writes within the caller's transaction; false when there is no such new row or a statement fails. A separate
+  // loudness file is left alone.
+  bool carryLoopWithId(int64_t loopId, int64_t toLoopId);
+  bool carryLoopsWithIds(std::span<const LCLoopCarry> carries);  // quicker for many, as above
+  bool updateFileURL(const vesk::URL& url);                      // always false
 
   // Each answers the URLs that failed. `numberOfIndexedFiles` (may be null) gets items walked, sub-folders included,
   // minus failures.
@@ -106,6 +119,9 @@ class LCFileIndexing {
   LCFileIndexing(LCConnection connection, int64_t schemaVersion);
 
   struct Run;  // what one run was asked for, and what came of it so far
+  struct CarryStatements {
+    LCStatement places, marks, removeMarks, packages, loudness, removeLoudness, metaInfos, removeMetaInfos;
+  };
 
   std::vector<vesk::URL> _addFilenames(std::span<const vesk::URL> urls, const std::optional<std::string>& toCrate,
                                        uint32_t* numberOfIndexedFiles, const std::optional<vesk::URL>& newDestination,
@@ -126,6 +142,7 @@ class LCFileIndexing {
   int64_t m_schemaVersion;
   LCStatement m_insertLoop, m_insertLoopFactoryBundleLoop, m_insertKeyword, m_insertTagging, m_insertLoopsKeywords,
       m_insertCrateRelation;
+  CarryStatements m_carry;
   std::map<std::string, int32_t> m_keywordCategories;
   std::map<std::string, int64_t> m_keywordCache;
   std::shared_ptr<LCLoudnessAnalyzerService> m_loudnessAnalyzerService;

@@ -2,6 +2,7 @@
 
 #include "database/LCConnection.h"
 #include "database/LCSQLiteUtilities.h"
+#include "database/LCStatement.h"
 #include "platform/Path.h"
 
 #include <fcntl.h>
@@ -185,4 +186,13 @@ void Program::execute(const std::string& sql) const {
   const LCConnection connection = openConnection(database(), LCOpenMode::readWriteCreate);
   LCSQLiteUtilities utilities(connection.get());
   ASSERT_TRUE(utilities.executeStatementWithNoReturnValue(sql)) << utilities.lastErrorMessage().value_or("");
+}
+
+Words Program::rows(const std::string& sql) const {
+  const LCConnection connection = openConnection(database(), LCOpenMode::readOnly);
+  LCStatement statement(connection.get(), sql);
+  EXPECT_TRUE(statement.isPrepared()) << sql;
+  Words result;
+  while (statement.step()) result.push_back(statement.textAt(0));
+  return result;
 }

@@ -74,6 +74,7 @@ class Program {
   // Both create the folders above; the answer is the absolute path.
   std::string add(std::string_view relative, const fixture::Bytes& bytes = loopFile()) const;
   void execute(const std::string& sql) const;  // on the database
+  Words rows(const std::string& sql) const;    // the first column of each
 
  private:
   [[noreturn]] void become(const Words& arguments) const;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 namespace {
 
@@ -141,9 +142,12 @@ TEST_F(Search, UnknownNamesAreNotFoundAndComeWithNearOnes) {
     EXPECT_EQ(result.json()["error"]["kind"], "notFound");
     EXPECT_EQ(result.json()["error"].value("suggestions", JSON()), suggestions);
   }
-  for (const Words& wrong : {Words{"--key", "H"}, Words{"--key", "Am", "--scale", "major"}, Words{"--signature", "4"},
-                             Words{"--signature", "4/4x"}, Words{"--sort", "mood"}, Words{"--sort", "name:down"},
-                             Words{"--type", "tape"}, Words{"--scale", "lydian"}, Words{"--limit", "-1"}}) {
+  for (const Words& wrong :
+       {Words{"--key", "H"}, Words{"--key", "Am", "--scale", "major"}, Words{"--signature", "4"},
+        Words{"--signature", "4/4x"}, Words{"--sort", "mood"}, Words{"--sort", "name:down"}, Words{"--type", "tape"},
+        Words{"--scale", "lydian"}, Words{"--limit", "-1"}, Words{"--tempo", "fast"}, Words{"--tempo", "120-"},
+        Words{"--tempo", "124-118"}, Words{"--tempo", "120~5"}, Words{"--tempo", "1e2"}, Words{"--tempo", "+120"},
+        Words{"--tempo", "0"}}) {
     EXPECT_EQ(run(wrong).code, 2) << wrong[1];
   }
 }
@@ -178,6 +182,31 @@ TEST_F(Search, JSONTellsWhatIsKnownAndLeavesOutWhatIsNot) {
   EXPECT_EQ(loop("Lead")["descriptors"], JSON::array());
 }
 
+TEST_F(Search, RandomOrderLosesNoLoop) {
+  const Words sorted = sortedNames({});
+  bool isShuffled = false;
+  for (int attempt = 0; attempt < 20 && !isShuffled; ++attempt) {
+    EXPECT_EQ(sortedNames({"--random"}), sorted);
+    isShuffled = run({"--random"}).names() != run({}).names();
+  }
+  EXPECT_TRUE(isShuffled);
+  EXPECT_EQ(run({"--random", "--limit", "2", "--tempo", "60-300"}).names().size(), 2u);
+}
+
+TEST_F(Search, CountIsANumberAndNothingElse) {
+  EXPECT_EQ(run({"--count", "--limit", "1", "-k", "Dry"}).out, "3\n");
+  EXPECT_EQ(run({"--count", "--instrument", "Kick"}).out, "0\n");
+  const JSON expected = {{"schema", "veskloops.search/1"}, {"total", 3}};
+  EXPECT_EQ(run({"--count", "-k", "Dry", "--json"}).json(), expected);
+  EXPECT_EQ(run({"--count", "-k", "Dry", "--jsonl"}).jsonLines(), std::vector<JSON>{expected});
+}
+
+TEST_F(Search, ColumnsAreFieldsBetweenTabsWhenPiped) {
+  EXPECT_EQ(run({"--name", "Slow", "--columns", "name,tempo,key,length,instrument,descriptors,rating,gain,name"}).out,
+            kBass + "\t90\tD minor\t4\tElectric Bass\tDark, Dry\t\t\t" + kBass + "\n");
+  EXPECT_TRUE(run({"--json", "--columns", "tempo"}).json()["loops"][0].contains("url"));  // has everything
+}
+
 TEST_F(Search, MarksAndLoudnessAreShownWhenRecorded) {
   const std::string id = loop("Lead")["id"];
   s_program->execute("INSERT INTO UserData VALUES (" + id + ", 1, 4, 'so good');" +
@@ -187,6 +216,50 @@ TEST_F(Search, MarksAndLoudnessAreShownWhenRecorded) {
   EXPECT_EQ(lead["rating"], 4);
   EXPECT_EQ(lead["comment"], "so good");
   EXPECT_EQ(lead["loudness"], (JSON{{"integrated", -14.5}, {"truePeak", -0.5}, {"target", -18.0}, {"gain", -3.5}}));
+  EXPECT_EQ(run({"--name", "Lead", "--columns", "favorite,rating,comment,loudness,peak,target,gain"}).out,
+            "yes\t4\tso good\t-14.5\t-0.5\t-18\t-3.5\n");
+  EXPECT_EQ(run({"--favorites"}).names(), Words{kLead});
+  EXPECT_EQ(run({"--min-rating", "4"}).names(), Words{kLead});
+  EXPECT_EQ(run({"--min-rating", "5"}).names(), Words{});
+  EXPECT_EQ(run({"--min-rating", "1", "--tempo", "90"}).names(), Words{});
+  EXPECT_EQ(run({"--min-rating", "1", "--facets"}).out,
+            "Piano\t1\tinstrument\tKeyboards\t1\nZorp\t10009\tother\t\t1\n");
+}
+
+TEST(SearchTempo, RangesAreComparedInWholeBeatsPerMinute) {
+  const Program program;
+  const Words names = {"60 bpm.aif", "117.4 bpm.aif", "117.5 bpm.aif", "120 bpm.aif", "124.4 bpm.aif", "240 bpm.aif"};
+  for (const auto& name : names) program.add("l/" + name);
+  program.add("l/None.aif");
+  ASSERT_EQ(program.run({"index", "l"}).code, 0);
+  program.execute("UPDATE Loops SET tempo = 0 WHERE fileName = 'None.aif'");
+  const auto [half, below, low, middle, high, twice] =
+      std::tie(names[0], names[1], names[2], names[3], names[4], names[5]);
+  const std::vector<std::pair<Words, Words>> cases = {
+      {{"118-124"}, {low, middle, high}},        // stored as 118, 120, 124
+      {{"117.5-124.4"}, {low, middle, high}},    // rounded like these
+      {{"120~5%"}, {below, low, middle, high}},  // 114 to 126
+      {{"120~2%"}, {low, middle}},               // 117.6 is 118
+      {{"120"}, {middle}},
+      {{"0-999999999999"}, {below, low, middle, high, twice, half}},
+      {{"120", "--half-double"}, {middle, twice, half}},
+      {{"119-121", "--half-double"}, {middle, twice, half}},  // 59.5 is 60
+      {{"60", "--half-double"}, {middle, half}},
+      {{"120", "-k", "Jazz"}, {}},
+  };
+  for (const auto& [arguments, expected] : cases) {
+    for (const char* layout : {"desktop", "mobile"}) {
+      Words whole = {"search", "--layout", layout, "--tempo"};
+      whole.insert(whole.end(), arguments.begin(), arguments.end());
+      EXPECT_EQ(program.run(whole).names(), expected) << testing::PrintToString(arguments);
+    }
+  }
+  const JSON page =
+      program.run({"search", "--tempo", "118-124", "--limit", "1", "--offset", "1", "--json", "--facets"}).json();
+  EXPECT_EQ(page["total"], 3);
+  ASSERT_EQ(page["loops"].size(), 1u);
+  EXPECT_EQ(page["loops"][0]["fileName"], middle);
+  EXPECT_EQ(page["facets"][0]["count"], 3);  // of the whole result
 }
 
 }  // namespace

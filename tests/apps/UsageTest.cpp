@@ -30,11 +30,19 @@ TEST(Usage, WrongArgumentsDoNothingAndSayWhatIsWrongInEveryFormat) {
       {{}, "a command is missing"},
       {{"serch"}, "Did you mean \"search\""},
       {{"search", "--limt", "3"}, "Did you mean \"--limit\""},
-      {{"search", "--tempo", "120"}, "unknown option: --tempo"},  // not there yet, and no silent no-op
-      {{"search", "--favorites"}, "unknown option"},
+      {{"search", "--half-double"}, "requires --tempo"},
+      {{"search", "--min-rating", "6"}, "--min-rating"},
+      {{"search", "--random", "--sort", "name"}, "excludes"},
+      {{"search", "--random", "--offset", "1"}, "excludes"},
+      {{"search", "--columns", "name,tone"}, "\"tone\" is no column"},
+      {{"search", "--columns", "name", "--print0"}, "excludes"},
+      {{"search", "--count", "--facets"}, "excludes"},
+      {{"keywords", "--genre", "Jazz"}, "requires --available"},
+      {{"keywords", "--available", "--all"}, "excludes"},
+      {{"family", "a.aif", "b.aif"}, "needs one loop"},
       {{"index", "--force", "a.aif"}, "unknown option"},
       {{"index", "-x", "a.aif"}, "unknown option: -x"},
-      {{"favorite", "a.aif"}, "unknown command"},
+      {{"tag", "a.aif"}, "unknown command"},
       {{"crates", "create", "X"}, "unknown command"},
       {{"help", "nothing"}, "unknown command"},
       {{"index"}, "needs a file or folder"},
@@ -96,6 +104,7 @@ TEST(Usage, ColourAndTableAreForTerminalsOnly) {
   ASSERT_EQ(program.run({"index", "."}).code, 0);
   const std::string path = program.path("Funk \x1b[31m.aif");
   EXPECT_EQ(program.run({"search"}).out, path + "\n");  // the exact bytes
+  EXPECT_EQ(program.run({"search", "--columns", "name,beats"}).out, "Funk \uFFFD[31m.aif\t8\n");
   EXPECT_EQ(program.run({"search", "--key", "H"}).err.find('\x1b'), std::string::npos);
   EXPECT_NE(program.run({"search", "--key", "H", "--color", "always"}).err.find('\x1b'), std::string::npos);
 

@@ -3,105 +3,70 @@
 import pathlib
 import plistlib
 
-FOLDER = pathlib.Path(__file__).resolve().parent
-UID = plistlib.UID
+
+class Object:
+    def __init__(self, name, inline=(int, float), **fields):
+        self.name, self.inline, self.fields = name, inline, fields
 
 
 class Archive:
     def __init__(self):
-        self.objects = ["$null"]
-        self.classes = {}
+        self.objects, self.classes = ["$null"], {}
 
     def add(self, value):
         self.objects.append(value)
-        return UID(len(self.objects) - 1)
+        return plistlib.UID(len(self.objects) - 1)
 
-    def class_uid(self, *names):
-        if names not in self.classes:
-            self.classes[names] = self.add({"$classname": names[0], "$classes": [*names, "NSObject"]})
-        return self.classes[names]
+    def class_uid(self, name):
+        if name not in self.classes:
+            self.classes[name] = self.add({"$classname": name, "$classes": [name, "NSObject"]})
+        return self.classes[name]
 
     def encode(self, value):
         if isinstance(value, Object):
             place = self.add(None)
-            inline = (int, float) if value.has_inline_numbers else ()
-            fields = {k: v if isinstance(v, inline) else self.encode(v) for k, v in value.fields.items()}
-            fields["$class"] = self.class_uid(*value.names)
-            self.objects[place.data] = fields
+            fields = {k: v if isinstance(v, value.inline) else self.encode(v) for k, v in value.fields.items()}
+            self.objects[place.data] = {**fields, "$class": self.class_uid(value.name)}
             return place
-        if isinstance(value, UID):
-            return value
         if isinstance(value, dict):
-            keys = [self.encode(k) for k in value]
-            values = [self.encode(v) for v in value.values()]
-            return self.add({"NS.keys": keys, "NS.objects": values, "$class": self.class_uid("NSDictionary")})
-        if isinstance(value, (list, set)):
-            name = "NSArray" if isinstance(value, list) else "NSSet"
-            return self.add({"NS.objects": [self.encode(v) for v in value], "$class": self.class_uid(name)})
+            members = {"NS.keys": list(map(self.encode, value)), "NS.objects": list(map(self.encode, value.values()))}
+            return self.add({**members, "$class": self.class_uid("NSDictionary")})
+        if isinstance(value, list):
+            return self.add({"NS.objects": list(map(self.encode, value)), "$class": self.class_uid("NSArray")})
         return self.add(value)
 
-    def write(self, name, root_key, root):
-        top = {"$version": 100000, "$archiver": "NSKeyedArchiver", "$top": {root_key: root}, "$objects": self.objects}
-        (FOLDER / name).write_bytes(plistlib.dumps(top, fmt=plistlib.FMT_BINARY, sort_keys=False))
 
-
-class Object:
-    def __init__(self, names, has_inline_numbers=True, **fields):
-        self.names = names
-        self.has_inline_numbers = has_inline_numbers
-        self.fields = fields
-
-
-def dictionary(name, root):
+def write(name, root, root_key="rootDict"):
     archive = Archive()
-    archive.write(name + ".archive", "rootDict", archive.encode(root))
+    top = {root_key: archive.encode(root)}
+    file = {"$version": 100000, "$archiver": "NSKeyedArchiver", "$top": top, "$objects": archive.objects}
+    path = pathlib.Path(__file__).resolve().parent / name
+    path.write_bytes(plistlib.dumps(file, fmt=plistlib.FMT_BINARY, sort_keys=False))
 
 
-def meta_info(text, weight, kind=1):
-    return Object(("LCMetaInfo",), doubleValueV1=weight, integerValueV1=0, typeV1=kind, stringValueV1=text)
+def meta_info(text, weight):
+    return Object("LCMetaInfo", doubleValueV1=weight, integerValueV1=0, typeV1=1, stringValueV1=text)
 
 
-def generated(kind=None, subtype=None, genre="g", character="c"):
-    described = {"Identifier": character}
-    if kind:
-        described["Type"] = kind
-    if subtype:
-        described["Subtype"] = subtype
-    return {"kGenInst_Chunk_CharacterDict": described, "kGenInst_Chunk_GenreDict": {"Identifier": genre}}
+def generated(genre="g", character="c", **described):
+    return {"kGenInst_Chunk_CharacterDict": {"Identifier": character, **described},
+            "kGenInst_Chunk_GenreDict": {"Identifier": genre}}
 
 
-everything = {
-    "integratedLoudnessV1": -14.25,
-    "globalMaxTruePeakV1": -0.5,
-    "targetIntegratedLoudnessV1": -18,
-    "IconID": 7,
-    "PreferFileName": True,
-    "PatchInfo": 2,
-    "MetaInfo": [meta_info("Drums", 0.5), meta_info("Bass", 0.25)],
-    "Taggings": {"mood": ["dark", "dry"]},
-    "Version": 1,
-}
-dictionary("additional-all-keys", everything)
-dictionary("additional-icon-only", {"IconID": 9})
-dictionary("additional-wrong-kinds", {"IconID": "seven", "PatchInfo": "two", "MetaInfo": "none", "Taggings": [1],
-                                      "integratedLoudnessV1": "loud"})
-dictionary("additional-unknown-class", {"IconID": 9, "Taggings": {"x": Object(("LCOther",), a=1)}})
-dictionary("geninst-no-type", generated())
-dictionary("geninst-drummer", generated("Type_Drummer", genre="rock", character="kyle"))
-dictionary("geninst-percussion", generated("Type_EDrummer", "Percussion"))
-dictionary("geninst-electronic", generated("Type_EDrummer", "Beats", genre=""))
-dictionary("geninst-bass-player", generated("Type_BassPlayer"))
-dictionary("geninst-unknown-type", generated("Type_Flautist"))
-dictionary("geninst-empty", {})
-dictionary("geninst-with-meta-info", {**generated("Type_BassPlayer"), "x": meta_info("no place for it", 1.0)})
-
-# One meta info with a long text, named 20,000 times: 2 GB when each is copied.
-bomb = Archive()
-one = bomb.encode(meta_info("x" * 100_000, 1.0))
-bomb.write("additional-many-references.archive", "rootDict",
-           bomb.encode({"IconID": 3, "MetaInfo": bomb.add({"NS.objects": [one] * 20_000,
-                                                           "$class": bomb.class_uid("NSArray")})}))
-
-record = Archive()
-fields = {"bpm": 96.5, "beatCount": 8, "hash": -42, "frameCount": 512, "vireoLoopType": 0, "instrumentTypeTag": "Drums"}
-record.write("record.loopdata", "root", record.encode(Object(("LCFileData",), False, **fields)))
+write("additional-all-keys.archive", {
+    "integratedLoudnessV1": -14.25, "globalMaxTruePeakV1": -0.5, "targetIntegratedLoudnessV1": -18, "IconID": 7,
+    "PreferFileName": True, "PatchInfo": 2, "MetaInfo": [meta_info("Drums", 0.5), meta_info("Bass", 0.25)],
+    "Taggings": {"mood": ["dark", "dry"]}, "Version": 1})
+write("additional-icon-only.archive", {"IconID": 9})
+write("additional-wrong-kinds.archive", {"IconID": "seven", "PatchInfo": "two", "MetaInfo": "none", "Taggings": [1],
+                                         "integratedLoudnessV1": "loud"})
+write("additional-unknown-class.archive", {"IconID": 9, "Taggings": {"x": Object("LCOther", a=1)}})
+write("geninst-drummer.archive", generated("rock", "kyle", Type="Type_Drummer"))
+write("geninst-percussion.archive", generated(Type="Type_EDrummer", Subtype="Percussion"))
+write("geninst-electronic.archive", generated("", Type="Type_EDrummer", Subtype="Beats"))
+write("geninst-bass-player.archive", generated(Type="Type_BassPlayer"))
+write("geninst-unknown-type.archive", generated(Type="Type_Flautist"))
+write("geninst-empty.archive", {})
+write("geninst-with-meta-info.archive", {**generated(Type="Type_BassPlayer"), "x": meta_info("no place for it", 1.0)})
+write("record.loopdata", Object("LCFileData", (), bpm=96.5, beatCount=8, hash=-42, frameCount=512, vireoLoopType=0,
+                                instrumentTypeTag="Drums"), "root")

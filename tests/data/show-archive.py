@@ -6,23 +6,19 @@ Prints the first of its two members; the second is checked here. Numbers that st
 import plistlib
 import sys
 
-with open(sys.argv[1], "rb") as file:
-    archive = plistlib.load(file)
+archive = plistlib.loads(open(sys.argv[1], "rb").read())
 objects = archive["$objects"]
 assert archive["$version"] == 100000 and archive["$archiver"] == "NSKeyedArchiver" and objects[0] == "$null"
 
 
 def value(uid):
     found = objects[uid.data]
-    if isinstance(found, str) and len(found) > 1000:
-        return found[-1]
     if not isinstance(found, dict):
-        return found
+        return found[-1] if isinstance(found, str) and len(found) > 1000 else found
     if "NS.string" in found:
         return found["NS.string"]
-    class_of = objects[found["$class"].data]
-    names = class_of["$classes"]
-    assert names[-1] == "NSObject" and names[0] == class_of["$classname"]
+    names = objects[found["$class"].data]["$classes"]
+    assert names[-1] == "NSObject" and names[0] == objects[found["$class"].data]["$classname"]
     if "NS.keys" in found:
         return {value(k): value(v) for k, v in zip(found["NS.keys"], found["NS.objects"])}
     if "NS.objects" in found:

@@ -2,10 +2,6 @@
 
 #include "database/TestDatabase.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
-
 namespace {
 
 struct CrateManager : testing::Test {
@@ -16,28 +12,19 @@ struct CrateManager : testing::Test {
 
 }  // namespace
 
-TEST_F(CrateManager, KeepsTheFirstPackageOfAnIdentifier) {
-  EXPECT_TRUE(manager->createCrateWithIdentifier("c", "Joe's \"Best\"", "it''s", true));
-  EXPECT_TRUE(manager->createCrateWithIdentifier("c", "Other", "Other", false));
-  EXPECT_EQ(database.texts("SELECT crateName || manufacturer || isVirtualCrate FROM Crates"),
-            Texts{"Joe's \"Best\"it''s1"})
-      << "apostrophes are no one's to escape here";
-}
+TEST_F(CrateManager, KeepsTheFirstPackageOfAnIdentifierAndItsRelationsWhenItIsRemoved) {
+  std::string folder;
+  EXPECT_TRUE(manager->createCrateWithIdentifier("a\"b", "Joe's \"Best\"", "it''s", true));
+  EXPECT_TRUE(manager->createCrateWithIdentifier("a\"b", "Other", "Other", false));
+  EXPECT_TRUE(manager->createCrateForDirectoryURL(vesk::URL::fileURLWithPath("/q/Joe's Loops", true), "N", &folder));
+  EXPECT_EQ(folder, "file:///q/Joe''s%20Loops/") << "apostrophes are doubled here alone";
+  EXPECT_EQ(database.texts("SELECT identifier || crateName || manufacturer || isVirtualCrate FROM Crates ORDER BY 1"),
+            (Texts{"a\"bJoe's \"Best\"it''s1", folder + "NUSER0"}));
 
-TEST_F(CrateManager, RemovingAPackageKeepsItsRelations) {
-  ASSERT_TRUE(manager->createCrateWithIdentifier("a\"b", "A", "M", false));
-  ASSERT_TRUE(database.run("INSERT INTO CrateLoopRelation VALUES ('a\"b', 1)"));
+  database.run("INSERT INTO CrateLoopRelation VALUES ('a\"b', 1)");
   EXPECT_TRUE(manager->removeCrateWithIdentifier("a\"b"));
-  EXPECT_EQ(database.texts("SELECT identifier FROM Crates"), Texts{});
+  EXPECT_EQ(database.texts("SELECT identifier FROM Crates"), Texts{folder});
   EXPECT_EQ(database.text("SELECT count(*) FROM CrateLoopRelation"), "1");
-}
-
-TEST_F(CrateManager, AFolderIsIdentifiedByItsURLWithDoubledApostrophes) {
-  std::string identifier;
-  EXPECT_TRUE(
-      manager->createCrateForDirectoryURL(vesk::URL::fileURLWithPath("/q/Joe's Loops", true), "N", &identifier));
-  EXPECT_EQ(identifier, "file:///q/Joe''s%20Loops/");
-  EXPECT_EQ(database.texts("SELECT identifier || manufacturer FROM Crates"), Texts{identifier + "USER"});
 }
 
 TEST_F(CrateManager, IdentifiersJoinManufacturerAndNameWithoutSeparator) {

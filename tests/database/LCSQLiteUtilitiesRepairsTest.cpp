@@ -1,10 +1,7 @@
 #include "database/LCSQLiteUtilities.h"
 #include "database/TestDatabase.h"
 
-#include <gtest/gtest.h>
 #include <sqlite3.h>
-
-#include <string>
 
 namespace {
 
@@ -32,22 +29,22 @@ TEST(ReplacingPaths, RewritesEveryOccurrenceInTheDecodedPath) {
   };
   const TestDatabase database;
   for (const auto& [url, oldPrefix, newPrefix, result] : cases) {
-    ASSERT_TRUE(database.run("INSERT OR REPLACE INTO Loops (id, fileURL) VALUES (-5506746406385753333, '" +
-                             std::string(url) + "')"));
+    database.run("INSERT OR REPLACE INTO Loops (id, fileURL) VALUES (-5506746406385753333, '" + std::string(url) +
+                 "')");
     EXPECT_TRUE(LCSQLiteUtilities::replaceAbsolutePath(oldPrefix, newPrefix, database.connection()));
     EXPECT_EQ(database.text("SELECT fileURL FROM Loops"), result);
   }
-  ASSERT_TRUE(database.run("DROP TABLE Loops"));
+  database.run("DROP TABLE Loops");
   EXPECT_FALSE(LCSQLiteUtilities::replaceAbsolutePath("/a", "/b", database.connection()));
   EXPECT_FALSE(isInTransaction(database));
 }
 
 TEST(FixingTypos, CorrectsKnownNamesWithAndWithoutExtension) {
   const TestDatabase database;
-  ASSERT_TRUE(
-      database.run("INSERT INTO Loops (fileName) VALUES ('Brazilian Caxia.caf'), ('No LIght Distant Vox'), "
-                   "('Chasing Shadows Clap:Snare 02.caf'), ('Afghanistan Sand Rabab 07.caf'), "
-                   "('Brazilian Caxia.wav')"));
+  database.run(
+      "INSERT INTO Loops (fileName) VALUES ('Brazilian Caxia.caf'), ('No LIght Distant Vox'), "
+      "('Chasing Shadows Clap:Snare 02.caf'), ('Afghanistan Sand Rabab 07.caf'), "
+      "('Brazilian Caxia.wav')");
   LCSQLiteUtilities::fixTypos(database.connection());
   EXPECT_EQ(names(database), (Texts{"Brazilian Caixa.caf", "No Light Distant Vox", "Chasing Shadows Clap 02.caf",
                                     "Afghanistan Sand Rabab 07.caf", "Brazilian Caxia.wav"}));
@@ -55,21 +52,21 @@ TEST(FixingTypos, CorrectsKnownNamesWithAndWithoutExtension) {
 
 TEST(PrecomposingNames, ReachesEveryNameOnceAndIsThenRemembered) {
   TestDatabase database;
-  ASSERT_TRUE(database.run("INSERT INTO Loops (fileName) VALUES ('" + kDecomposed + "')"));
+  database.run("INSERT INTO Loops (fileName) VALUES ('" + kDecomposed + "')");
   database.reopen(LCOpenMode::readOnly);
   EXPECT_TRUE(LCSQLiteUtilities::fixFilenameUTF8EncodingForSQLite(database.connection()));
   EXPECT_EQ(names(database), Texts{kDecomposed});
   EXPECT_FALSE(isInTransaction(database));
 
   database.reopen();
-  ASSERT_TRUE(
-      database.run("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 499) "
-                   "INSERT INTO Loops (fileName) SELECT '" +
-                   kDecomposed + " ' || i FROM n"));
+  database.run(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 499) "
+      "INSERT INTO Loops (fileName) SELECT '" +
+      kDecomposed + " ' || i FROM n");
   EXPECT_TRUE(LCSQLiteUtilities::fixFilenameUTF8EncodingForSQLite(database.connection()));
   EXPECT_EQ(database.text("SELECT count(*) FROM Loops WHERE fileName LIKE '" + kPrecomposed + "%'"), "500");
   EXPECT_EQ(database.text("SELECT count(*) FROM DatabaseMigrationInfos WHERE floatValue > 700000000"), "1");
-  ASSERT_TRUE(database.run("DELETE FROM Loops; INSERT INTO Loops (fileName) VALUES ('" + kDecomposed + "')"));
+  database.run("DELETE FROM Loops; INSERT INTO Loops (fileName) VALUES ('" + kDecomposed + "')");
   EXPECT_TRUE(LCSQLiteUtilities::fixFilenameUTF8EncodingForSQLite(database.connection()));
   EXPECT_EQ(names(database), Texts{kDecomposed});
 }
@@ -79,9 +76,9 @@ TEST(LocalizingNames, RewritesThemIntoAndOutOfChineseOnly) {
   const TestDatabase database;
   EXPECT_FALSE(LCSQLiteUtilities::localizeFilenamesInSQLite(database.connection(), "zh_CN", nullptr));
   EXPECT_FALSE(isInTransaction(database)) << "there is no transcript column";
-  ASSERT_TRUE(database.run(
+  database.run(
       "ALTER TABLE Loops ADD COLUMN chineseTranscript TEXT; INSERT INTO Loops (id, fileURL, fileName) VALUES "
-      "(1, 'file:///L/Big%20Drum.caf', 'Big Drum.caf'), (2, 'FACT_CNTPad.caf', 'Pad.caf')"));
+      "(1, 'file:///L/Big%20Drum.caf', 'Big Drum.caf'), (2, 'FACT_CNTPad.caf', 'Pad.caf')");
   const auto localize = [&database](const std::string& locale, const LCSQLiteUtilities::LocalizationBlock& block) {
     EXPECT_FALSE(LCSQLiteUtilities::localizeFilenamesInSQLite(database.connection(), locale, block));
     EXPECT_FALSE(isInTransaction(database));

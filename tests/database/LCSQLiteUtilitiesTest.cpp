@@ -3,11 +3,9 @@
 #include "database/TestDatabase.h"
 #include "platform/Path.h"
 
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <limits>
-#include <string>
 
 namespace {
 

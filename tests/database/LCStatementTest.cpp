@@ -3,10 +3,8 @@
 #include "database/LCTransaction.h"
 #include "database/TestDatabase.h"
 
-#include <gtest/gtest.h>
-
 TEST(Statement, BindsValuesAsTheyAre) {
-  const TestDatabase database = TestDatabase::withoutTables();
+  const TestDatabase database = TestDatabase(std::nullopt);
   LCStatement statement(database.connection(), "SELECT typeof(?1), ?1");
   const auto bound = [&statement] {
     EXPECT_TRUE(statement.step());
@@ -29,10 +27,10 @@ TEST(Transaction, IsUndoneUnlessCommittedAndLeavesAnOuterOneAlone) {
   const TestDatabase database;
   {
     const LCTransaction left{database.connection()};
-    ASSERT_TRUE(database.run("INSERT INTO Crates (identifier) VALUES ('left')"));
+    database.run("INSERT INTO Crates (identifier) VALUES ('left')");
   }
   LCTransaction kept{database.connection()};
-  ASSERT_TRUE(database.run("INSERT INTO Crates (identifier) VALUES ('kept')"));
+  database.run("INSERT INTO Crates (identifier) VALUES ('kept')");
   { const LCTransaction inner{database.connection()}; }
   EXPECT_TRUE(kept.commit());
   EXPECT_EQ(database.texts("SELECT identifier FROM Crates"), Texts{"kept"});

@@ -8,8 +8,6 @@
 
 #include <array>
 #include <filesystem>
-#include <string>
-#include <utility>
 
 namespace {
 

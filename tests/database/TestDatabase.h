@@ -10,49 +10,41 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <memory>
-#include <string>
-#include <vector>
-
 using Texts = std::vector<std::string>;
-
-inline Texts firstColumn(sqlite3* connection, const std::string& sql) {
-  LCStatement statement(connection, sql);
-  Texts texts;
-  while (statement.step()) texts.push_back(statement.isNull(0) ? "NULL" : statement.textAt(0));
-  EXPECT_TRUE(statement.succeeded()) << sql << ": " << sqlite3_errmsg(connection);
-  return texts;
-}
 
 class TestDatabase {
  public:
-  explicit TestDatabase(int64_t schemaVersion = kDefaultDatabaseSchemaVersion) : TestDatabase("x.db") {
-    EXPECT_TRUE(LCSQLiteUtilities::generateDatabaseTablesForSQLite(connection(), schemaVersion));
+  // Without tables for nullopt.
+  explicit TestDatabase(std::optional<int64_t> schemaVersion = kDefaultDatabaseSchemaVersion) {
+    const auto generate = LCSQLiteUtilities::generateDatabaseTablesForSQLite;
+    EXPECT_TRUE(!schemaVersion || generate(connection(), *schemaVersion));
   }
-  static TestDatabase withoutTables() { return TestDatabase("x.db"); }
 
-  const TemporaryFolder& folder() const { return *m_folder; }
-  std::string file() const { return m_folder->path("x.db"); }
+  const TemporaryFolder& folder() const { return m_folder; }
+  std::string file() const { return m_folder.path("x.db"); }
   sqlite3* connection() const { return m_connection.get(); }
-  bool run(const std::string& sql) const {
-    return LCSQLiteUtilities(connection()).executeStatementWithNoReturnValue(sql);
+  void run(const std::string& sql) const {
+    EXPECT_TRUE(LCSQLiteUtilities(connection()).executeStatementWithNoReturnValue(sql)) << sql;
   }
-  Texts texts(const std::string& sql) const { return firstColumn(connection(), sql); }
+  // The first column of every row, NULL as "NULL"; of the first row.
+  Texts texts(const std::string& sql) const {
+    LCStatement statement(connection(), sql);
+    Texts texts;
+    while (statement.step()) texts.push_back(statement.isNull(0) ? "NULL" : statement.textAt(0));
+    EXPECT_TRUE(statement.succeeded()) << sql << ": " << sqlite3_errmsg(connection());
+    return texts;
+  }
   std::string text(const std::string& sql) const {
     const auto all = texts(sql);
     return all.empty() ? "no row" : all.front();
   }
   void close() { m_connection.reset(); }
   void reopen(LCOpenMode mode = LCOpenMode::readWriteCreate) {
-    m_connection.reset();
+    close();
     m_connection = openConnection(file(), mode);
   }
 
  private:
-  explicit TestDatabase(const char* name)
-      : m_folder(std::make_unique<TemporaryFolder>()),
-        m_connection(openConnection(m_folder->path(name), LCOpenMode::readWriteCreate)) {}
-
-  std::unique_ptr<TemporaryFolder> m_folder;
-  LCConnection m_connection;
+  TemporaryFolder m_folder;
+  LCConnection m_connection = openConnection(file(), LCOpenMode::readWriteCreate);
 };

@@ -2,13 +2,7 @@
 
 #include "ParserFixture.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <filesystem>
-#include <string>
-#include <utility>
-#include <vector>
 
 using namespace fixture;
 
@@ -122,24 +116,5 @@ TEST(LCAIFParser, CommentIsTheFirstOneAndBelievedOnlyWithinTheChunk) {
   };
   for (const auto& [hex, comment] : cases) {
     EXPECT_EQ(parsed({chunk("COMT", bytesFromHex(hex))}).commentTag.value_or("none"), comment) << hex;
-  }
-}
-
-// Each prefix of a tagged file either has no parser or gives a record; sanitizers watch the reads.
-TEST(LCAIFParser, FilesCutAtAnyByteAreHarmless) {
-  const auto additional = chunk("adLD", archiveNamed("additional-all-keys.archive"));
-  const auto category = chunk("cate", catePayload("Bass", "", "", {"Dry"}));
-  const auto comment = chunk("COMT", comtPayload({"x"}));
-  const auto info = chunk("uuid", searchInfoPayload({{"category", "Bass"}, {"beat count", "4"}}));
-  const auto acid = chunk("acid", acidPayload(2, 60, 4, 4, 4, 90));
-  for (const auto& [name, file] : {std::pair{"q.aif", aiffFile({additional, category, comment}, 1, 4, 8)},
-                                   {"q.wav", wavFile({acid, additional}, 1, 4, 8)},
-                                   {"q.caf", cafFile({info}, 1, 4, 8)}}) {
-    const LoopFile loop(name, file);
-    for (size_t size = file.size(); size > 0; --size) {
-      std::filesystem::resize_file(loop.url().path(), size);
-      const auto parser = LCFileParser::fileParserForURL(loop.url());
-      EXPECT_TRUE(!parser || parser->enhancedFileData()) << name << size;
-    }
   }
 }

@@ -2,12 +2,7 @@
 
 #include "ParserFixture.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
 #include <tuple>
-#include <utility>
-#include <vector>
 
 using namespace fixture;
 

@@ -2,10 +2,6 @@
 
 #include "ParserFixture.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
 using namespace fixture;
 
 namespace {

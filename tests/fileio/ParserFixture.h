@@ -11,11 +11,6 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
-
 enum class Parse { plain, enhanced };
 
 // A folder whose path holds no keyword, with a file in it.

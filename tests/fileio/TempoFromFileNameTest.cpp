@@ -6,31 +6,27 @@
 #include <unicode/unistr.h>
 
 #include <memory>
-#include <optional>
-#include <string>
-#include <utility>
 #include <vector>
 
 namespace {
 
-// What the expression itself finds, as the text before the match and the match.
-std::optional<std::pair<std::string, std::string>> matchOfExpression(const std::string& name) {
+// The name up to the match that the expression itself finds, a line break, and the match.
+std::optional<std::string> matchOfExpression(const std::string& name) {
   UErrorCode status = U_ZERO_ERROR;
   static const std::unique_ptr<icu::RegexPattern> pattern(
       icu::RegexPattern::compile(UNICODE_STRING_SIMPLE("\\d+\\.?\\d*\\s?(?i)bpm"), 0, status));
   const auto text = icu::UnicodeString::fromUTF8(name);
   const std::unique_ptr<icu::RegexMatcher> matcher(pattern->matcher(text, status));
   if (!matcher->find(status)) return std::nullopt;
-  std::pair<std::string, std::string> found;
-  text.tempSubStringBetween(0, matcher->start(status)).toUTF8String(found.first);
-  matcher->group(status).toUTF8String(found.second);
-  return found;
+  std::string found;
+  text.tempSubStringBetween(0, matcher->start(status)).toUTF8String(found) += "\n";
+  return matcher->group(status).toUTF8String(found);
 }
 
-std::optional<std::pair<std::string, std::string>> matchOfScanner(const std::string& name) {
+std::optional<std::string> matchOfScanner(const std::string& name) {
   const auto found = findTempoText(name);
   if (!found) return std::nullopt;
-  return std::pair{name.substr(0, static_cast<size_t>(found->data() - name.data())), std::string(*found)};
+  return std::string(name.data(), found->data()).append("\n").append(*found);
 }
 
 }  // namespace

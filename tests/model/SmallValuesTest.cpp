@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-
 namespace {
 
 TEST(LCMetaInfo, KeepsItsNumberAsAShortFloatInAnArchive) {
@@ -24,6 +22,8 @@ TEST(LCMetaInfo, KeepsItsNumberAsAShortFloatInAnArchive) {
   EXPECT_EQ(foreign({{"typeV1", 3}}), std::nullopt);
   EXPECT_EQ(foreign({{"typeV1", 3}, {"doubleValueV1", 1}, {"stringValueV1", 5}}), std::nullopt);
   EXPECT_EQ(LCMetaInfo::metaInfoInstanceOfType(2).type, 0);
+  const vesk::Array many(3, LCMetaInfo{.stringValue = std::string(100, 'x')}.archivedObject());
+  EXPECT_EQ(LCMetaInfo::fromArchivedObjects(many, 10), std::nullopt) << "far more than the archive itself";
 }
 
 TEST(LCLocalizedKeyword, ShowsTheHostsTextAndComparesIt) {

@@ -1,7 +1,7 @@
 // The chunk list: where chunks are found in regular, sloppy and broken files, and what is said about it.
 #include "AudioFileProbe.h"
 
-#include <gtest/gtest.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 
@@ -40,7 +40,7 @@ Bytes rf64(const std::vector<Chunk>& chunks) {
 
 // A file of well-formed chunks whose form's size is `difference` off.
 Bytes wavOffBy(int difference, const std::vector<Chunk>& chunks, const Bytes& trailing = {}) {
-  const auto size = static_cast<uint32_t>(static_cast<int>(wav(chunks).size()) - 8 + difference);
+  const uint32_t size = wav(chunks).size() - 8 + difference;
   return wav(chunks, {.size = size, .trailing = trailing});
 }
 
@@ -58,9 +58,10 @@ void expectCases(const std::vector<Case>& cases) {
     const Probe opened = probe(c.bytes);
     ASSERT_TRUE(opened.file) << opened.detail;
     EXPECT_EQ(chunkLine(*opened.file), c.chunks);
-    EXPECT_EQ(opened.file->regularity(), c.regularity) << irregularityLine(*opened.file);
-    EXPECT_NE(irregularityLine(*opened.file).find(c.sentences), std::string::npos) << irregularityLine(*opened.file);
-    EXPECT_EQ(opened.file->irregularities().empty(), c.regularity == regular);
+    const std::string said = fmt::format("{}", fmt::join(opened.file->irregularities(), "; "));
+    EXPECT_EQ(opened.file->regularity(), c.regularity) << said;
+    EXPECT_NE(said.find(c.sentences), std::string::npos) << said;
+    EXPECT_EQ(said.empty(), c.regularity == regular);
   }
 }
 
@@ -70,7 +71,6 @@ TEST(AudioFileChunks, ARunOfChunksIsFoundWhateverTheSizesSay) {
   const Chunk sampler = chunk("smpl", Bytes(36));  // its size is "$", its payload begins with zeros
   const Chunk lettered = {.id = "NAME", .payload = bytesOf("odd"), .pad = 'X'};
   const Bytes tag = bytesOf("TAGTitle of a song, thirty bytes and more of text");
-  const Bytes four(4), many(400);
   expectCases({
       {"all well", aiff({kOdd, kComm, kSsnd, kOdd}), regular, "NAME 3+, COMM 18, SSND 16, NAME 3+", ""},
       {"form too large", wavOffBy(1, {kFmt, kData}), benign, "fmt  16, data 8", "larger"},
@@ -78,13 +78,11 @@ TEST(AudioFileChunks, ARunOfChunksIsFoundWhateverTheSizesSay) {
       {"form ends in a chunk", wavOffBy(-3, {kFmt, kData, kList}), benign, "fmt  16, data 8, LIST 16", "smaller"},
       {"form of size 0", wav({kFmt, kData, kList}, {.size = 0}), benign, "fmt  16, data 8, LIST 16", "its size"},
       {"form of unknown size", wav({kFmt, kData}, {.size = 0xFFFFFFFF}), benign, "fmt  16, data 8", "its size"},
-      {"last pad missing", aiff({kComm, kSsnd, unpadded(kOdd)}), benign, "COMM 18, SSND 16, NAME 3",
-       "pad byte of the last"},
+      {"last pad missing", aiff({kComm, kSsnd, unpadded(kOdd)}), benign, "COMM 18, SSND 16, NAME 3", "pad byte"},
       {"text behind the form", wavOffBy(0, {kFmt, kData}, tag), benign, "fmt  16, data 8", "bytes follow"},
-      {"text behind an unpadded end", wav({kFmt, unpadded(dataChunk(7))}, {.trailing = tag}), benign, "fmt  16, data 7",
-       "bytes follow"},
-      {"a few zeros in the form", wavOffBy(4, {kFmt, kData}, four), benign, "fmt  16, data 8", "a few bytes"},
-      {"many zeros in the form", wavOffBy(400, {kFmt, kData}, many), ambiguous, "fmt  16, data 8", "no chunks"},
+      {"and no pad", wav({kFmt, unpadded(dataChunk(7))}, {.trailing = tag}), benign, "fmt  16, data 7", "bytes follow"},
+      {"a few zeros in the form", wavOffBy(4, {kFmt, kData}, Bytes(4)), benign, "fmt  16, data 8", "a few bytes"},
+      {"many zeros in the form", wavOffBy(400, {kFmt, kData}, Bytes(400)), ambiguous, "fmt  16, data 8", "no chunks"},
       {"two files in one", wav({kFmt, kData}, {.trailing = wavFile()}), ambiguous, "fmt  16, data 8", "second form"},
       {"two audio chunks", wav({kFmt, kData, kData}), ambiguous, "fmt  16, data 8, data 8", "two audio"},
       {"two format chunks", aiff({kComm, kSsnd, kComm}), ambiguous, "COMM 18, SSND 16, COMM 18", "two format"},
@@ -92,17 +90,14 @@ TEST(AudioFileChunks, ARunOfChunksIsFoundWhateverTheSizesSay) {
       {"AIFF", aiff({kComm, lying(kSsnd, 0x7FFFFFFF)}, {.size = 0x7FFFFFFF}), benign, "COMM 18, SSND 16", "unknown"},
       {"audio cut off", wav({kFmt, lying(kData, 1000)}), ambiguous, "fmt  16, data 8", "audio is cut off"},
       {"cut off", wav({kFmt, kData, lying(kList, 17)}), ambiguous, "fmt  16, data 8, LIST 16", "last chunk is cut off"},
-      {"an unknown size that is not the audio's", wav({kFmt, kData, lying(kList, 0xFFFFFFFF)}), ambiguous,
-       "fmt  16, data 8, LIST 16", "last chunk is cut off"},
+      {"-1 elsewhere", wav({kFmt, kData, lying(kList, ~0u)}), ambiguous, "fmt  16, data 8, LIST 16", "is cut off"},
       {"crashed recorder", wav({kFmt, lying(kData, 0)}), ambiguous, "fmt  16, data 0", "says that it is empty"},
       {"empty audio at the end", wav({kFmt, dataChunk(0)}), regular, "fmt  16, data 0", ""},
-      {"no pads", aiff({unpadded(kOdd), unpadded(kOdd), kComm, kSsnd}), ambiguous, "NAME 3, NAME 3, COMM 18, SSND 16",
-       "no pad"},
+      {"no pad", aiff({unpadded(kOdd), kComm, kSsnd}), ambiguous, "NAME 3, COMM 18, SSND 16", "no pad"},
       {"where letters and a size look like an id", wav({kFmt, unpadded(dataChunk(7)), sampler, dataChunk(0)}),
        ambiguous, "fmt  16, data 7, smpl 36, data 0", "no pad"},
       {"a pad like a letter", aiff({lettered, kComm, kSsnd}), regular, "NAME 3+, COMM 18, SSND 16", ""},
-      {"padded before what is cut off", aiff({kComm, kOdd, lying(kSsnd, 500)}), ambiguous, "COMM 18, NAME 3+, SSND 16",
-       "audio is cut off"},
+      {"a pad, then a cut", aiff({kComm, kOdd, lying(kSsnd, 500)}), ambiguous, "COMM 18, NAME 3+, SSND 16", "cut off"},
   });
 }
 
@@ -123,6 +118,7 @@ TEST(AudioFileChunks, CAFChunksStandWithoutPadding) {
 TEST(AudioFileChunks, RF64TakesItsLongSizesFromDs64) {
   const Chunk longData = lying(kData, 0xFFFFFFFF);
   const Chunk longLabel = lying(chunk("labl", "12345678"), 0xFFFFFFFF);
+  const Chunk shorterLabel = lying(chunk("labl", "123456"), 0xFFFFFFFF);
   Chunk table = ds64Chunk(0, 8, 4);
   table.payload.resize(24);
   table.payload = Builder{table.payload}.u32le(2).text("labl").u64le(8).text("labl").u64le(6).bytes;
@@ -134,8 +130,7 @@ TEST(AudioFileChunks, RF64TakesItsLongSizesFromDs64) {
   expectCases({
       {"chunks behind the audio", sized({ds64Chunk(0, 8, 4), kFmt, longData, kList}), regular,
        "ds64 28, fmt  16, data 8, LIST 16", ""},
-      {"a table for other chunks",
-       sized({table, kFmt, longLabel, longData, lying(chunk("labl", "123456"), 0xFFFFFFFF)}), regular,
+      {"a table for other chunks", sized({table, kFmt, longLabel, longData, shorterLabel}), regular,
        "ds64 52, fmt  16, labl 8, data 8, labl 6", ""},
       {"no ds64", rf64({kFmt, longData}), ambiguous, "fmt  16, data 8", "ds64"},
       {"late ds64", rf64({kFmt, ds64Chunk(0, 8, 4), kData}), ambiguous, "fmt  16, ds64 28, data 8", "ds64"},
@@ -155,7 +150,7 @@ TEST(AudioFileChunks, RF64TakesItsLongSizesFromDs64) {
 }
 
 TEST(AudioFileChunks, AnIndexCountsTheChunksOfOneId) {
-  const Probe opened = probe(cafFile({chunk("uuid", "first"), kOdd, chunk("uuid", ""), chunk("uuid", "third")}));
+  const auto opened = probe(cafFile({chunk("uuid", "first"), kOdd, chunk("uuid", ""), chunk("uuid", "third")}));
   const vesk::AudioFile& file = *opened.file;
   EXPECT_EQ(file.userDataCount("uuid"), 3u);
   EXPECT_EQ(file.userData("uuid", 1), Bytes{});
@@ -163,7 +158,6 @@ TEST(AudioFileChunks, AnIndexCountsTheChunksOfOneId) {
   EXPECT_EQ(file.userData("uuid", 2, 2), bytesOf("th"));
   EXPECT_EQ(file.userData("uuid", 2, 99), bytesOf("third"));
   EXPECT_EQ(file.userData("uuid", 3), std::nullopt);
-  EXPECT_EQ(file.userDataSize("uuid", 3), std::nullopt);
   EXPECT_EQ(file.userDataSize("UUID"), std::nullopt);
 }
 

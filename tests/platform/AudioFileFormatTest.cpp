@@ -1,9 +1,6 @@
 // What well-formed and half-true headers say about the audio: format and counts.
 #include "AudioFileProbe.h"
 
-#include <fmt/format.h>
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
 
@@ -55,8 +52,8 @@ TEST(AudioFileFormat, EveryContainerAndCodecGivesItsFormatAndCount) {
   const std::pair<Bytes, std::string> cases[] = {
       {aiffFile({}, 2, 100, 16), "AIFF lpcm BSP 4/1 x 100"},
       {aiffFile({}, 1, 100, 12), "AIFF lpcm BSH 2/1 x 100"},
-      {aifcFile("sowt", {}, 2, 100, 24), "AIFF-C lpcm SP 6/1 x 100"},
-      {aifcFile("raw ", {}, 1, 100, 8), "AIFF-C lpcm P 1/1 x 100"},
+      {aifcWith("sowt", 2, 100, 24, 600), "AIFF-C lpcm SP 6/1 x 100"},
+      {aifcWith("raw ", 1, 100, 8, 100), "AIFF-C lpcm P 1/1 x 100"},
       {aifcWith("fl32", 1, 100, 16, 400), "AIFF-C lpcm FBP 4/1 x 100"},  // wrong bits
       {aifcWith("ULAW", 2, 100, 16, 200), "AIFF-C ulaw  2/1 x 100"},     // wrong bits
       {aifcWith("ima4", 2, 10, 16, 680), "AIFF-C ima4  68/64 x 10"},     // counts packets

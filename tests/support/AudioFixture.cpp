@@ -7,12 +7,10 @@
 namespace fixture {
 namespace {
 
-Builder& appendChunk(Builder& builder, const Chunk& chunk, bool bigEndian) {
-  builder.field(chunk.id, 4);
-  builder.number(chunk.declaredSize.value_or(chunk.payload.size()), 4, bigEndian);
+void appendChunk(Builder& builder, const Chunk& chunk, bool bigEndian) {
+  builder.field(chunk.id, 4).number(chunk.declaredSize.value_or(chunk.payload.size()), 4, bigEndian);
   builder.raw(chunk.payload);
   if (chunk.payload.size() % 2 == 1 && chunk.hasPad) builder.u8(chunk.pad);
-  return builder;
 }
 
 std::vector<Chunk> joined(std::vector<Chunk> first, const std::vector<Chunk>& second) {
@@ -20,20 +18,24 @@ std::vector<Chunk> joined(std::vector<Chunk> first, const std::vector<Chunk>& se
   return first;
 }
 
-size_t audioBytes(int channels, uint32_t frames, int bits) {
-  return static_cast<size_t>(channels) * frames * (static_cast<size_t>(bits + 7) / 8);
+size_t audioBytes(size_t channels, size_t frames, size_t bits) {
+  return channels * frames * ((bits + 7) / 8);
 }
 
 // The count and, for each pair, two terminated texts, as CAF holds them.
 Bytes countedPairs(const Pairs& pairs) {
   Builder payload;
-  payload.u32be(static_cast<uint32_t>(pairs.size()));
+  payload.u32be(pairs.size());
   for (const auto& [key, value] : pairs) payload.text(key).u8(0).text(value).u8(0);
   return payload.bytes;
 }
 
+Builder categoryFields(uint32_t version, std::string_view type, std::string_view subType, std::string_view genre) {
+  return Builder{}.u32be(version).field(type, 50).field(subType, 50).field(genre, 50).zeros(66);
+}
+
 Bytes withDescriptors(Builder& payload, const Texts& descriptors) {
-  payload.u16be(static_cast<uint16_t>(descriptors.size()));
+  payload.u16be(descriptors.size());
   for (const std::string& descriptor : descriptors) payload.field(descriptor, 50);
   return payload.bytes;
 }
@@ -64,9 +66,8 @@ Builder& Builder::f80be(double value) {
   if (value == 0) return zeros(10);
   int exponent = 0;
   const double fraction = std::frexp(std::fabs(value), &exponent);  // 0.5 to 1
-  const uint16_t sign = std::signbit(value) ? 0x8000 : 0;
-  u16be(static_cast<uint16_t>(sign | (exponent - 1 + 16383)));
-  return u64be(static_cast<uint64_t>(std::ldexp(fraction, 64)));
+  const int sign = std::signbit(value) ? 0x8000 : 0;
+  return u16be(sign | (exponent - 1 + 16383)).u64be(static_cast<uint64_t>(std::ldexp(fraction, 64)));
 }
 
 Bytes bytesOf(std::string_view text) {
@@ -105,15 +106,12 @@ Chunk chunk(std::string_view id, std::string_view text) {
 
 Bytes formFile(std::string_view form, std::string_view type, const std::vector<Chunk>& chunks, const FormLies& lies) {
   const bool bigEndian = form == "FORM" || form == "RIFX";
+  const bool isLong = form == "RF64" || form == "BW64";
   Builder body;
   body.text(type);
   for (const Chunk& each : chunks) appendChunk(body, each, bigEndian);
-  const bool isLong = form == "RF64" || form == "BW64";
-  const auto trueSize = isLong ? 0xFFFFFFFF : static_cast<uint32_t>(body.bytes.size());
-  Builder file;
-  file.text(form);
-  file.number(lies.size.value_or(trueSize), 4, bigEndian);
-  return file.raw(body.bytes).raw(lies.trailing).bytes;
+  const uint32_t size = lies.size.value_or(isLong ? 0xFFFFFFFF : body.bytes.size());
+  return Builder{}.text(form).number(size, 4, bigEndian).raw(body.bytes).raw(lies.trailing).bytes;
 }
 
 Bytes cafFileOf(const std::vector<Chunk>& chunks) {
@@ -131,7 +129,7 @@ Chunk commChunk(int channels, uint32_t frames, int bits, double rate) {
 
 Chunk commChunk(int channels, uint32_t frames, int bits, const Bytes& extendedRate, std::string_view codec) {
   Builder payload;
-  payload.u16be(static_cast<uint16_t>(channels)).u32be(frames).u16be(static_cast<uint16_t>(bits)).raw(extendedRate);
+  payload.u16be(channels).u32be(frames).u16be(bits).raw(extendedRate);
   if (!codec.empty()) payload.field(codec, 4).u8(0).u8(0);  // an empty name with its pad
   return chunk("COMM", payload.bytes);
 }
@@ -142,9 +140,8 @@ Chunk ssndChunk(size_t audioBytes) {
 
 Chunk fmtChunk(uint16_t tag, int channels, uint32_t rate, int bits, uint16_t blockAlign, bool bigEndian) {
   Builder payload;
-  payload.number(tag, 2, bigEndian).number(static_cast<uint16_t>(channels), 2, bigEndian).number(rate, 4, bigEndian);
-  payload.number(static_cast<uint64_t>(rate) * blockAlign, 4, bigEndian).number(blockAlign, 2, bigEndian);
-  payload.number(static_cast<uint16_t>(bits), 2, bigEndian);
+  payload.number(tag, 2, bigEndian).number(channels, 2, bigEndian).number(rate, 4, bigEndian);
+  payload.number(rate * blockAlign, 4, bigEndian).number(blockAlign, 2, bigEndian).number(bits, 2, bigEndian);
   return chunk("fmt ", payload.bytes);
 }
 
@@ -169,8 +166,7 @@ Chunk cafDataChunk(size_t audioBytes) {
 
 Chunk cafPaktChunk(int64_t packets, int64_t validFrames, int32_t priming, int32_t remainder, size_t tableBytes) {
   Builder payload;
-  payload.u64be(static_cast<uint64_t>(packets)).u64be(static_cast<uint64_t>(validFrames));
-  payload.u32be(static_cast<uint32_t>(priming)).u32be(static_cast<uint32_t>(remainder)).zeros(tableBytes, 1);
+  payload.u64be(packets).u64be(validFrames).u32be(priming).u32be(remainder).zeros(tableBytes, 1);
   return chunk("pakt", payload.bytes);
 }
 
@@ -185,82 +181,33 @@ Bytes aiffFile(const std::vector<Chunk>& chunks, int channels, uint32_t frames, 
   return formFile("FORM", "AIFF", joined({commChunk(channels, frames, bits, rate), sound}, chunks));
 }
 
-Bytes aifcFile(std::string_view codec, const std::vector<Chunk>& chunks, int channels, uint32_t frames, int bits,
-               double rate) {
-  const Chunk version = chunk("FVER", Builder{}.u32be(0xA2805140).bytes);
-  const Chunk common = commChunk(channels, frames, bits, Builder{}.f80be(rate).bytes, codec);
-  const Chunk sound = ssndChunk(audioBytes(channels, frames, bits));
-  return formFile("FORM", "AIFC", joined({version, common, sound}, chunks));
-}
-
 Bytes wavFile(const std::vector<Chunk>& chunks, int channels, uint32_t frames, int bits, uint32_t rate) {
-  const auto blockAlign = static_cast<uint16_t>(audioBytes(channels, 1, bits));
-  const Chunk data = dataChunk(audioBytes(channels, frames, bits));
-  return formFile("RIFF", "WAVE", joined({fmtChunk(1, channels, rate, bits, blockAlign), data}, chunks));
+  const Chunk format = fmtChunk(1, channels, rate, bits, audioBytes(channels, 1, bits));
+  return formFile("RIFF", "WAVE", joined({format, dataChunk(audioBytes(channels, frames, bits))}, chunks));
 }
 
 Bytes cafFile(const std::vector<Chunk>& chunks, int channels, uint32_t frames, int bits, double rate) {
-  const auto bytesPerFrame = static_cast<uint32_t>(audioBytes(channels, 1, bits));
-  const Chunk desc =
-      cafDescChunk(rate, "lpcm", 0, bytesPerFrame, 1, static_cast<uint32_t>(channels), static_cast<uint32_t>(bits));
+  const Chunk desc = cafDescChunk(rate, "lpcm", 0, audioBytes(channels, 1, bits), 1, channels, bits);
   return cafFileOf(joined({desc, cafDataChunk(audioBytes(channels, frames, bits))}, chunks));
-}
-
-// A resource fork: header (offsets and lengths of data and map), the data (each a length and its bytes), and the map (a
-// copy of the header and 8 bytes, offsets of the type and the name list, the type list, the reference lists).
-Bytes soundDesignerFork(int sampleBytes, std::string_view rate, int channels) {
-  const auto pascal = [](const std::string& text) {
-    return Builder{}.u8(static_cast<uint8_t>(text.size())).text(text).bytes;
-  };
-  const std::vector<Bytes> values = {pascal(std::to_string(sampleBytes)), pascal(std::string(rate)),
-                                     pascal(std::to_string(channels))};
-  Builder data;
-  Builder references;
-  uint16_t id = 1000;
-  for (const Bytes& value : values) {
-    references.u16be(id++).u16be(0xFFFF).u32be(static_cast<uint32_t>(data.bytes.size())).u32be(0);
-    data.u32be(static_cast<uint32_t>(value.size())).raw(value);
-  }
-  Builder map;
-  map.zeros(16 + 8).u16be(28).u16be(static_cast<uint16_t>(28 + 10 + references.bytes.size()));
-  map.u16be(0).text("STR ").u16be(static_cast<uint16_t>(values.size() - 1)).u16be(10).raw(references.bytes);
-  Builder fork;
-  const auto dataLength = static_cast<uint32_t>(data.bytes.size());
-  fork.u32be(256).u32be(256 + dataLength).u32be(dataLength).u32be(static_cast<uint32_t>(map.bytes.size()));
-  return fork.zeros(240).raw(data.bytes).raw(map.bytes).bytes;
-}
-
-Bytes appleDouble(const Bytes& resourceFork) {
-  Builder file;
-  file.u32be(0x00051607).u32be(0x00020000).zeros(16).u16be(2);
-  file.u32be(9).u32be(50).u32be(32);                                          // entry 9: finder info
-  file.u32be(2).u32be(82).u32be(static_cast<uint32_t>(resourceFork.size()));  // entry 2: resource fork
-  return file.zeros(32).raw(resourceFork).bytes;
 }
 
 // --- Payloads of the tagging chunks ---
 
 Bytes bascPayload(int32_t beats, int16_t rootNote, int16_t keyType, int16_t signatureTop, int16_t signatureBottom,
-                  int16_t fileType, size_t size) {
+                  int16_t fileType) {
   Builder payload;
-  payload.u32be(1).u32be(static_cast<uint32_t>(beats));
-  for (const int16_t value : {rootNote, keyType, signatureTop, signatureBottom, fileType}) {
-    payload.u16be(static_cast<uint16_t>(value));
-  }
-  payload.bytes.resize(size, std::byte{0});
-  return payload.bytes;
+  payload.u32be(1).u32be(beats).u16be(rootNote).u16be(keyType);
+  return payload.u16be(signatureTop).u16be(signatureBottom).u16be(fileType).zeros(64).bytes;
 }
 
 Bytes catePayload(std::string_view type, std::string_view subType, std::string_view genre, const Texts& descriptors) {
-  Builder payload;
-  payload.u32be(1).field(type, 50).field(subType, 50).field(genre, 50).zeros(66);
+  Builder payload = categoryFields(1, type, subType, genre);
   return withDescriptors(payload, descriptors);
 }
 
 Bytes cateV2Payload(std::string_view type, std::string_view subType, std::string_view genre, const Texts& descriptors,
                     std::string_view collection, std::string_view theme) {
-  Builder payload;
-  payload.u32be(2).field(type, 50).field(subType, 50).field(genre, 50).zeros(66);
+  Builder payload = categoryFields(2, type, subType, genre);
   return withDescriptors(payload.field(collection, 50).field(theme, 50).u16be(0), descriptors);
 }
 
@@ -277,9 +224,9 @@ Bytes acidPayload(uint32_t flags, uint16_t rootNote, uint32_t beats, uint16_t si
 
 Bytes comtPayload(const Texts& comments) {
   Builder payload;
-  payload.u16be(static_cast<uint16_t>(comments.size()));
+  payload.u16be(comments.size());
   for (const std::string& comment : comments) {
-    payload.u32be(0).u16be(0).u16be(static_cast<uint16_t>(comment.size())).text(comment);
+    payload.u32be(0).u16be(0).u16be(comment.size()).text(comment);
     if (comment.size() % 2 == 1) payload.u8(0);
   }
   return payload.bytes;

@@ -86,22 +86,15 @@ Chunk cafInfoChunk(const Pairs& pairs);
 
 Bytes aiffFile(const std::vector<Chunk>& chunks = {}, int channels = 2, uint32_t frames = 1000, int bits = 16,
                double rate = 44100);
-Bytes aifcFile(std::string_view codec, const std::vector<Chunk>& chunks = {}, int channels = 2, uint32_t frames = 1000,
-               int bits = 16, double rate = 44100);
 Bytes wavFile(const std::vector<Chunk>& chunks = {}, int channels = 2, uint32_t frames = 1000, int bits = 16,
               uint32_t rate = 44100);
 Bytes cafFile(const std::vector<Chunk>& chunks = {}, int channels = 2, uint32_t frames = 1000, int bits = 16,
               double rate = 44100);
-// The AppleDouble companion ("._name") that holds a Sound Designer II file's parameters, and the bare resource fork.
-// `rate` is text, as those files hold it.
-Bytes soundDesignerFork(int sampleBytes, std::string_view rate, int channels);
-Bytes appleDouble(const Bytes& resourceFork);
 
 // --- Payloads of the tagging chunks ---
 
-// "basc": `size` bytes, 82 as writers make it.
 Bytes bascPayload(int32_t beats, int16_t rootNote, int16_t keyType, int16_t signatureTop, int16_t signatureBottom,
-                  int16_t fileType, size_t size = 82);
+                  int16_t fileType);  // 82 bytes
 // "cate", version 1: 222 + 50 x descriptors bytes.
 Bytes catePayload(std::string_view type, std::string_view subType, std::string_view genre,
                   const Texts& descriptors = {});

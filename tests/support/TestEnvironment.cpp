@@ -2,12 +2,21 @@
 
 #include "platform/Path.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
+
+namespace {
+
+template <typename Key>
+std::optional<std::string> valueIn(const std::map<Key, std::string>& values, const Key& key) {
+  const auto found = values.find(key);
+  return found == values.end() ? std::nullopt : std::optional(found->second);
+}
+
+}  // namespace
 
 TemporaryFolder::TemporaryFolder() {
   char name[] = "/tmp/vesk-XXXXXX";
@@ -39,37 +48,14 @@ std::string TemporaryFolder::addFolder(std::string_view relative) const {
   return folder;
 }
 
-TestEnvironment::Guard::Guard(std::shared_ptr<TestEnvironment> environment) : m_environment(std::move(environment)) {
-  vesk::Environment::setShared(m_environment);
-}
-
 TestEnvironment::TestEnvironment()
     : m_musicFolder(m_folder.addFolder("home/Music")),
-      m_userLibraries{m_folder.addFolder("home/.local/share")},
-      m_machineLibraries{m_folder.addFolder("machine")} {}
-
-void TestEnvironment::setLocalizedString(std::string_view key, std::string_view text, std::string_view table) {
-  m_localizedStrings[{std::string(key), std::string(table)}] = text;
-}
-
-void TestEnvironment::setHostResource(std::string_view name, std::string_view type, std::string path) {
-  m_hostResources[{std::string(name), std::string(type)}] = std::move(path);
-}
-
-void TestEnvironment::setLibraryFolders(vesk::Domain domain, std::vector<std::string> paths) {
-  (domain == vesk::Domain::user ? m_userLibraries : m_machineLibraries) = std::move(paths);
-}
-
-std::vector<std::string> TestEnvironment::logLines() const {
-  const std::lock_guard lock(m_mutex);
-  return m_logLines;
-}
+      m_libraries{{vesk::Domain::user, {m_folder.addFolder("home/.local/share")}},
+                  {vesk::Domain::local, {m_folder.addFolder("machine")}}} {}
 
 bool TestEnvironment::hasLogged(std::string_view part) const {
-  for (const std::string& line : logLines()) {
-    if (line.find(part) != std::string::npos) return true;
-  }
-  return false;
+  const std::lock_guard lock(m_mutex);
+  return m_log.find(part) != std::string::npos;
 }
 
 std::optional<std::string> TestEnvironment::musicFolder(std::string* error) const {
@@ -80,14 +66,9 @@ std::optional<std::string> TestEnvironment::musicFolder(std::string* error) cons
   return vesk::path::createDirectories(*m_musicFolder, error) ? m_musicFolder : std::nullopt;
 }
 
-std::vector<std::string> TestEnvironment::libraryFolders(vesk::Domain domain) const {
-  return domain == vesk::Domain::user ? m_userLibraries : m_machineLibraries;
-}
-
 std::optional<std::string> TestEnvironment::preference(std::string_view key) const {
   const std::lock_guard lock(m_mutex);
-  const auto found = m_preferences.find(key);
-  return found == m_preferences.end() ? std::nullopt : std::optional(found->second);
+  return valueIn(m_preferences, std::string(key));
 }
 
 void TestEnvironment::setPreference(std::string_view key, std::optional<std::string_view> value) {
@@ -97,20 +78,14 @@ void TestEnvironment::setPreference(std::string_view key, std::optional<std::str
 }
 
 std::optional<std::string> TestEnvironment::localizedString(std::string_view key, std::string_view table) const {
-  const auto found = m_localizedStrings.find({std::string(key), std::string(table)});
-  return found == m_localizedStrings.end() ? std::nullopt : std::optional(found->second);
+  return valueIn(m_localizedStrings, std::pair{std::string(key), std::string(table)});
 }
 
 std::optional<std::string> TestEnvironment::hostResource(std::string_view name, std::string_view type) const {
-  const auto found = m_hostResources.find({std::string(name), std::string(type)});
-  return found == m_hostResources.end() ? std::nullopt : std::optional(found->second);
-}
-
-bool TestEnvironment::isFilePackage(const std::string& path) const {
-  return std::find(m_packages.begin(), m_packages.end(), path) != m_packages.end();
+  return valueIn(m_hostResources, std::pair{std::string(name), std::string(type)});
 }
 
 void TestEnvironment::log(std::string_view message) {
   const std::lock_guard lock(m_mutex);
-  m_logLines.emplace_back(message);
+  m_log.append(message).append("\n");
 }

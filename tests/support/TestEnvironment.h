@@ -39,37 +39,40 @@ class TestEnvironment : public vesk::Environment {
   // Takes the environment out again, so that the default one answers.
   class Guard {
    public:
-    explicit Guard(std::shared_ptr<TestEnvironment> environment);
+    Guard() { vesk::Environment::setShared(m_environment); }
     Guard(const Guard&) = delete;
     Guard& operator=(const Guard&) = delete;
     ~Guard() { vesk::Environment::setShared(nullptr); }
-    TestEnvironment& operator*() const { return *m_environment; }
     TestEnvironment* operator->() const { return m_environment.get(); }
 
    private:
-    std::shared_ptr<TestEnvironment> m_environment;
+    const std::shared_ptr<TestEnvironment> m_environment = std::make_shared<TestEnvironment>();
   };
 
   // Makes a new one the shared environment until the guard ends: `const auto environment = TestEnvironment::install();`
-  [[nodiscard]] static Guard install() { return Guard(std::make_shared<TestEnvironment>()); }
+  [[nodiscard]] static Guard install() { return {}; }
 
   TestEnvironment();
 
   const std::string& folder() const { return m_folder.path(); }
   void setLocale(std::string identifier) { m_locale = std::move(identifier); }
-  void setLocalizedString(std::string_view key, std::string_view text, std::string_view table = "Localizable");
-  void setHostResource(std::string_view name, std::string_view type, std::string path);
-  void setFilePackage(std::string path) { m_packages.push_back(std::move(path)); }
+  void setLocalizedString(const std::string& key, std::string_view text, const std::string& table = "Localizable") {
+    m_localizedStrings[{key, table}] = text;
+  }
+  void setHostResource(const std::string& name, const std::string& type, std::string_view path) {
+    m_hostResources[{name, type}] = path;
+  }
+  void setFilePackage(std::string path) { m_package = std::move(path); }
   // With nullopt musicFolder() fails, with the reason "no music folder"; libraryFolders() answers none with {}.
   void setMusicFolder(std::optional<std::string> path) { m_musicFolder = std::move(path); }
-  void setLibraryFolders(vesk::Domain domain, std::vector<std::string> paths);
-  std::vector<std::string> logLines() const;
-  // Whether any logged line holds `part`.
+  void setLibraryFolders(vesk::Domain domain, std::vector<std::string> paths) {
+    m_libraries[domain] = std::move(paths);
+  }
   bool hasLogged(std::string_view part) const;
 
   std::string homeFolder() const override { return m_folder.path("home"); }
   std::optional<std::string> musicFolder(std::string* error) const override;
-  std::vector<std::string> libraryFolders(vesk::Domain domain) const override;
+  std::vector<std::string> libraryFolders(vesk::Domain domain) const override { return m_libraries.at(domain); }
   std::string stateFolder() const override { return m_folder.path("state"); }
   std::string cacheFolder() const override { return m_folder.path("cache"); }
   std::optional<std::string> preference(std::string_view key) const override;
@@ -77,7 +80,7 @@ class TestEnvironment : public vesk::Environment {
   std::optional<std::string> localizedString(std::string_view key, std::string_view table) const override;
   std::string localeIdentifier() const override { return m_locale; }
   std::optional<std::string> hostResource(std::string_view name, std::string_view type) const override;
-  bool isFilePackage(const std::string& path) const override;
+  bool isFilePackage(const std::string& path) const override { return path == m_package; }
   std::optional<std::string> fileTypeCode(const std::string& path) const override {
     return m_classifier.fileTypeCode(path);
   }
@@ -89,13 +92,12 @@ class TestEnvironment : public vesk::Environment {
   TemporaryFolder m_folder;
   std::string m_locale = "en_US";
   std::optional<std::string> m_musicFolder;
-  std::vector<std::string> m_userLibraries;
-  std::vector<std::string> m_machineLibraries;
-  std::vector<std::string> m_packages;
+  std::map<vesk::Domain, std::vector<std::string>> m_libraries;
+  std::string m_package;
   TextPairs m_localizedStrings;  // by key and table
   TextPairs m_hostResources;     // by name and type
   vesk::DefaultEnvironment m_classifier;
   mutable std::mutex m_mutex;  // guards what follows
-  std::map<std::string, std::string, std::less<>> m_preferences;
-  std::vector<std::string> m_logLines;
+  std::map<std::string, std::string> m_preferences;
+  std::string m_log;
 };

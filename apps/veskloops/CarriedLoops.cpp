@@ -1,0 +1,114 @@
+#include "CarriedLoops.h"
+
+#include "Database.h"
+#include "JSON.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <span>
+
+namespace {
+
+constexpr size_t kManySuccessors = 10000;
+constexpr size_t kBatchSize = 2000;  // carried in well under a second, while other programs wait for the database
+
+bool isStillThere(const IndexedFile& file) {
+  const auto now = fileStateAt(pathOfURLText(file.urlText));
+  return now && now->isOfSameFile(file.state);
+}
+
+// `latter` is unknown in a dry run.
+std::string carryInWords(const LoopPlace& former, const std::optional<LoopPlace>& latter) {
+  const std::string path = pathOfURLText(former.urlText);
+  if (!latter || latter->urlText == former.urlText) return fmt::format("{}: has a new identity", path);
+  return fmt::format("{}: lives on as {}", path, pathOfURLText(latter->urlText));
+}
+
+}  // namespace
+
+// --- Finding out ---
+
+void CarriedLoops::note(const WrittenLoop& written) {
+  m_successors.erase(written.loopId);  // it is here, so nothing else goes on in its name
+  std::optional<IndexedFile> file;
+  if (written.state) file = {written.url.absoluteString(), *written.state, written.loopId};
+  if (file && m_states.fileWithURL(file->urlText) == file) return;  // and all was done then
+
+  bool hasFormer = noteSameName(written.url, written.loopId, Evidence::sameName);
+  if (written.movedFrom) {
+    hasFormer |= noteSameName(*written.movedFrom, written.loopId, Evidence::sameFile);
+    m_states.forget(written.movedFrom->absoluteString());
+  }
+  if (!file) return;
+  for (const auto& other : m_states.filesWithState(file->state)) {
+    if (other.urlText != file->urlText) hasFormer |= noteSameFile(other, file->loopId);
+  }
+  if (hasFormer) {
+    m_toRemember.push_back(*file);
+  } else {
+    m_states.remember(*file);
+  }
+}
+
+bool CarriedLoops::noteSameName(const vesk::URL& url, int64_t loopId, Evidence evidence) {
+  const auto formerIds = m_rows.otherIdsWithURL(url, loopId);
+  for (const int64_t formerId : formerIds) add(formerId, {loopId, evidence});
+  return !formerIds.empty();
+}
+
+// A file remembered in this very state under another name, which it may still have through a link.
+bool CarriedLoops::noteSameFile(const IndexedFile& former, int64_t loopId) {
+  if (isStillThere(former)) return false;
+  const auto row = m_rows.placeWithId(former.loopId);
+  if (former.loopId == loopId || !row || row->urlText != former.urlText) {
+    m_states.forget(former.urlText, former.loopId);
+    return false;
+  }
+  add(former.loopId, {loopId, Evidence::sameFile});
+  return true;
+}
+
+void CarriedLoops::add(int64_t loopId, const Successor& successor) {
+  const auto [found, isNew] = m_successors.try_emplace(loopId, successor);
+  if (!isNew && successor.evidence >= found->second.evidence) found->second = successor;
+}
+
+bool CarriedLoops::hasMany() const {
+  return m_successors.size() >= kManySuccessors;
+}
+
+// --- Carrying ---
+
+void CarriedLoops::carryAll() {
+  std::vector<LoopPlace> gone;
+  // A loop's own marks win over those of the one whose name it took over.
+  carryWith(Evidence::sameFile, gone);
+  carryWith(Evidence::sameName, gone);
+  m_states.begin();
+  for (const auto& place : gone) m_states.forget(place.urlText, place.id);
+  for (const auto& file : m_toRemember) m_states.remember(file);
+  m_states.commit();
+  if (m_indexer == nullptr) return;
+  m_successors.clear();
+  m_toRemember.clear();
+}
+
+void CarriedLoops::carryWith(Evidence evidence, std::vector<LoopPlace>& gone) {
+  std::vector<LCLoopCarry> carries;
+  std::vector<std::string> comments;
+  for (const auto& [loopId, successor] : m_successors) {
+    if (successor.evidence != evidence) continue;
+    const auto former = m_rows.placeWithId(loopId);
+    const auto latter = m_rows.placeWithId(successor.loopId);
+    if (!former || (m_indexer != nullptr && !latter)) continue;
+    carries.push_back({.loopId = loopId, .toLoopId = successor.loopId});
+    gone.push_back(*former);
+    comments.push_back(carryInWords(*former, latter));
+  }
+  for (size_t begin = 0; m_indexer != nullptr && begin < carries.size(); begin += kBatchSize) {
+    carryLoops(*m_indexer, std::span(carries).subspan(begin, std::min(kBatchSize, carries.size() - begin)));
+  }
+  for (const auto& comment : comments) m_output.comment(comment);
+  m_count += std::ssize(carries);
+}

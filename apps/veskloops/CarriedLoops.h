@@ -1,0 +1,60 @@
+// Finds out, while files are indexed, which loops of the database live on under a new identity: files that were tagged
+// anew, renamed where they lie, or moved. Their marks, packages and loudness are carried over when all files were seen,
+// because two files may have changed names, and a loop whose name was taken over may still turn up under another one.
+// Memory grows with the loops to carry only, and not without end. Throws a Failure when the loop database refuses.
+#pragma once
+
+#include "FileStates.h"
+#include "indexing/LCFileIndexing.h"
+#include "LoopRows.h"
+#include "Output.h"
+#include "platform/URL.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+// A file whose loop was just written.
+struct WrittenLoop {
+  vesk::URL url;  // of the row
+  int64_t loopId = 0;
+  std::optional<FileState> state;      // from before the file was read
+  std::optional<vesk::URL> movedFrom;  // where nothing is left
+};
+
+class CarriedLoops {
+ public:
+  // `indexer` is null in a dry run. All are borrowed.
+  CarriedLoops(Output& output, LoopRows& rows, FileStates& states, LCFileIndexing* indexer)
+      : m_output(output), m_rows(rows), m_states(states), m_indexer(indexer) {}
+
+  void note(const WrittenLoop& written);
+  // Carries what was found, in transactions of its own.
+  void carryAll();
+  bool hasMany() const;                      // time to carry before all files were seen
+  int64_t count() const { return m_count; }  // carried so far
+  // In a dry run: whether this row, which is still there, would have gone.
+  bool wouldBeGone(int64_t loopId) const { return m_successors.contains(loopId); }
+
+ private:
+  enum class Evidence { sameName, sameFile };  // the second is stronger
+  struct Successor {
+    int64_t loopId = 0;
+    Evidence evidence = Evidence::sameName;
+  };
+
+  bool noteSameName(const vesk::URL& url, int64_t loopId, Evidence evidence);
+  bool noteSameFile(const IndexedFile& former, int64_t loopId);
+  void add(int64_t loopId, const Successor& successor);
+  void carryWith(Evidence evidence, std::vector<LoopPlace>& gone);
+
+  Output& m_output;
+  LoopRows& m_rows;
+  FileStates& m_states;
+  LCFileIndexing* m_indexer;
+  std::map<int64_t, Successor> m_successors;  // by the id that goes
+  std::vector<IndexedFile> m_toRemember;      // once their loops are carried: until then they count as new
+  int64_t m_count = 0;
+};

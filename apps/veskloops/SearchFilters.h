@@ -1,0 +1,38 @@
+// The filters that say which loops a search finds: the options of search, shared by every command that searches.
+#pragma once
+
+#include "LoopRows.h"
+#include "search/LCSearchEngine.h"
+
+#include <CLI/App.hpp>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct SearchFilters {
+  std::vector<std::string> words;
+  std::vector<std::string> keywords;
+  std::optional<std::string> genre;
+  std::optional<std::string> instrument;
+  std::optional<std::string> tempo;
+  bool halfAndDoubleTempo = false;
+  std::optional<std::string> key;
+  std::string keyMatch = "near";
+  std::optional<std::string> scale;
+  std::optional<std::string> signature;
+  std::vector<std::string> types;
+  bool onlyFavorites = false;
+  std::optional<int64_t> minimumRating;
+  std::optional<std::string> crate;
+  std::optional<std::string> folder;
+  std::optional<std::string> name;
+};
+
+// Adds the option of every filter but the words, which each command takes in its own way; answers the options.
+std::vector<CLI::Option*> addSearchFilters(CLI::App& app, SearchFilters& filters);
+
+// Searches with the filters, in the order for which the engine is set, and answers how many loops were found. When that
+// is 0 there may be no result to read. Throws a failure for filters that are wrong or name what is unknown.
+int64_t searchWithFilters(LCSearchEngine& engine, LoopRows& rows, const SearchFilters& filters);
