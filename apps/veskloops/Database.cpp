@@ -292,6 +292,20 @@ void commitWriting(sqlite3* connection) {
   }
 }
 
+UndoableStep::UndoableStep(sqlite3* connection) : m_connection(connection) {
+  execute(m_connection, "SAVEPOINT step;");
+}
+
+UndoableStep::~UndoableStep() {
+  LCSQLiteUtilities utilities(m_connection);
+  if (!m_isKept) utilities.executeStatementWithNoReturnValue("ROLLBACK TO step;");
+  utilities.executeStatementWithNoReturnValue("RELEASE step;");
+}
+
+void UndoableStep::keep() {
+  m_isKept = true;
+}
+
 void removeLoops(LCFileIndexing& indexer, std::span<const LoopPlace> places) {
   std::vector<int64_t> ids;
   for (const auto& place : places) ids.push_back(place.id);

@@ -36,6 +36,19 @@ Failure databaseFailure(int status, std::string_view detail = {});
 // Starts a transaction that owns the database's writing at once; ends it. Throw when the database refuses.
 void beginWriting(sqlite3* connection);
 void commitWriting(sqlite3* connection);
+// A part of a transaction that is undone when it is left without having been kept. The connection is borrowed.
+class UndoableStep {
+ public:
+  explicit UndoableStep(sqlite3* connection);
+  UndoableStep(const UndoableStep&) = delete;
+  UndoableStep& operator=(const UndoableStep&) = delete;
+  ~UndoableStep();
+  void keep();
+
+ private:
+  sqlite3* m_connection;
+  bool m_isKept = false;
+};
 // Both in a transaction of their own: all, or, when the database refuses, none, and throw.
 void removeLoops(LCFileIndexing& indexer, std::span<const LoopPlace> places);
 void carryLoops(LCFileIndexing& indexer, std::span<const LCLoopCarry> carries);

@@ -99,7 +99,7 @@ class IndexRun {
   void add(const WalkedFile& file);
   void addByCopying(const WalkedFile& file, const LCFileData& record);
   void write(const LCFileData& record, const std::string& path, const std::optional<FileState>& state);
-  void undoFailedCopy(const vesk::URL& destination, const WalkedFile& file);
+  bool copyAndWrite(const vesk::URL& source, const vesk::URL& destination);
   void noteSameIdentity(const LCFileData& record, const std::string& path);
   void fail(const std::string& path, const std::string& reason, const std::string& detail);
 
@@ -315,21 +315,26 @@ void IndexRun::addByCopying(const WalkedFile& file, const LCFileData& record) {
   if (!vesk::path::createDirectories(vesk::path::deletingLastComponent(destination), &reason)) {
     return fail(file.path, "copyFailed", reason);
   }
-  if (!m_indexer->addFileURL(sourceURL, m_crateIdentifier, destinationURL, m_arguments.move)) {
-    return fail(file.path, "database", {});
+  if (copyAndWrite(sourceURL, destinationURL)) {
+    written.state = fileStateAt(destination);
+    return noteWritten(written);
   }
-  written.state = fileStateAt(destination);
-  if (written.state) {
-    noteWritten(written);
-  } else {
-    undoFailedCopy(destinationURL, file);
-  }
+  if (vesk::path::exists(destination)) return fail(file.path, "database", {});
+  fail(file.path, "copyFailed", destination);
 }
 
-// The indexer has tried to take the row out again, but cannot when the URL has an apostrophe.
-void IndexRun::undoFailedCopy(const vesk::URL& destination, const WalkedFile& file) {
-  if (const auto place = m_rows->placeWithURL(destination)) m_indexer->removeLoopWithId(place->id);
-  fail(file.path, "copyFailed", destination.path());
+// The row takes the place of the one that the loop has already, which must stay when there is no copy.
+bool IndexRun::copyAndWrite(const vesk::URL& source, const vesk::URL& destination) {
+  {
+    UndoableStep step(m_indexer->sqlite3Connection());
+    const bool isWritten = m_indexer->addFileURL(source, m_crateIdentifier, destination, m_arguments.move);
+    if (isWritten && vesk::path::exists(destination.path())) {
+      step.keep();
+      return true;
+    }
+  }
+  m_indexer->updateKeywordCache();  // what was new is gone again
+  return false;
 }
 
 void IndexRun::failUnwalked(const std::string& path, const std::string& reason, const std::string& detail) {

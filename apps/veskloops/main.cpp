@@ -163,6 +163,11 @@ Failure unknownWord(const Program& program, const std::string& word) {
   Failure failure = usageFailure(word.starts_with('-') ? "unknown option" : "unknown command", helpHint(program));
   failure.subject = word;
   if (word.starts_with('-') && !word.starts_with("--")) return failure;  // one letter is like any other
+  if (command != nullptr && command->app->get_option_no_throw(word) != nullptr) {
+    failure.message = "an option of the command stands before it";
+    failure.nextStep = fmt::format("Write veskloops {} {} …", command->app->get_name(), word);
+    return failure;
+  }
   failure.suggestions = similarNames(word, knownWords(program, command == nullptr ? nullptr : command->app, word));
   return failure;
 }

@@ -27,7 +27,8 @@ struct DatabaseTrouble : testing::Test {
   Program program;
 };
 
-const std::vector<Words> kReadingCommands = {{"search"}, {"crates"}, {"remove", "-y", "l"}, {"info", "id:1"}, {"favorite", "id:1"}};
+const std::vector<Words> kReadingCommands = {
+    {"search"}, {"crates"}, {"remove", "-y", "l"}, {"info", "id:1"}, {"favorite", "id:1"}};
 
 TEST_F(DatabaseTrouble, AMissingOrEmptyOneIsSaidToBeMissingAndNotMade) {
   for (const auto& command : kReadingCommands) EXPECT_EQ(kindOf(command), "databaseMissing");

@@ -166,11 +166,15 @@ TEST(Index, CopiesAreIndexedAndNothingIsOverwritten) {
   EXPECT_EQ(indexed(program, {"src/sub/A.aif", "--copy-to", "moved", "--move"})["indexed"], 1);
   EXPECT_FALSE(fs::exists(program.path("src/sub/A.aif")));
   EXPECT_EQ(program.run({"search", "-k", "Jazz"}).lines(), Words{program.path("moved/A.aif")});
-  // A copy that fails leaves no row, although the URL has an apostrophe.
-  program.add("it's a file", fixture::bytesOf("x"));
-  program.add("N.aif", loopFile({.genre = "Urban"}));
-  EXPECT_EQ(indexed(program, {"N.aif", "--copy-to", "it's a file"}, 4)["failures"][0]["reason"], "copyFailed");
-  EXPECT_EQ(found(program, {"-k", "Urban"}), Words{});
+  // A copy that fails leaves everything as it was, the loop's own row too.
+  program.add("it's/file", fixture::bytesOf("x"));
+  fs::create_symlink(program.path("nowhere/N.aif"), program.path("it's/N.aif"));
+  const std::string original = program.add("N.aif", loopFile({.genre = "Urban"}));
+  ASSERT_EQ(indexed(program, {"N.aif", "--crate", "Kept"})["indexed"], 1);
+  for (const char* folder : {"it's/file", "it's"}) {
+    EXPECT_EQ(indexed(program, {"N.aif", "--copy-to", folder}, 4)["failures"][0]["reason"], "copyFailed");
+    EXPECT_EQ(program.run({"search", "-k", "Urban", "--crate", "Kept"}).lines(), Words{original});
+  }
 }
 
 TEST(Index, PruningTakesOutWhatIsGoneBelowTheFolderOnlyAndKeepsPlaceholders) {

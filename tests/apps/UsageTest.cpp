@@ -29,6 +29,7 @@ TEST(Usage, WrongArgumentsDoNothingAndSayWhatIsWrongInEveryFormat) {
   const std::vector<Case> cases = {
       {{}, "a command is missing"},
       {{"serch"}, "Did you mean \"search\""},
+      {{"--limit", "3", "search"}, "Write veskloops search --limit"},
       {{"search", "--limt", "3"}, "Did you mean \"--limit\""},
       {{"search", "--half-double"}, "requires --tempo"},
       {{"search", "--min-rating", "6"}, "--min-rating"},
