@@ -3,6 +3,9 @@
 #include "search/SearchDatabase.h"
 
 #include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+#include <unicode/regex.h>
+#include <unicode/unistr.h>
 
 #include <memory>
 #include <optional>
@@ -50,6 +53,19 @@ TEST(FamilyName, IsWhatStandsBeforeTheNumbers) {
     EXPECT_EQ(LCSearchEngine::familyNameForLoopName(name), family) << name;
     EXPECT_EQ(LCSearchEngine::shouldShowFamilyForLoopName(name), family.has_value()) << name;
   }
+}
+
+RC_GTEST_PROP(FamilyName, IsWhatTheRegularExpressionLeaves, ()) {
+  static const std::vector<std::string> pieces = {" ", "1", "23", ".", "_", "a", "\u0663", "\u00A0", "\u00B2", "é"};
+  std::string name;
+  for (const std::string& piece : *rc::gen::container<std::vector<std::string>>(rc::gen::elementOf(pieces)))
+    name += piece;
+  UErrorCode status = U_ZERO_ERROR;
+  const auto text = icu::UnicodeString::fromUTF8(name);
+  icu::RegexMatcher matcher(UNICODE_STRING_SIMPLE(" \\d+(\\.\\d+)*(_\\d+)*$"), text, 0, status);
+  std::optional<std::string> family;
+  if (matcher.find(status)) text.tempSubStringBetween(0, matcher.start(status)).toUTF8String(family.emplace());
+  RC_ASSERT(LCSearchEngine::familyNameForLoopName(name + ".caf") == family);
 }
 
 TEST_F(FamiliesTest, HoldEveryVariantWhateverTheNameIsMadeOf) {
