@@ -2,17 +2,10 @@
 
 #include "database/TestDatabase.h"
 
-namespace {
-
-struct CrateManager : testing::Test {
+TEST(CrateManager, KeepsTheFirstPackageOfAnIdentifierAndItsRelationsWhenItIsRemoved) {
   const TestDatabase database;
-  const std::unique_ptr<LCCrateManager> manager = LCCrateManager::initWithDatabaseConfiguration(
+  const auto manager = LCCrateManager::initWithDatabaseConfiguration(
       LCDatabaseConfiguration(database.file(), false, kDefaultDatabaseSchemaVersion));
-};
-
-}  // namespace
-
-TEST_F(CrateManager, KeepsTheFirstPackageOfAnIdentifierAndItsRelationsWhenItIsRemoved) {
   std::string folder;
   EXPECT_TRUE(manager->createCrateWithIdentifier("a\"b", "Joe's \"Best\"", "it''s", true));
   EXPECT_TRUE(manager->createCrateWithIdentifier("a\"b", "Other", "Other", false));
@@ -25,12 +18,12 @@ TEST_F(CrateManager, KeepsTheFirstPackageOfAnIdentifierAndItsRelationsWhenItIsRe
   EXPECT_TRUE(manager->removeCrateWithIdentifier("a\"b"));
   EXPECT_EQ(database.texts("SELECT identifier FROM Crates"), Texts{folder});
   EXPECT_EQ(database.text("SELECT count(*) FROM CrateLoopRelation"), "1");
+  EXPECT_EQ(manager->createCrateForSingleFiles(), LCFileIndexingUserDomainSingleFilesCrateIdentifier);
 }
 
-TEST_F(CrateManager, IdentifiersJoinManufacturerAndNameWithoutSeparator) {
+TEST(CrateManager, IdentifiersJoinManufacturerAndNameWithoutSeparator) {
   EXPECT_EQ(LCCrateManager::crateIdentifierForManufacturer("X", "Y", false),
             kContentIdentifierPrefix + ".LocalDomain.XY");
-  EXPECT_EQ(manager->createCrateForSingleFiles(), LCFileIndexingUserDomainSingleFilesCrateIdentifier);
   EXPECT_EQ(LCCrateManager::crateIdentifierForManufacturer("User Loops", "SingleFiles", true),
             LCFileIndexingUserDomainSingleFilesCrateIdentifier);
   const std::string legacy = ".LocalDomain.Vesk AudioLegacy Drum Loops";

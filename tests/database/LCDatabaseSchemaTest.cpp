@@ -14,19 +14,18 @@ Texts schemaOf(const TestDatabase& database) {
       "ORDER BY type, name");
 }
 
-int countCommit(void* commits) {
-  ++*static_cast<int*>(commits);
-  return 0;
-}
-
 }  // namespace
 
 TEST(DatabaseSchema, IsThePublishedOneAndGeneratingItAgainWritesNothing) {
-  const TestDatabase reference = TestDatabase(std::nullopt), database;
+  const TestDatabase reference(std::nullopt), database;
   reference.run(vesk::path::readFile(TEST_DATA_DIR "/schema-100930.sql").value());
   EXPECT_EQ(schemaOf(database), schemaOf(reference));
   int commits = 0;
-  sqlite3_commit_hook(database.connection(), countCommit, &commits);
+  const auto count = [](void* counter) {
+    ++*static_cast<int*>(counter);
+    return 0;
+  };
+  sqlite3_commit_hook(database.connection(), count, &commits);
   EXPECT_TRUE(LCSQLiteUtilities::generateDatabaseTablesForSQLite(database.connection(), kDefaultDatabaseSchemaVersion));
   EXPECT_EQ(schemaOf(database), schemaOf(reference));
   EXPECT_EQ(commits, 0) << "opening must not wait for another connection's indexing run";
@@ -45,11 +44,7 @@ TEST(DatabaseSchema, KeywordsAreTheBuiltInOnesAndTheGroupsUnlessRenamed) {
 }
 
 TEST(DatabaseSchema, LateColumnsAreCreatedAndListedFromDifferentVersions) {
-  struct Case {
-    int64_t version;
-    bool chineseTranscript;
-    size_t created, listed;
-  };
+  using Case = std::tuple<int64_t, bool, size_t, size_t>;
   for (const auto& [version, chineseTranscript, created, listed] :
        {Case{100925, false, 32, 33}, Case{100926, false, 32, 35}, Case{100929, true, 33, 35},
         Case{100930, false, 34, 35}, Case{100930, true, 35, 35}}) {

@@ -18,10 +18,7 @@ bool isInTransaction(const TestDatabase& database) {
 }  // namespace
 
 TEST(ReplacingPaths, RewritesEveryOccurrenceInTheDecodedPath) {
-  struct Case {
-    const char *url, *oldPrefix, *newPrefix, *result;
-  };
-  const Case cases[] = {
+  const std::array<const char*, 4> cases[] = {
       {"file:///q/z/q.caf", "/q", "/r", "file:///r/z/r.caf"},
       {"file:///My%20Disk/a%231.caf", "/My Disk", "/Other Disk", "file:///Other%20Disk/a%231.caf"},
       {"file:///q/z/Big%20Drum.caf", "", "/r", "file:///BASE/Big%20Drum.caf"},

@@ -1,5 +1,6 @@
+// Statements, transactions, and the utilities but for the repairs.
 #include "database/LCSQLiteUtilities.h"
-
+#include "database/LCTransaction.h"
 #include "database/TestDatabase.h"
 #include "platform/Path.h"
 
@@ -9,6 +10,7 @@
 
 namespace {
 
+// "column=sText;i7;b1; ": s for texts, i for integers, b for truth values.
 std::string described(const LCResultDictionary& result) {
   std::string text;
   for (const auto& [column, cells] : result) {
@@ -19,29 +21,18 @@ std::string described(const LCResultDictionary& result) {
   return text;
 }
 
-// Overwrites the page on which the rows of `table` stand.
-void damageTable(TestDatabase& database, const std::string& table) {
-  const auto page = std::stoul(database.text("SELECT rootpage FROM sqlite_master WHERE name = '" + table + "'"));
-  const auto pageSize = std::stoul(database.text("PRAGMA page_size"));
-  database.close();
-  std::string bytes = vesk::path::readFile(database.file()).value();
-  bytes.replace((page - 1) * pageSize, pageSize, pageSize, '\xFF');
-  database.folder().addFile("x.db", bytes);
-  database.reopen();
-}
+struct SQLiteUtilities : testing::Test {
+  TestDatabase database;
+  sqlite3* connection = database.connection();
+};
 
 }  // namespace
 
-TEST(SQLiteUtilities, ResultShapesDifferInTypesAndInNull) {
-  const TestDatabase database;
-  LCSQLiteUtilities utilities(database.connection());
+TEST_F(SQLiteUtilities, ResultShapesDifferInTypesAndInNull) {
   using U = LCSQLiteUtilities;
-  struct Case {
-    bool (U::*collect)(const std::string&, LCResultDictionary*);
-    const char* sql;
-    const char* result;  // s text, i integer, b truth value
-  };
-  const Case cases[] = {
+  U utilities(connection);
+  using Collect = bool (U::*)(const std::string&, LCResultDictionary*);
+  const std::tuple<Collect, const char*, const char*> cases[] = {
       {&U::executeStatementWithGenericReturnValue, "SELECT 1 AS a, NULL AS b", "a=s1; b=s; "},
       {&U::executeStatementWithLoopsReturnValue,
        "SELECT '07' AS fileName, -5506746406385753333 AS id, 3.9 AS lengthInSeconds, 'Title' AS title, NULL AS "
@@ -65,9 +56,7 @@ TEST(SQLiteUtilities, ResultShapesDifferInTypesAndInNull) {
   EXPECT_EQ(keywords, (vesk::StringSet{"a,b", "x", "", "y"}));
 }
 
-TEST(SQLiteUtilities, TablesAndColumnsThatCannotBeLookedUpCountAsPresent) {
-  const TestDatabase database;
-  sqlite3* connection = database.connection();
+TEST_F(SQLiteUtilities, TablesAndColumnsThatCannotBeLookedUpCountAsPresent) {
   EXPECT_TRUE(LCSQLiteUtilities::isTableWithName("Loops", std::nullopt, connection));
   EXPECT_FALSE(LCSQLiteUtilities::isTableWithName("Absent", std::nullopt, connection));
   EXPECT_TRUE(LCSQLiteUtilities::isTableWithName("Loops", "nodb", connection));
@@ -75,9 +64,8 @@ TEST(SQLiteUtilities, TablesAndColumnsThatCannotBeLookedUpCountAsPresent) {
   EXPECT_FALSE(LCSQLiteUtilities::isColumnAvailableWithName("it's", "Loops", std::nullopt, connection));
 }
 
-TEST(SQLiteUtilities, ExtendingIsYesUnlessTheColumnCouldNotBeAdded) {
-  TestDatabase database;
-  const auto extend = [&database](const char* table, const char* column) {
+TEST_F(SQLiteUtilities, ExtendingIsYesUnlessTheColumnCouldNotBeAdded) {
+  const auto extend = [this](const char* table, const char* column) {
     return LCSQLiteUtilities::extendTable(table, std::nullopt, column, "TEXT", database.connection());
   };
   EXPECT_TRUE(extend("Loops", "mood"));
@@ -87,17 +75,14 @@ TEST(SQLiteUtilities, ExtendingIsYesUnlessTheColumnCouldNotBeAdded) {
   EXPECT_FALSE(extend("Loops", "weight"));
 }
 
-TEST(SQLiteUtilities, DroppingTheTablesKeepsWhatTheUserMade) {
-  const TestDatabase database;
-  EXPECT_TRUE(LCSQLiteUtilities::dropDatabaseTablesForSQLite(database.connection()));
+TEST_F(SQLiteUtilities, DroppingTheTablesKeepsWhatTheUserMade) {
+  EXPECT_TRUE(LCSQLiteUtilities::dropDatabaseTablesForSQLite(connection));
   EXPECT_EQ(
       database.texts("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite_%' ORDER BY 1"),
       (Texts{"DatabaseMigrationInfos", "UserData", "keyword_distribution"}));
 }
 
-TEST(SQLiteUtilities, FactsAreUpdatedInPlaceAndHaveTheirOwnMarksWhenMissing) {
-  TestDatabase database;
-  sqlite3* connection = database.connection();
+TEST_F(SQLiteUtilities, FactsAreUpdatedInPlaceAndHaveTheirOwnMarksWhenMissing) {
   EXPECT_EQ(LCSQLiteUtilities::lastExtraKeywordIdForSQLite(nullptr), -1);
   EXPECT_EQ(LCSQLiteUtilities::lastExtraKeywordIdForSQLite(connection), std::numeric_limits<int64_t>::max());
   EXPECT_EQ(LCSQLiteUtilities::databaseSchemaVersionForSQLite(connection), -1);
@@ -130,20 +115,57 @@ TEST(DamageCheck, TellsDamageFromAMissingTable) {
   }
 }
 
-TEST(DamageCheck, DamageMetByAStatementIsRecordedInTheDatabase) {
+TEST(DamageCheck, DamageMetByAStatementIsRecordedInTheDatabaseOrElseBesideIt) {
   TestDatabase database;
-  damageTable(database, "Loops");
-  LCSQLiteUtilities utilities(database.connection());
-  EXPECT_FALSE(utilities.executeStatementWithNoReturnValue("SELECT * FROM Loops"));
-  EXPECT_EQ(utilities.lastOSStatus(), SQLITE_CORRUPT);
+  const auto page = std::stoul(database.text("SELECT rootpage FROM sqlite_master WHERE name = 'Loops'"));
+  const auto pageSize = std::stoul(database.text("PRAGMA page_size"));
+  const auto overwrite = [&database, pageSize](size_t number) {  // pages count from 1
+    database.close();
+    std::string bytes = vesk::path::readFile(database.file()).value();
+    bytes.replace((number - 1) * pageSize, pageSize, pageSize, '\xFF');
+    database.folder().addFile("x.db", bytes);
+    database.reopen();
+    LCSQLiteUtilities utilities(database.connection());
+    EXPECT_FALSE(utilities.executeStatementWithNoReturnValue("SELECT * FROM Loops"));
+    return utilities.lastOSStatus();
+  };
+  const std::string marker = database.folder().path("LoopsDatabaseV10.db-isDamaged");
+  EXPECT_EQ(overwrite(page), SQLITE_CORRUPT);
   EXPECT_TRUE(LCSQLiteUtilities::isDatabaseCorruptFlagSetForSQLite(database.connection()));
-  EXPECT_FALSE(vesk::path::exists(database.folder().path(kCorruptDatabaseFileIndicatorName)));
+  EXPECT_FALSE(vesk::path::exists(marker));
+  EXPECT_EQ(overwrite(1), SQLITE_NOTADB);
+  EXPECT_EQ(vesk::path::readFile(marker), "1");
 }
 
-TEST(DamageCheck, DamageThatCannotBeRecordedInsideIsMarkedBeside) {
-  const TemporaryFolder folder;
-  const std::string marker = folder.path("LoopsDatabaseV10.db-isDamaged");
-  const LCConnection connection = openConnection(folder.addFile("x.db", std::string(8192, 'x')), LCOpenMode::readOnly);
-  EXPECT_FALSE(LCSQLiteUtilities(connection.get()).executeStatementWithNoReturnValue("SELECT * FROM Loops"));
-  EXPECT_EQ(vesk::path::readFile(marker), "1");
+TEST(Statement, BindsValuesAsTheyAre) {
+  const TestDatabase database = TestDatabase(std::nullopt);
+  LCStatement statement(database.connection(), "SELECT typeof(?1), ?1");
+  const auto bound = [&statement] {
+    EXPECT_TRUE(statement.step());
+    std::string result = statement.textAt(0) + " " + statement.textAt(1);
+    statement.reset();
+    return result;
+  };
+  EXPECT_TRUE(statement.bind(1, std::string_view()));
+  EXPECT_EQ(bound(), "text ") << "an empty text is not NULL";
+  EXPECT_TRUE(statement.bind32(1, (int64_t{1} << 32) + 3));
+  EXPECT_EQ(bound(), "integer 3");
+  EXPECT_TRUE(statement.bind(1, int64_t{-5506746406385753333}));
+  EXPECT_EQ(bound(), "integer -5506746406385753333");
+  EXPECT_TRUE(statement.bind(1, std::optional<std::string>()));
+  EXPECT_EQ(bound(), "integer -5506746406385753333") << "a missing text leaves the earlier value";
+  EXPECT_FALSE(statement.bind(2, "there is no such parameter"));
+}
+
+TEST(Transaction, IsUndoneUnlessCommittedAndLeavesAnOuterOneAlone) {
+  const TestDatabase database;
+  {
+    const LCTransaction left{database.connection()};
+    database.run("INSERT INTO Crates (identifier) VALUES ('left')");
+  }
+  LCTransaction kept{database.connection()};
+  database.run("INSERT INTO Crates (identifier) VALUES ('kept')");
+  { const LCTransaction inner{database.connection()}; }
+  EXPECT_TRUE(kept.commit());
+  EXPECT_EQ(database.texts("SELECT identifier FROM Crates"), Texts{"kept"});
 }

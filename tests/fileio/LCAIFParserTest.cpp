@@ -58,6 +58,7 @@ TEST(LCAIFParser, ChunksOfTheRightSizeDecideTheFlags) {
     EXPECT_EQ(record.collectionTag, std::nullopt);
   }
   EXPECT_EQ(flagsOf(parsed({chunk("Sequ", "x")}, Parse::enhanced)), "authored typed");
+  EXPECT_EQ(flagsOf(parsed({}, Parse::enhanced)), "");
 }
 
 TEST(LCAIFParser, OurOrderCountsAndNotTheFiles) {

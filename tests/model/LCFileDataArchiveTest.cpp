@@ -1,4 +1,4 @@
-// The archive of a loop record: what comes back, archives made elsewhere, and broken ones.
+// The archive of a loop record and of its meta infos: what comes back, archives made elsewhere, and broken ones.
 #include "model/LCFileData.h"
 #include "platform/KeyedArchive.h"
 
@@ -89,6 +89,21 @@ TEST(LCFileDataArchive, WithAValueOfAWrongKindIsNoRecord) {
         Field{"taggingDictionary", Dictionary{{"text", data}}}}) {
     EXPECT_FALSE(recordOf({{"bpm", 1}, {"hash", 0}, {key, value}})) << key;
   }
+}
+
+TEST(LCMetaInfo, KeepsItsNumberAsAShortFloatInAnArchive) {
+  LCMetaInfo weighted = LCWeightedInstrumentKeyword{"Topper", 0.3}.metaInfo();
+  const vesk::Value archived = weighted.archivedObject();
+  weighted.doubleValue = 0.30000001192092896;
+  EXPECT_EQ(LCMetaInfo::fromArchivedObject(archived), weighted);
+  EXPECT_EQ(LCMetaInfo::metaInfoInstanceOfType(2).type, 0);
+  const vesk::Array many(3, LCMetaInfo{.stringValue = std::string(100, 'x')}.archivedObject());
+  EXPECT_EQ(LCMetaInfo::fromArchivedObjects(many, 10), std::nullopt) << "far more than the archive itself";
+
+  const auto foreign = [](Dictionary fields) { return LCMetaInfo::fromArchivedObject(objectOf("Elsewhere", fields)); };
+  EXPECT_EQ(foreign({{"typeV1", 3}, {"doubleValueV1", 1}}), (LCMetaInfo{.doubleValue = 1, .type = 3}));
+  EXPECT_EQ(foreign({{"typeV1", 3}}), std::nullopt);
+  EXPECT_EQ(foreign({{"typeV1", 3}, {"doubleValueV1", 1}, {"stringValueV1", 5}}), std::nullopt);
 }
 
 }  // namespace

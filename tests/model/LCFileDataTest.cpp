@@ -67,15 +67,12 @@ TEST(LCFileData, DescribesItselfInOneText) {
 }
 
 TEST(LoudnessTarget, IsThatOfTheFirstRuleThatFits) {
-  struct Case {
-    std::optional<std::string> type;
-    std::optional<std::string> subType;
-    double target;
-  };
+  using Case = std::tuple<std::optional<std::string>, std::optional<std::string>, double>;
   for (const auto& [type, subType, target] :
        {Case{"Percussion", "Drum Kit", -18}, Case{"Bass", "Electronic Beats", -18}, Case{"Percussion", "Kick", -18},
-        Case{"Bass", "Hi-hat", -20}, Case{"Percussion", {}, -26}, Case{"Texture/Atmosphere", {}, -26},
-        Case{"Drums", "Hi-hat", -26}, Case{"bass", "kick", -22}, Case{{}, {}, -22}}) {
+        Case{"Bass", "Hi-hat", -20}, Case{"Percussion", std::nullopt, -26},
+        Case{"Texture/Atmosphere", std::nullopt, -26}, Case{"Drums", "Hi-hat", -26}, Case{"bass", "kick", -22},
+        Case{std::nullopt, std::nullopt, -22}}) {
     EXPECT_EQ(LCLoudnessTarget::forInstrument(type, subType, false), target) << type.value_or("") << target;
     EXPECT_EQ(LCLoudnessTarget::forInstrument(type, subType, true), -26);  // a topper, whatever its instrument
   }

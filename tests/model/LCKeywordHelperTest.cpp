@@ -2,6 +2,7 @@
 #include "model/LCKeywordHelper.h"
 #include "resources/LCCompiledResources.h"
 #include "resources/ResourceTables.h"
+#include "support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
 
@@ -12,16 +13,8 @@ namespace {
 using Keywords = std::vector<std::string>;
 
 TEST(KeywordTaxonomy, KnowsEveryKeywordByIdCategoryParentAndColumn) {
-  struct Case {
-    const char* keyword;
-    int64_t id;
-    int32_t category;
-    const char* parent;  // "" for none
-    const char* column;  // "" for none
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, int64_t, int32_t, const char*, const char*> cases[] = {
       {"Piano", 1, 5, "Keyboards", "instrumentSubTypeId"},
-      {"Tuba", 3, 5, "Horn/Wind", "instrumentSubTypeId"},
       {"Electric Bass", 30, 5, "Bass", "instrumentSubTypeId"},
       {"Oboe", 34, 5, "Horn/Wind", "instrumentSubTypeId"},  // a member of "Woodwind", yet no child of it
       {"Drum Kit", 112, 5, "Drums", "instrumentSubTypeId"},
@@ -33,7 +26,6 @@ TEST(KeywordTaxonomy, KnowsEveryKeywordByIdCategoryParentAndColumn) {
       {"Acoustic", 58, 2, "", ""},  // this pair has no column name, although the table has the column
       {"Electric", 99, 2, "", ""},
       {"Woodwind", 0, 3, "", "instrumentTypeId"},  // groups have no id here
-      {"Boom", 0, 3, "", "instrumentTypeId"},
       {"House", 0, 1, "", "genreId"},
       {"techno", 0, 0, "", ""},
   };
@@ -82,12 +74,24 @@ TEST(KeywordTaxonomy, ALearnedKeywordHasIdAndCategoryButIsNoneOfTheTaxonomy) {
   EXPECT_EQ(shown, "Jazz,,,,");
 }
 
-TEST(CompiledResources, HaveTheLengthsThatAreExported) {
+TEST(LCLocalizedKeyword, ShowsTheHostsTextAndComparesIt) {
+  const auto environment = TestEnvironment::install();
+  environment->setLocalizedString("Kick", "a drum");
+  const LCLocalizedKeyword kick("Kick"), bass("Bass");
+  EXPECT_EQ(kick.description(), "a drum");
+  EXPECT_EQ(LCLocalizedKeyword("").description(), "<none>");
+  EXPECT_GT(kick.localizedCompare(bass), 0);  // "a" stands behind "B" by code
+  EXPECT_LT(kick.caseInsensitiveCompare(bass), 0);
+}
+
+TEST(CompiledResources, HaveTheLengthsThatAreExportedAndKeepBlanksAndCase) {
   EXPECT_EQ(Keyword_Dictionary_plist_len, 4412u);
   EXPECT_EQ(KeywordIds_plist_len, 17302u);
   EXPECT_EQ(additionalData_dat_len, 56098u);
   EXPECT_EQ(LCCompiledResources::KeywordDictionaryPlist().dictionary()->size(), 3u);
   EXPECT_EQ(LCCompiledResources::KeywordIDsPlist().dictionary()->size(), 138u);
+  EXPECT_TRUE(resources::topperFilenames().contains("Chill Hip-Hop Hi-Hat 01 .caf"));
+  EXPECT_FALSE(resources::isTrackStackLoopWithMissingInfo("steady swing beat.caf"));
 }
 
 TEST(SearchKeyTranslation, NeverLeadsAwayFromAKeywordNorToAnythingElse) {
@@ -106,11 +110,6 @@ TEST(SearchKeyTranslation, NeverLeadsAwayFromAKeywordNorToAnythingElse) {
       EXPECT_TRUE(keywords.contains(*translation.string())) << key;
     }
   }
-}
-
-TEST(NameLists, KeepBlanksAndCase) {
-  EXPECT_TRUE(resources::topperFilenames().contains("Chill Hip-Hop Hi-Hat 01 .caf"));
-  EXPECT_FALSE(resources::isTrackStackLoopWithMissingInfo("steady swing beat.caf"));
 }
 
 }  // namespace

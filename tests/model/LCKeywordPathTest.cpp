@@ -1,5 +1,7 @@
-// Keywords in paths. Expected sets are written as one text, joined by ",".
+// What paths tell: keywords, whose sets are written as one text, joined by ",", and the types of nodes.
 #include "model/LCKeywordHelper.h"
+#include "model/LCNodeTypesHelper.h"
+#include "support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
 
@@ -16,10 +18,9 @@ std::string keywordsInPath(std::string_view path) {
 }
 
 // The rules themselves, with an empty word list or one of the test's own; the built-in one comes back afterwards.
-class KeywordsInPaths : public ::testing::Test {
- protected:
-  void SetUp() override { LCKeywordHelper::setSearchKeyTranslation(""); }
-  void TearDown() override { LCKeywordHelper::loadSearchKeyTranslation(); }
+struct KeywordsInPaths : testing::Test {
+  KeywordsInPaths() { LCKeywordHelper::setSearchKeyTranslation(""); }
+  ~KeywordsInPaths() override { LCKeywordHelper::loadSearchKeyTranslation(); }
 };
 
 TEST_F(KeywordsInPaths, ATrailingNumberGoesWithTheBlanksBeforeItAndAllAfterIt) {
@@ -92,6 +93,21 @@ TEST_F(KeywordsInPaths, FillTheTagsByKindAndLeaveTheOthersMissing) {
 
   const LCKeywordHelper none(vesk::URL::fileURLWithPath("/a1/zap.wav", false));
   EXPECT_FALSE(none.genreTag || none.descriptors || none.instrumentTypeTag || none.instrumentSubTypeTag);
+}
+
+TEST(NodeTypes, FollowTheExtensionAndAskTheHostAboutPackages) {
+  const auto environment = TestEnvironment::install();
+  const TemporaryFolder folder;
+  const std::pair<const char*, int> files[] = {{"a.AIFF", 4}, {"a.wave", 5}, {"a.mov", 6},      {"a.caf", 7},
+                                               {"a.rcy", 10}, {"a.sd2", -1}, {"a.loopdata", 8}, {".wav", -1}};
+  for (const auto& [name, type] : files) {
+    EXPECT_EQ(LCNodeTypesHelper::nodeTypeFromPath(folder.addFile(name, "x")), type) << name;
+  }
+  EXPECT_EQ(LCNodeTypesHelper::nodeTypeFromPath(folder.addFolder("plain")), 1);
+  EXPECT_EQ(LCNodeTypesHelper::nodeTypeFromPath(folder.addFolder("song.band")), 1);
+  environment->setFilePackage(folder.path("song.band"));
+  EXPECT_EQ(LCNodeTypesHelper::nodeTypeFromPath(folder.path("song.band")), 3);
+  EXPECT_EQ(LCNodeTypesHelper::nodeTypeFromPath(folder.path("missing.caf")), -1);
 }
 
 TEST(BuiltInWordList, FindsWhatProducersWrite) {

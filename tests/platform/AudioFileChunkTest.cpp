@@ -10,7 +10,7 @@ using enum vesk::Regularity;
 
 namespace {
 
-const Chunk kComm = commChunk(1, 4, 16, 44100.0);
+const Chunk kComm = commChunk(1, 4, 16, extended(44100));
 const Chunk kFmt = fmtChunk(1, 1, 44100, 16, 2);
 const Chunk kDesc = cafDescChunk(44100, "lpcm", 0, 2, 1, 1, 16);
 const Chunk kOdd = chunk("NAME", "odd");
@@ -44,24 +44,18 @@ Bytes wavOffBy(int difference, const std::vector<Chunk>& chunks, const Bytes& tr
   return wav(chunks, {.size = size, .trailing = trailing});
 }
 
-struct Case {
-  const char* name;
-  Bytes bytes;
-  vesk::Regularity regularity;
-  std::string chunks;
-  std::string sentences;  // a part of what is said
-};
+using Case = std::tuple<const char*, Bytes, vesk::Regularity, const char*, const char*>;
 
 void expectCases(const std::vector<Case>& cases) {
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    const Probe opened = probe(c.bytes);
+  for (const auto& [name, bytes, regularity, chunks, partOfWhatIsSaid] : cases) {
+    SCOPED_TRACE(name);
+    const Probe opened = probe(bytes);
     ASSERT_TRUE(opened.file) << opened.detail;
-    EXPECT_EQ(chunkLine(*opened.file), c.chunks);
+    EXPECT_EQ(chunkLine(*opened.file), chunks);
     const std::string said = fmt::format("{}", fmt::join(opened.file->irregularities(), "; "));
-    EXPECT_EQ(opened.file->regularity(), c.regularity) << said;
-    EXPECT_NE(said.find(c.sentences), std::string::npos) << said;
-    EXPECT_EQ(said.empty(), c.regularity == regular);
+    EXPECT_EQ(opened.file->regularity(), regularity) << said;
+    EXPECT_NE(said.find(partOfWhatIsSaid), std::string::npos) << said;
+    EXPECT_EQ(said.empty(), regularity == regular);
   }
 }
 
@@ -93,7 +87,7 @@ TEST(AudioFileChunks, ARunOfChunksIsFoundWhateverTheSizesSay) {
       {"-1 elsewhere", wav({kFmt, kData, lying(kList, ~0u)}), ambiguous, "fmt  16, data 8, LIST 16", "is cut off"},
       {"crashed recorder", wav({kFmt, lying(kData, 0)}), ambiguous, "fmt  16, data 0", "says that it is empty"},
       {"empty audio at the end", wav({kFmt, dataChunk(0)}), regular, "fmt  16, data 0", ""},
-      {"no pad", aiff({unpadded(kOdd), kComm, kSsnd}), ambiguous, "NAME 3, COMM 18, SSND 16", "no pad"},
+      {"no pads", aiff({unpadded(kOdd), unpadded(kOdd), kComm}), ambiguous, "NAME 3, NAME 3, COMM 18", "no pad"},
       {"where letters and a size look like an id", wav({kFmt, unpadded(dataChunk(7)), sampler, dataChunk(0)}),
        ambiguous, "fmt  16, data 7, smpl 36, data 0", "no pad"},
       {"a pad like a letter", aiff({lettered, kComm, kSsnd}), regular, "NAME 3+, COMM 18, SSND 16", ""},
@@ -109,6 +103,7 @@ TEST(AudioFileChunks, CAFChunksStandWithoutPadding) {
       {"-1 elsewhere", cafFileOf({kDesc, data, lying(kOdd, ~uint64_t{0})}), ambiguous, "desc 32, data 12", "no chunks"},
       {"near 2^63", cafFileOf({kDesc, lying(data, ~uint64_t{0} >> 1)}), ambiguous, "desc 32, data 12", "is cut off"},
       {"cut off", cafFileOf({kDesc, data, lying(kOdd, 4)}), ambiguous, "desc 32, data 12, NAME 3", "cut off"},
+      {"no id", cafFileOf({kDesc, data, {.id = "dat\x7F"}}), ambiguous, "desc 32, data 12", "no chunks"},
       {"zeros at the end", cafFileOf({kDesc, data, {.id = "\0\0\0\0"}}), ambiguous, "desc 32, data 12", "no chunks"},
       {"two audio chunks", cafFileOf({kDesc, data, data}), ambiguous, "desc 32, data 12, data 12", "two audio"},
       {"description behind the audio", cafFileOf({data, kDesc}), ambiguous, "data 12, desc 32", "not its first"},

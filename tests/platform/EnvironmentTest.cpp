@@ -16,8 +16,7 @@ namespace {
 using Texts = std::pair<std::string, std::string>;
 
 // A home of its own. The variables are not put back: no test is to see the user's own folders.
-class DefaultEnvironmentTest : public testing::Test {
- protected:
+struct DefaultEnvironmentTest : testing::Test {
   DefaultEnvironmentTest() {
     ::setenv("HOME", home.c_str(), 1);
     for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"}) ::unsetenv(name);
@@ -55,8 +54,7 @@ TEST_F(DefaultEnvironmentTest, StandardFoldersFollowTheirVariablesWhenAbsolute) 
 }
 
 TEST_F(DefaultEnvironmentTest, PreferencesOutliveTheEnvironment) {
-  const std::string key = "k=\\n\ne\r";
-  const std::string value = "=a\\nb\n\rc=\\";
+  const std::string key = "k=\\n\ne\r", value = "=a\\nb\n\rc=\\";
   environment.setPreference(key, value);
   environment.setPreference("empty", "");
   environment.setPreference("gone", "x");
@@ -85,6 +83,5 @@ TEST_F(DefaultEnvironmentTest, TheFirstTwelveBytesSayWhatAFileIs) {
         Texts{"RIFF....AVI ", "none"}, Texts{"FORM....WAVE", "none"}, Texts{"RIFF....WAV", "none"}}) {
     EXPECT_EQ(environment.fileTypeCode(folder.addFile("f", bytes)).value_or("none"), code) << bytes;
   }
-  EXPECT_FALSE(environment.fileTypeCode(folder.path()));
-  EXPECT_FALSE(environment.fileTypeCode(folder.path("missing")));
+  EXPECT_FALSE(environment.fileTypeCode(folder.path()) || environment.fileTypeCode(folder.path("missing")));
 }

@@ -8,8 +8,7 @@ using namespace vesk;
 
 namespace {
 
-class Notifications : public testing::Test {
- protected:
+struct Notifications : testing::Test {
   ~Notifications() override {
     for (const auto token : tokens) center.removeObserver(token);
   }

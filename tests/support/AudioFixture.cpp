@@ -62,14 +62,6 @@ Builder& Builder::zeros(size_t count, uint8_t value) {
   return *this;
 }
 
-Builder& Builder::f80be(double value) {
-  if (value == 0) return zeros(10);
-  int exponent = 0;
-  const double fraction = std::frexp(std::fabs(value), &exponent);  // 0.5 to 1
-  const int sign = std::signbit(value) ? 0x8000 : 0;
-  return u16be(sign | (exponent - 1 + 16383)).u64be(static_cast<uint64_t>(std::ldexp(fraction, 64)));
-}
-
 Bytes bytesOf(std::string_view text) {
   return Builder{}.text(text).bytes;
 }
@@ -123,8 +115,11 @@ Bytes cafFileOf(const std::vector<Chunk>& chunks) {
   return file.bytes;
 }
 
-Chunk commChunk(int channels, uint32_t frames, int bits, double rate) {
-  return commChunk(channels, frames, bits, Builder{}.f80be(rate).bytes);
+Bytes extended(double rate) {
+  if (rate == 0) return Bytes(10);
+  int exponent = 0;
+  const double fraction = std::frexp(rate, &exponent);  // 0.5 to 1
+  return Builder{}.u16be(exponent - 1 + 16383).u64be(static_cast<uint64_t>(std::ldexp(fraction, 64))).bytes;
 }
 
 Chunk commChunk(int channels, uint32_t frames, int bits, const Bytes& extendedRate, std::string_view codec) {
@@ -178,7 +173,7 @@ Chunk cafInfoChunk(const Pairs& pairs) {
 
 Bytes aiffFile(const std::vector<Chunk>& chunks, int channels, uint32_t frames, int bits, double rate) {
   const Chunk sound = ssndChunk(audioBytes(channels, frames, bits));
-  return formFile("FORM", "AIFF", joined({commChunk(channels, frames, bits, rate), sound}, chunks));
+  return formFile("FORM", "AIFF", joined({commChunk(channels, frames, bits, extended(rate)), sound}, chunks));
 }
 
 Bytes wavFile(const std::vector<Chunk>& chunks, int channels, uint32_t frames, int bits, uint32_t rate) {

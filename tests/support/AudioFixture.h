@@ -39,7 +39,6 @@ struct Builder {
   Builder& u64le(uint64_t value) { return number(value, 8, false); }
   Builder& f32le(float value) { return u32le(std::bit_cast<uint32_t>(value)); }
   Builder& f64be(double value) { return u64be(std::bit_cast<uint64_t>(value)); }
-  Builder& f80be(double value);  // finite values; 80-bit extended, as COMM holds the rate
 };
 
 Bytes bytesOf(std::string_view text);
@@ -69,7 +68,7 @@ Bytes formFile(std::string_view form, std::string_view type, const std::vector<C
                const FormLies& lies = {});
 Bytes cafFileOf(const std::vector<Chunk>& chunks);
 
-Chunk commChunk(int channels, uint32_t frames, int bits, double rate);
+Bytes extended(double rate);  // 80 bits, as COMM holds the rate; for finite ones that are not negative
 Chunk commChunk(int channels, uint32_t frames, int bits, const Bytes& extendedRate, std::string_view codec = {});
 Chunk ssndChunk(size_t audioBytes);
 Chunk fmtChunk(uint16_t tag, int channels, uint32_t rate, int bits, uint16_t blockAlign, bool bigEndian = false);

@@ -81,9 +81,7 @@ class TestEnvironment : public vesk::Environment {
   std::string localeIdentifier() const override { return m_locale; }
   std::optional<std::string> hostResource(std::string_view name, std::string_view type) const override;
   bool isFilePackage(const std::string& path) const override { return path == m_package; }
-  std::optional<std::string> fileTypeCode(const std::string& path) const override {
-    return m_classifier.fileTypeCode(path);
-  }
+  std::optional<std::string> fileTypeCode(const std::string& path) const override { return m_real.fileTypeCode(path); }
   void log(std::string_view message) override;
 
  private:
@@ -96,7 +94,7 @@ class TestEnvironment : public vesk::Environment {
   std::string m_package;
   TextPairs m_localizedStrings;  // by key and table
   TextPairs m_hostResources;     // by name and type
-  vesk::DefaultEnvironment m_classifier;
+  vesk::DefaultEnvironment m_real;
   mutable std::mutex m_mutex;  // guards what follows
   std::map<std::string, std::string> m_preferences;
   std::string m_log;
