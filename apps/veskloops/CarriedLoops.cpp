@@ -33,9 +33,11 @@ void CarriedLoops::note(const WrittenLoop& written) {
   m_successors.erase(written.loopId);  // it is here, so nothing else goes on in its name
   std::optional<IndexedFile> file;
   if (written.state) file = {written.url.absoluteString(), *written.state, written.loopId};
-  if (file && m_states.fileWithURL(file->urlText) == file) return;  // and all was done then
+  const auto remembered = m_states.fileWithURL(written.url.absoluteString());
+  if (file && remembered == file) return;  // and all was done then
 
   bool hasFormer = noteSameName(written.url, written.loopId, Evidence::sameName);
+  if (remembered) hasFormer |= noteRemoved(*remembered, written.loopId);
   if (written.movedFrom) {
     hasFormer |= noteSameName(*written.movedFrom, written.loopId, Evidence::sameFile);
     m_states.forget(written.movedFrom->absoluteString());
@@ -53,20 +55,33 @@ void CarriedLoops::note(const WrittenLoop& written) {
 
 bool CarriedLoops::noteSameName(const vesk::URL& url, int64_t loopId, Evidence evidence) {
   const auto formerIds = m_rows.otherIdsWithURL(url, loopId);
-  for (const int64_t formerId : formerIds) add(formerId, {loopId, evidence});
+  for (const int64_t formerId : formerIds) add(formerId, {loopId, url.absoluteString(), evidence});
   return !formerIds.empty();
+}
+
+// The loop of a file that was taken out of the database, tagged anew and put in again.
+bool CarriedLoops::noteRemoved(const IndexedFile& former, int64_t loopId) {
+  if (former.loopId == loopId || !isOnlyMarked(former.loopId)) return false;
+  add(former.loopId, {loopId, former.urlText, Evidence::sameName});
+  return true;
 }
 
 // A file remembered in this very state under another name, which it may still have through a link.
 bool CarriedLoops::noteSameFile(const IndexedFile& former, int64_t loopId) {
   if (isStillThere(former)) return false;
   const auto row = m_rows.placeWithId(former.loopId);
-  if (former.loopId == loopId || !row || row->urlText != former.urlText) {
+  const bool isKnown = row ? row->urlText == former.urlText : m_rows.hasMarks(former.loopId);
+  if (former.loopId == loopId || !isKnown) {
     m_states.forget(former.urlText, former.loopId);
     return false;
   }
-  add(former.loopId, {loopId, Evidence::sameFile});
+  add(former.loopId, {loopId, former.urlText, Evidence::sameFile});
   return true;
+}
+
+// Taken out of the database, which keeps the marks.
+bool CarriedLoops::isOnlyMarked(int64_t loopId) {
+  return !m_rows.placeWithId(loopId) && m_rows.hasMarks(loopId);
 }
 
 void CarriedLoops::add(int64_t loopId, const Successor& successor) {
@@ -76,6 +91,12 @@ void CarriedLoops::add(int64_t loopId, const Successor& successor) {
 
 bool CarriedLoops::hasMany() const {
   return m_successors.size() >= kManySuccessors;
+}
+
+void CarriedLoops::forgetRemoved(FileStates& states, LoopRows& rows, std::span<const LoopPlace> places) {
+  for (const auto& place : places) {
+    if (!rows.hasMarks(place.id)) states.forget(place.urlText);
+  }
 }
 
 // --- Carrying ---
@@ -99,12 +120,12 @@ void CarriedLoops::carryWith(Evidence evidence, std::vector<LoopPlace>& gone) {
   std::vector<std::string> comments;
   for (const auto& [loopId, successor] : m_successors) {
     if (successor.evidence != evidence) continue;
-    const auto former = m_rows.placeWithId(loopId);
     const auto latter = m_rows.placeWithId(successor.loopId);
-    if (!former || (m_indexer != nullptr && !latter)) continue;
+    const bool isLeft = m_rows.placeWithId(loopId) || m_rows.hasMarks(loopId);
+    if (!isLeft || (m_indexer != nullptr && !latter)) continue;
     carries.push_back({.loopId = loopId, .toLoopId = successor.loopId});
-    gone.push_back(*former);
-    comments.push_back(carryInWords(*former, latter));
+    gone.push_back({.id = loopId, .urlText = successor.formerURL});
+    comments.push_back(carryInWords(gone.back(), latter));
   }
   for (size_t begin = 0; m_indexer != nullptr && begin < carries.size(); begin += kBatchSize) {
     carryLoops(*m_indexer, std::span(carries).subspan(begin, std::min(kBatchSize, carries.size() - begin)));

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,8 @@ class CarriedLoops {
   void carryAll();
   bool hasMany() const;                      // time to carry before all files were seen
   int64_t count() const { return m_count; }  // carried so far
+  // After these loops were taken out. Marked ones stay remembered: their files may turn up under another name.
+  static void forgetRemoved(FileStates& states, LoopRows& rows, std::span<const LoopPlace> places);
   // In a dry run: whether this row, which is still there, would have gone.
   bool wouldBeGone(int64_t loopId) const { return m_successors.contains(loopId); }
 
@@ -42,11 +45,14 @@ class CarriedLoops {
   enum class Evidence { sameName, sameFile };  // the second is stronger
   struct Successor {
     int64_t loopId = 0;
+    std::string formerURL;
     Evidence evidence = Evidence::sameName;
   };
 
   bool noteSameName(const vesk::URL& url, int64_t loopId, Evidence evidence);
+  bool noteRemoved(const IndexedFile& former, int64_t loopId);
   bool noteSameFile(const IndexedFile& former, int64_t loopId);
+  bool isOnlyMarked(int64_t loopId);
   void add(int64_t loopId, const Successor& successor);
   void carryWith(Evidence evidence, std::vector<LoopPlace>& gone);
 

@@ -180,7 +180,7 @@ void IndexRun::openDatabase() {
   }
   const auto use = m_indexer ? FileStates::Use::readWrite : FileStates::Use::readOnly;
   m_states = std::make_unique<FileStates>(m_output, databaseFile(m_context), use);
-  if (m_rows->isEmpty()) m_states->clear();  // they were of a database that is gone
+  if (m_rows->isUnused()) m_states->clear();  // they were of a database that is gone
   m_carried = std::make_unique<CarriedLoops>(m_output, *m_rows, *m_states, m_indexer.get());
 }
 
@@ -392,7 +392,7 @@ void IndexRun::pruneBelow(const std::string& folder) {
     for (const auto& place : batch) m_output.comment(fmt::format("{}: gone", pathOfURLText(place.urlText)));
     if (m_indexer) removeLoops(*m_indexer, batch);
     m_states->begin();
-    for (const auto& place : batch) m_states->forget(place.urlText);
+    CarriedLoops::forgetRemoved(*m_states, *m_rows, batch);
     m_states->commit();
     m_counts.removed += static_cast<int64_t>(batch.size());
   }

@@ -113,7 +113,8 @@ LoopRows::LoopRows(sqlite3* connection)
       m_otherIdsWithURL(connection, "SELECT id FROM Loops WHERE fileName = ?1 AND fileURL = ?2 AND id != ?3"),
       m_marksWithId(connection,
                     "SELECT coalesce(isFavorite, 0) > 0, rating, userComment FROM Loops "
-                    "LEFT JOIN UserData ON UserData.loopId = Loops.id WHERE Loops.id = ?1") {}
+                    "LEFT JOIN UserData ON UserData.loopId = Loops.id WHERE Loops.id = ?1"),
+      m_hasMarks(connection, "SELECT 1 FROM UserData WHERE loopId = ?1") {}
 
 void LoopRows::requireSuccess(const LCStatement& statement) const {
   if (!statement.succeeded()) throw databaseFailure(statement.lastStatus());
@@ -274,8 +275,16 @@ std::optional<LoopMarks> LoopRows::marksWithId(int64_t loopId) {
   return marks;
 }
 
-bool LoopRows::isEmpty() {
-  LCStatement statement(m_connection, "SELECT 1 FROM Loops LIMIT 1");
+bool LoopRows::hasMarks(int64_t loopId) {
+  m_hasMarks.bind(1, loopId);
+  const bool found = m_hasMarks.step();
+  if (!found) requireSuccess(m_hasMarks);
+  m_hasMarks.reset();
+  return found;
+}
+
+bool LoopRows::isUnused() {
+  LCStatement statement(m_connection, "SELECT id FROM Loops UNION ALL SELECT loopId FROM UserData LIMIT 1");
   if (statement.step()) return false;
   requireSuccess(statement);
   return true;

@@ -102,7 +102,8 @@ class LoopRows {
   std::vector<int64_t> otherIdsWithURL(const vesk::URL& url, int64_t loopId);
   // No favourite, 0 and "" for a loop that was never marked; nullopt for one that is unknown.
   std::optional<LoopMarks> marksWithId(int64_t loopId);
-  bool isEmpty();  // no loops at all
+  bool hasMarks(int64_t loopId);  // also of a loop that was taken out: its marks stay
+  bool isUnused();                // no loops and no marks
   // Loops whose URL begins with `folderURLText` ("": all), of one package when `crate` is given.
   void forEachPlaceBelow(std::string_view folderURLText, const std::optional<std::string>& crate,
                          const PlaceHandler& handler);
@@ -124,5 +125,5 @@ class LoopRows {
   sqlite3* m_connection;  // borrowed
   bool m_hasLoudness;
   // Kept: asked for every file of an indexing run, or for every loop of a long list.
-  LCStatement m_placeWithId, m_otherIdsWithURL, m_marksWithId;
+  LCStatement m_placeWithId, m_otherIdsWithURL, m_marksWithId, m_hasMarks;
 };

@@ -1,6 +1,7 @@
 #include "RemoveCommand.h"
 
 #include "Arguments.h"
+#include "CarriedLoops.h"
 #include "Database.h"
 #include "FileStates.h"
 #include "JSON.h"
@@ -142,20 +143,26 @@ void RemoveRun::requireConsent() const {
 
 void RemoveRun::removeSelected() {
   if (m_selected.empty()) return;
-  const auto indexer = m_arguments.dryRun ? nullptr : openForWriting(m_context);
-  FileStates states(m_output, databaseFile(m_context),
-                    indexer ? FileStates::Use::readWrite : FileStates::Use::readOnly);
+  if (m_arguments.dryRun) {
+    for (const auto& place : m_selected) tell(place);
+    return;
+  }
+  const auto indexer = openForWriting(m_context);
+  LoopRows rows(indexer->sqlite3Connection());
+  FileStates states(m_output, databaseFile(m_context), FileStates::Use::readWrite);
   m_progress.begin("remove", static_cast<int64_t>(m_selected.size()));
   for (size_t begin = 0; begin < m_selected.size() && !InterruptionGuard::isInterrupted(); begin += kBatchSize) {
     const auto batch = std::span(m_selected).subspan(begin, std::min(kBatchSize, m_selected.size() - begin));
-    if (indexer) removeLoops(*indexer, batch);
+    removeLoops(*indexer, batch);
     states.begin();
-    for (const auto& place : batch) states.forget(place.urlText);
+    CarriedLoops::forgetRemoved(states, rows, batch);
     states.commit();
-    for (const auto& place : batch) tell(place);
+    for (const auto& place : batch) {
+      tell(place);
+      m_progress.step(m_removed, pathOfURLText(place.urlText));
+    }
   }
   m_progress.end();
-  if (!indexer) return;
   m_progress.begin("finish", std::nullopt);
   indexer->finishIndexingInBlock(true);
   m_progress.end();
@@ -168,7 +175,6 @@ void RemoveRun::tell(const LoopPlace& place) {
   addPath(object, path, place.urlText);
   m_output.item(object);
   if (m_arguments.dryRun) m_output.text(path);
-  m_progress.step(m_removed, path);
 }
 
 int RemoveRun::report() {
@@ -179,6 +185,7 @@ int RemoveRun::report() {
   m_output.endDocument();
   if (isInterrupted) m_output.warning("interrupted; what was finished is kept");
   if (!m_output.isQuiet() && !m_arguments.dryRun) m_output.text(fmt::format("{} removed", m_removed));
+  if (m_arguments.dryRun && m_removed == 0) m_output.note("nothing would be taken out");
   return isInterrupted ? kExitSignalBase + InterruptionGuard::signalNumber() : kExitDone;
 }
 

@@ -89,6 +89,21 @@ TEST_F(CarriedMarks, FollowAFileThatIsTaggedAnewRenamedOrMovedAway) {
   EXPECT_EQ(rememberedFiles(), 2);
 }
 
+TEST_F(CarriedMarks, FollowALoopThatWasTakenOutMeanwhile) {
+  rename("l/Amber 100 BPM.aif", "l/Amber 110 BPM.aif");
+  program.add("l/Birch.aif", loopFile({.genre = "Urban"}));
+  for (const Words& arguments : {Words{"remove", "--missing", "-y"}, Words{"remove", "-y", "l/Birch.aif"}}) {
+    EXPECT_EQ(program.run(arguments).code, 0);
+  }
+  EXPECT_EQ(program.rows("SELECT count(*) FROM Loops"), Words{"0"});
+  EXPECT_EQ(index({"l"})["carried"], 2);
+  EXPECT_EQ(
+      program.rows("SELECT fileName || isFavorite || rating || userComment FROM UserData JOIN Loops ON id = loopId "
+                   "ORDER BY 1"),
+      (Words{"Amber 110 BPM.aif14Amber", "Birch.aif04Birch"}));
+  EXPECT_EQ(program.rows("SELECT count(*) FROM UserData"), Words{"2"});
+}
+
 TEST_F(CarriedMarks, FollowTwoFilesThatChangeTheirNames) {
   exchange("l/Amber 100 BPM.aif", "l/Birch.aif");
   EXPECT_EQ(index({"l", "--batch", "1"})["carried"], 2);
