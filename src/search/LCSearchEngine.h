@@ -179,6 +179,8 @@ class LCSearchEngine {
   // In the order of the database. `key` is a root key as for setRootKey().
   std::vector<LCLoopFamilyMember> findLoopFamilyForNameFilter(const std::string& nameFilter, int64_t andKey) const;
   // By file name; the name is taken as it is. Without numbers at its end it is the beginning of its family's names.
+  // Names are compared with URLs, in which only blanks are expected to be encoded: a loop whose name has other letters
+  // than those of ASCII finds its family by its id.
   std::vector<LCLoopFamilyMember> loopFamilyForName(const std::string& loopName, int64_t andKey) const;
   // nullopt when the loop is unknown (or 0) and there is no file name to go by.
   std::optional<std::vector<LCLoopFamilyMember>> loopFamilyForLoopId(int64_t loopId,
