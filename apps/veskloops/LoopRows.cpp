@@ -65,6 +65,10 @@ std::vector<std::string> listAt(const LCStatement& statement, int column, char s
   return vesk::text::split(statement.textAt(column), separator);
 }
 
+int64_t idAt(const LCStatement& statement) {
+  return statement.int64At(0);
+}
+
 LoopPlace placeAt(const LCStatement& statement) {
   return LoopPlace{
       .id = statement.int64At(0), .urlText = statement.textAt(1), .isPlaceholder = statement.int64At(2) != 0};
@@ -114,7 +118,7 @@ LoopRows::LoopRows(sqlite3* connection)
       m_marksWithId(connection,
                     "SELECT coalesce(isFavorite, 0) > 0, rating, userComment FROM Loops "
                     "LEFT JOIN UserData ON UserData.loopId = Loops.id WHERE Loops.id = ?1"),
-      m_hasMarks(connection, "SELECT 1 FROM UserData WHERE loopId = ?1") {}
+      m_hasMarks(connection, "SELECT loopId FROM UserData WHERE loopId = ?1") {}
 
 void LoopRows::requireSuccess(const LCStatement& statement) const {
   if (!statement.succeeded()) throw databaseFailure(statement.lastStatus());
@@ -214,29 +218,28 @@ void LoopRows::narrowResult(const ResultCondition& condition) {
 
 // --- Single loops ---
 
-std::optional<LoopRow> LoopRows::rowWithId(int64_t loopId) {
-  LCStatement statement(m_connection,
-                        "SELECT " + rowColumns() + " FROM Loops" + rowJoins("= ?1") + " WHERE Loops.id = ?1");
-  statement.bind(1, loopId);
-  if (statement.step()) return rowAt(statement);
-  requireSuccess(statement);
-  return std::nullopt;
-}
-
-std::optional<LoopPlace> LoopRows::firstPlace(LCStatement& statement) const {
-  std::optional<LoopPlace> place;
+template <typename Read>
+auto LoopRows::firstRow(LCStatement& statement, Read read) const -> std::optional<decltype(read(statement))> {
+  std::optional<decltype(read(statement))> row;
   if (statement.step()) {
-    place = placeAt(statement);
+    row = read(statement);
   } else {
     requireSuccess(statement);
   }
   statement.reset();
-  return place;
+  return row;
+}
+
+std::optional<LoopRow> LoopRows::rowWithId(int64_t loopId) {
+  LCStatement statement(m_connection,
+                        "SELECT " + rowColumns() + " FROM Loops" + rowJoins("= ?1") + " WHERE Loops.id = ?1");
+  statement.bind(1, loopId);
+  return firstRow(statement, [this](const LCStatement& row) { return rowAt(row); });
 }
 
 std::optional<LoopPlace> LoopRows::placeWithId(int64_t loopId) {
   m_placeWithId.bind(1, loopId);
-  return firstPlace(m_placeWithId);
+  return firstRow(m_placeWithId, placeAt);
 }
 
 // The file name has an index and nearly always stands as it is in the URL; only localized names differ.
@@ -244,10 +247,10 @@ std::optional<LoopPlace> LoopRows::placeWithURL(const vesk::URL& url) {
   LCStatement byName(m_connection, "SELECT id, fileURL, isWebLoop FROM Loops WHERE fileName = ?1 AND fileURL = ?2");
   byName.bind(1, std::string_view(vesk::text::precomposed(url.lastPathComponent())));
   byName.bind(2, std::string_view(url.absoluteString()));
-  if (auto place = firstPlace(byName)) return place;
+  if (auto place = firstRow(byName, placeAt)) return place;
   LCStatement byURL(m_connection, "SELECT id, fileURL, isWebLoop FROM Loops WHERE fileURL = ?1");
   byURL.bind(1, std::string_view(url.absoluteString()));
-  return firstPlace(byURL);
+  return firstRow(byURL, placeAt);
 }
 
 std::vector<int64_t> LoopRows::otherIdsWithURL(const vesk::URL& url, int64_t loopId) {
@@ -255,7 +258,7 @@ std::vector<int64_t> LoopRows::otherIdsWithURL(const vesk::URL& url, int64_t loo
   m_otherIdsWithURL.bind(2, url.absoluteString());
   m_otherIdsWithURL.bind(3, loopId);
   std::vector<int64_t> ids;
-  while (m_otherIdsWithURL.step()) ids.push_back(m_otherIdsWithURL.int64At(0));
+  while (m_otherIdsWithURL.step()) ids.push_back(idAt(m_otherIdsWithURL));
   requireSuccess(m_otherIdsWithURL);
   m_otherIdsWithURL.reset();
   return ids;
@@ -263,31 +266,19 @@ std::vector<int64_t> LoopRows::otherIdsWithURL(const vesk::URL& url, int64_t loo
 
 std::optional<LoopMarks> LoopRows::marksWithId(int64_t loopId) {
   m_marksWithId.bind(1, loopId);
-  std::optional<LoopMarks> marks;
-  if (m_marksWithId.step()) {
-    marks = LoopMarks{.isFavorite = m_marksWithId.int64At(0) != 0,
-                      .rating = m_marksWithId.int64At(1),
-                      .comment = m_marksWithId.textAt(2)};
-  } else {
-    requireSuccess(m_marksWithId);
-  }
-  m_marksWithId.reset();
-  return marks;
+  return firstRow(m_marksWithId, [](const LCStatement& row) {
+    return LoopMarks{.isFavorite = row.int64At(0) != 0, .rating = row.int64At(1), .comment = row.textAt(2)};
+  });
 }
 
 bool LoopRows::hasMarks(int64_t loopId) {
   m_hasMarks.bind(1, loopId);
-  const bool found = m_hasMarks.step();
-  if (!found) requireSuccess(m_hasMarks);
-  m_hasMarks.reset();
-  return found;
+  return firstRow(m_hasMarks, idAt).has_value();
 }
 
 bool LoopRows::isUnused() {
   LCStatement statement(m_connection, "SELECT id FROM Loops UNION ALL SELECT loopId FROM UserData LIMIT 1");
-  if (statement.step()) return false;
-  requireSuccess(statement);
-  return true;
+  return !firstRow(statement, idAt);
 }
 
 void LoopRows::forEachPlaceBelow(std::string_view folderURLText, const std::optional<std::string>& crate,

@@ -120,7 +120,9 @@ class LoopRows {
   void execute(LCStatement statement) const;
   std::string rowColumns() const;
   std::string rowJoins(std::string_view ofLoops) const;
-  std::optional<LoopPlace> firstPlace(LCStatement& statement) const;
+  // What `read` makes of the statement's first row; the statement can be run again afterwards.
+  template <typename Read>
+  auto firstRow(LCStatement& statement, Read read) const -> std::optional<decltype(read(statement))>;
 
   sqlite3* m_connection;  // borrowed
   bool m_hasLoudness;

@@ -119,6 +119,10 @@ TEST_F(FamiliesTest, LookupsFindSingleLoops) {
   EXPECT_EQ(engine->fileURLForLoopId(2)->path(), "/L/Sub/Beat 01.wav");
   EXPECT_EQ(engine->loopIdForFilepath("/L/Sub/Beat 01.wav"), 2);
   EXPECT_TRUE(engine->isFileIndexed(*engine->fileURLForLoopId(3)));
+  EXPECT_EQ(engine->loopIdForFileURL(vesk::URL::fileURLWithPath("/L/Sub/Beat%2001.wav", false)), 0);
+  database.execute("INSERT INTO Tagging VALUES (2, 3), (2, 20001), (3, 1)");
+  EXPECT_EQ(engine->keywordsForLoopId(2), names("Tuba", "Zorp"));
+  EXPECT_EQ(engine->keywordsForURL(*engine->fileURLForLoopId(3)), names("Piano"));
   EXPECT_EQ(engine->loopIdsForName("Beat 01"), (std::set<int64_t>{1, 2, 3}));
 }
 

@@ -149,9 +149,6 @@ TEST_F(SearchTest, RowsAreFoundByNameURLAndId) {
     EXPECT_EQ(engine->rowIndexInCurrentSearchResultForLoopWithFileURLString(*file->plainFileURLStr()), row);
   }
   EXPECT_EQ(engine->rowIndexInCurrentSearchResultForLoopId(10), Engine::kNotFound);
-  EXPECT_EQ(engine->loopIdForFileURL(vesk::URL::fileURLWithPath("/L/no%20keyword%20row.wav", false)), 0);
-  EXPECT_EQ(engine->loopIdForFileURL(vesk::URL::fileURLWithPath("/L/no keyword row.wav", false)), 10);
-  EXPECT_EQ(engine->keywordsForLoopId(2), (names("Tuba", "Zorp")));
   EXPECT_EQ(engine->rowIndexInCurrentSearchResultForLoopWithFileURLString("file:///a\"b"), Engine::kNotFound);
 
   // By name in plain order: the last row at or before it, -1 before the first, and never the last row.
