@@ -1,8 +1,8 @@
 #include "database/DatabaseDamage.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <sqlite3.h>
 

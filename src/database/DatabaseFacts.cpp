@@ -1,8 +1,8 @@
 #include "database/DatabaseFacts.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
 #include "database/StatementRunner.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <limits>
 
@@ -56,8 +56,9 @@ bool setSchemaVersion(int64_t schemaVersion, sqlite3* connection) {
 int64_t lastExtraKeywordId(const std::optional<std::string>& database, sqlite3* connection) {
   if (connection == nullptr) return -1;
   LCStatement statement(
-      connection, sqlFormat("SELECT integerValue from %@%@DatabaseMigrationInfos WHERE key == 'LAST_EXTRA_KEYWORD_ID'",
-                            {database.value_or(""), database ? "." : ""}));
+      connection,
+      lc::sqlFormat("SELECT integerValue from %@%@DatabaseMigrationInfos WHERE key == 'LAST_EXTRA_KEYWORD_ID'",
+                    {database.value_or(""), database ? "." : ""}));
   return statement.step() ? statement.int64At(0) : std::numeric_limits<int64_t>::max();
 }
 

@@ -1,12 +1,12 @@
 #include "database/DatabaseRepairs.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
 #include "database/LCTransaction.h"
 #include "database/StatementRunner.h"
-#include "platform/Environment.h"
 #include "platform/Path.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/platform/Environment.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include <fmt/format.h>
 #include <sqlite3.h>
@@ -44,7 +44,7 @@ constexpr std::array<NameCorrection, 5> kNameCorrections = {{
 void correctName(sqlite3* connection, std::string_view wrong, std::string_view right) {
   for (const char* update : {"UPDATE OR IGNORE Loops SET fileName = '%@.caf' WHERE fileName == '%@.caf'",
                              "UPDATE OR IGNORE Loops SET fileName = '%@' WHERE fileName == '%@'"}) {
-    lc::runner::succeeds(connection, sqlFormat(update, {right, wrong}));
+    lc::runner::succeeds(connection, lc::sqlFormat(update, {right, wrong}));
   }
 }
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
 namespace lc::repairs {
 

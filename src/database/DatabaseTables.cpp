@@ -1,10 +1,10 @@
 #include "database/DatabaseTables.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
 #include "database/LCTransaction.h"
 #include "database/StatementRunner.h"
-#include "resources/LCCompiledResources.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/resources/LCCompiledResources.h"
 
 #include <algorithm>
 #include <array>
@@ -25,7 +25,7 @@ bool execute(sqlite3* connection, const std::string& sql) {
 }
 
 bool createTable(sqlite3* connection, const std::string& format, const std::string& name) {
-  return execute(connection, sqlFormat(format, {"", name}));
+  return execute(connection, lc::sqlFormat(format, {"", name}));
 }
 
 struct Column {
@@ -123,8 +123,8 @@ std::vector<KeywordRow> missingKeywords(sqlite3* connection) {
 }
 
 std::string insertKeywordSQL(const KeywordRow& row) {
-  return sqlFormat("INSERT OR IGNORE INTO Keywords (id, name, categoryId) VALUES (%@, \"%@\", %@);",
-                   {std::to_string(row.id), sqlDoubleQuoteEscaped(row.name), std::to_string(row.category)});
+  return lc::sqlFormat("INSERT OR IGNORE INTO Keywords (id, name, categoryId) VALUES (%@, \"%@\", %@);",
+                       {std::to_string(row.id), lc::sqlDoubleQuoteEscaped(row.name), std::to_string(row.category)});
 }
 
 // The first failure ends the filling, for while the database is locked every further row would wait for the whole busy
@@ -203,7 +203,7 @@ bool drop(sqlite3* connection) {
       kDefaultLoopsTablename,  kDefaultTaggingTablename,           kDefaultLoopsKeywordsTablename,
       kDefaultCratesTableName, kDefaultCrateLoopRelationTablename, kDefaultKeywordsTablename};
   return std::all_of(std::begin(tables), std::end(tables), [connection](const std::string& table) {
-    return execute(connection, sqlFormat("DROP TABLE IF EXISTS %@;", {table}));
+    return execute(connection, lc::sqlFormat("DROP TABLE IF EXISTS %@;", {table}));
   });
 }
 
@@ -227,15 +227,16 @@ bool createIndex(sqlite3* connection) {
 // An unreadable schema counts as "present", so that callers do not recreate tables in a database that they cannot read.
 bool hasTable(const std::string& table, const std::optional<std::string>& database, sqlite3* connection) {
   if (connection == nullptr || table.empty()) return false;
-  LCStatement statement(connection, sqlFormat("PRAGMA %@.table_info(%@);", {database.value_or("main"), table}));
+  LCStatement statement(connection, lc::sqlFormat("PRAGMA %@.table_info(%@);", {database.value_or("main"), table}));
   return !statement.isPrepared() || statement.step();
 }
 
 bool hasColumn(const std::string& column, const std::string& table, const std::optional<std::string>& database,
                sqlite3* connection) {
   if (connection == nullptr || table.empty() || column.empty()) return false;
-  LCStatement statement(connection, sqlFormat("SELECT * FROM %@.pragma_table_info('%@') WHERE name='%@';",
-                                              {database.value_or("main"), sqlEscaped(table), sqlEscaped(column)}));
+  LCStatement statement(connection,
+                        lc::sqlFormat("SELECT * FROM %@.pragma_table_info('%@') WHERE name='%@';",
+                                      {database.value_or("main"), lc::sqlEscaped(table), lc::sqlEscaped(column)}));
   return !statement.isPrepared() || statement.step();
 }
 
@@ -246,14 +247,15 @@ bool extend(const std::string& table, const std::optional<std::string>& database
   const std::string databaseName = database.value_or("main");
   {
     constexpr int kNameColumn = 1;
-    LCStatement columns(connection, sqlFormat("PRAGMA %@.table_info(%@);", {databaseName, table}));
+    LCStatement columns(connection, lc::sqlFormat("PRAGMA %@.table_info(%@);", {databaseName, table}));
     if (!columns.isPrepared()) return true;
     while (columns.step()) {
       if (columns.textAt(kNameColumn) == column) return true;
     }
     if (!columns.succeeded()) return false;
   }
-  LCStatement alter(connection, sqlFormat("ALTER TABLE %@.%@ ADD COLUMN %@ %@;", {databaseName, table, column, type}));
+  LCStatement alter(connection,
+                    lc::sqlFormat("ALTER TABLE %@.%@ ADD COLUMN %@ %@;", {databaseName, table, column, type}));
   return !alter.isPrepared() || alter.run();
 }
 

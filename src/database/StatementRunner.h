@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "database/LCSQLiteUtilities.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 namespace lc::runner {
 

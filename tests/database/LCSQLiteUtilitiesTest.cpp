@@ -1,7 +1,7 @@
 // Statements, and the utilities but for the repairs.
-#include "database/LCSQLiteUtilities.h"
 #include "database/TestDatabase.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
 #include <sqlite3.h>
 
@@ -14,7 +14,7 @@ std::string described(const LCResultDictionary& result) {
   std::string text;
   for (const auto& [column, cells] : result) {
     text += column + "=";
-    for (const LCCell& cell : cells) text += std::string(1, "sib"[cell.index()]) + cellText(cell) + ";";
+    for (const LCCell& cell : cells) text += std::string(1, "sib"[cell.index()]) + lc::cellText(cell) + ";";
     text += " ";
   }
   return text;
@@ -100,7 +100,7 @@ TEST_F(SQLiteUtilities, FactsAreUpdatedInPlaceAndHaveTheirOwnMarksWhenMissing) {
 TEST(DamageCheck, TellsDamageFromAMissingTable) {
   const TemporaryFolder folder;
   const auto isGood = [&folder](const std::string& contents, bool doFastCheck) {
-    const LCConnection connection = openConnection(folder.addFile("d.db", contents), LCOpenMode::readOnly);
+    const LCConnection connection = lc::openConnection(folder.addFile("d.db", contents), LCOpenMode::readOnly);
     return LCSQLiteUtilities::checkSQLiteDatabase(connection.get(), doFastCheck);
   };
   for (const bool doFastCheck : {true, false}) {

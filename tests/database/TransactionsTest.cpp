@@ -13,7 +13,7 @@ void insert(const TestDatabase& database, const std::string& crate) {
 class Writer {
  public:
   explicit Writer(const TestDatabase& database)
-      : m_connection(openConnection(database.file(), LCOpenMode::readWriteCreate)) {
+      : m_connection(lc::openConnection(database.file(), LCOpenMode::readWriteCreate)) {
     run("BEGIN IMMEDIATE");
     run("INSERT INTO Crates (identifier) VALUES ('other')");
   }

@@ -1,8 +1,8 @@
 // Engines on threads of their own while an indexer writes: what they share is the taxonomy and the file. Faults show
 // under ThreadSanitizer.
-#include "indexing/LCFileIndexing.h"
-#include "model/LCKeywordHelper.h"
 #include "search/SearchDatabase.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 #include <gtest/gtest.h>
 
