@@ -2,13 +2,18 @@
 
 #include "database/StatementRunner.h"
 
+#include <sqlite3.h>
+
 namespace lc {
 
 Savepoint::Savepoint(sqlite3* connection)
-    : m_connection(connection), m_isOpen(runner::succeeds(connection, "SAVEPOINT step;")) {}
+    : m_connection(connection),
+      m_isOutermost(connection && sqlite3_get_autocommit(connection) != 0),
+      m_isOpen(runner::succeeds(connection, "SAVEPOINT step;")) {}
 
+// Releasing the outermost one would commit, which may be refused again.
 Savepoint::~Savepoint() {
-  if (m_isOpen) runner::succeeds(m_connection, "ROLLBACK TO step; RELEASE step;");
+  if (m_isOpen) runner::succeeds(m_connection, m_isOutermost ? "ROLLBACK;" : "ROLLBACK TO step; RELEASE step;");
 }
 
 bool Savepoint::keep() {

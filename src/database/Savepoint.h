@@ -19,6 +19,7 @@ class Savepoint {
 
  private:
   sqlite3* m_connection;
+  bool m_isOutermost;
   bool m_isOpen;
 };
 
