@@ -50,6 +50,10 @@ bool comesBefore(const LCLoopFamilyMember& left, const LCLoopFamilyMember& right
 }
 
 void appendFolded(std::string& text, UChar32 character) {
+  if (character < 0x80) {
+    text += static_cast<char>(character >= 'A' && character <= 'Z' ? character + ('a' - 'A') : character);
+    return;
+  }
   uint8_t bytes[U8_MAX_LENGTH];
   int32_t length = 0;
   U8_APPEND_UNSAFE(bytes, length, u_foldCase(character, U_FOLD_CASE_DEFAULT));
@@ -148,6 +152,8 @@ std::vector<LCFoldedFamily> LCSearchEngine::foldedFamilies() const {
   std::vector<LCFoldedFamily> families;
   std::unordered_map<std::string, size_t> indexOfName;  // in `families`
   std::unordered_set<int64_t> counted;                  // a loop of several packages has several rows
+  indexOfName.reserve(static_cast<size_t>(numberOfLoops()));
+  counted.reserve(static_cast<size_t>(numberOfLoops()));
   LCStatement rows(m_sqlite.get(), "SELECT rowid, id, fileURL FROM tempTable ORDER BY rowid");
   while (rows.step()) {
     if (!counted.insert(rows.int64At(1)).second) continue;
