@@ -1,12 +1,12 @@
 // Running a search and reading its rows. The result is the temporary table "tempTable", whose rowid counts from 1 in
 // sort order.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
-#include "model/LCKeywordHelper.h"
-#include "platform/Environment.h"
 #include "search/RestrictionClauses.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include <fmt/format.h>
 #include <sqlite3.h>
@@ -54,7 +54,7 @@ const char* directionName(bool ascending) {
 
 // Loops of equally many beats are ordered by their length.
 std::string tieBreak(const std::string& column, const char* direction) {
-  return column == "numberOfBeats" ? sqlFormat(" , lengthInSeconds %@ ", {direction}) : "";
+  return column == "numberOfBeats" ? lc::sqlFormat(" , lengthInSeconds %@ ", {direction}) : "";
 }
 
 std::set<int64_t> idsInAllColumns(LCStatement& statement) {
@@ -82,9 +82,10 @@ void LCSearchEngine::doSearch() {
   const std::string statement = searchStatement(lc::conditionOf(clauses));
   sqlite3* connection = m_sqlite.get();
   runForSearch(LCStatement(connection, "DROP TABLE IF EXISTS tempTable"));
-  runForSearch(LCStatement(connection, sqlFormat(createLoopsResultTableFormatString(), {"TEMPORARY", kResultTable})));
+  runForSearch(
+      LCStatement(connection, lc::sqlFormat(createLoopsResultTableFormatString(), {"TEMPORARY", kResultTable})));
   if (!lc::prepareCandidates(m_restrictions, connection)) noteSearchFailure();
-  LCStatement insert(connection, sqlFormat("INSERT INTO tempTable %@ ", {statement}));
+  LCStatement insert(connection, lc::sqlFormat("INSERT INTO tempTable %@ ", {statement}));
   lc::bindRestrictions(clauses, insert);
   runForSearch(std::move(insert));
   doSearch_Keywords();
@@ -112,33 +113,33 @@ std::string LCSearchEngine::searchStatement(std::string_view restrictions) {
   const bool isLimitedToCrates = m_enabledCrateIdentifier && !m_enabledCrateIdentifier->empty();
   std::string statement = selectBaseString();
   if (const std::string subSelect = keywordSubSelect(); !subSelect.empty()) {
-    statement += sqlFormat("JOIN (%@) AS dummy ON %@.id=dummy.loopId", {subSelect, m_loopsTablename});
+    statement += lc::sqlFormat("JOIN (%@) AS dummy ON %@.id=dummy.loopId", {subSelect, m_loopsTablename});
   }
-  std::string joins = sqlFormat(" JOIN %@ ON %@.loopId = id", {m_loopsKeywordsTablename, m_loopsKeywordsTablename});
+  std::string joins = lc::sqlFormat(" JOIN %@ ON %@.loopId = id", {m_loopsKeywordsTablename, m_loopsKeywordsTablename});
   if (isLimitedToCrates) {
-    joins += sqlFormat(" JOIN %@ ON %@.loopId = id ", {m_crateLoopRelationTablename, m_crateLoopRelationTablename});
+    joins += lc::sqlFormat(" JOIN %@ ON %@.loopId = id ", {m_crateLoopRelationTablename, m_crateLoopRelationTablename});
   }
   std::string condition = searchCondition();
   if (!restrictions.empty()) condition.append(condition.empty() ? " " : " AND ").append(restrictions);
-  statement += condition.empty() ? sqlFormat(" %@ ", {joins}) : sqlFormat(" %@ WHERE %@ ", {joins, condition});
+  statement += condition.empty() ? lc::sqlFormat(" %@ ", {joins}) : lc::sqlFormat(" %@ WHERE %@ ", {joins, condition});
   return statement + orderClause();
 }
 
 std::string LCSearchEngine::searchCondition() {
   const std::string filter = generateFilterString();
   if (!m_searchForFavorites) return filter;
-  return filter.empty() ? " isFavorite = 1 " : sqlFormat(" isFavorite = 1  AND %@ ", {filter});
+  return filter.empty() ? " isFavorite = 1 " : lc::sqlFormat(" isFavorite = 1  AND %@ ", {filter});
 }
 
 // Of the keywords that the database knows and that some loop carries. The others do not restrict the search.
 std::vector<std::string> LCSearchEngine::keywordCachingTablesRarestFirst() {
   std::string names;
   for (const std::string& keyword : m_searchKeywords) {
-    names += sqlFormat(names.empty() ? "'%@'" : ", '%@'", {sqlEscaped(keyword)});
+    names += lc::sqlFormat(names.empty() ? "'%@'" : ", '%@'", {lc::sqlEscaped(keyword)});
   }
   if (names.empty()) return {};
   std::vector<std::string> tables;
-  LCStatement ids(m_sqlite.get(), sqlFormat(kSelectKeywordIdsRarestFirst, {names}));
+  LCStatement ids(m_sqlite.get(), lc::sqlFormat(kSelectKeywordIdsRarestFirst, {names}));
   while (ids.step()) tables.push_back(m_keywordCachingTablename + std::to_string(ids.int64At(0)));
   if (!ids.succeeded()) noteSearchFailure();
   return tables;
@@ -148,9 +149,9 @@ std::vector<std::string> LCSearchEngine::keywordCachingTablesRarestFirst() {
 std::string LCSearchEngine::keywordSubSelect() {
   const std::vector<std::string> tables = keywordCachingTablesRarestFirst();
   if (tables.empty()) return "";
-  std::string text = sqlFormat("select %@.loopId as loopId from %@", {tables.front(), tables.front()});
+  std::string text = lc::sqlFormat("select %@.loopId as loopId from %@", {tables.front(), tables.front()});
   for (size_t index = 1; index < tables.size(); ++index) {
-    text = sqlFormat("%@ join %@ on %@.loopId=%@.loopId", {text, tables[index], tables.front(), tables[index]});
+    text = lc::sqlFormat("%@ join %@ on %@.loopId=%@.loopId", {text, tables[index], tables.front(), tables[index]});
   }
   return text;
 }
@@ -159,7 +160,7 @@ std::string LCSearchEngine::orderClause() const {
   if (std::string clause = sortingString(); !clause.empty()) return clause;
   if (m_sortingColumnName.empty() || !isSortKey(m_sortingColumnName)) return "";
   const char* direction = directionName(m_sortingDirectionAscending);
-  return sqlFormat(" ORDER BY %@ COLLATE %@ %@", {m_sortingColumnName, textSearchCollate(), direction}) +
+  return lc::sqlFormat(" ORDER BY %@ COLLATE %@ %@", {m_sortingColumnName, textSearchCollate(), direction}) +
          tieBreak(m_sortingColumnName, direction);
 }
 
@@ -170,10 +171,10 @@ std::string LCSearchEngine::sortingString() const {
   for (const LCSortDescriptor& descriptor : *m_sortDescriptors) {
     if (!canSortBy(descriptor)) continue;
     const std::string collation = descriptor.key == "fileName" ? textSearchCollate() : "";
-    const std::string collationPart = collation.empty() ? "" : sqlFormat(" COLLATE %@", {collation});
+    const std::string collationPart = collation.empty() ? "" : lc::sqlFormat(" COLLATE %@", {collation});
     const char* direction = directionName(descriptor.ascending);
     clause += clause.empty() ? "ORDER BY " : ", ";
-    clause += sqlFormat("%@ %@ %@ ", {descriptor.key, collationPart, direction});
+    clause += lc::sqlFormat("%@ %@ %@ ", {descriptor.key, collationPart, direction});
     clause += tieBreak(descriptor.key, direction);
   }
   return clause;
@@ -202,8 +203,8 @@ void LCSearchEngine::prepareResultsForRange(int64_t location, uint64_t length) {
   for (const std::string& key : columnKeysToQuery()) columns += (columns.empty() ? "" : ", ") + key;
   LCResultDictionary rows;
   utilities().executeStatementWithLoopsReturnValue(
-      sqlFormat("SELECT %@ FROM tempTable LIMIT %@,%@",
-                {columns, std::to_string(m_preparedLocation), std::to_string(static_cast<int64_t>(length))}),
+      lc::sqlFormat("SELECT %@ FROM tempTable LIMIT %@,%@",
+                    {columns, std::to_string(m_preparedLocation), std::to_string(static_cast<int64_t>(length))}),
       &rows);
   setSearchResults(std::move(rows));
 }
@@ -222,7 +223,7 @@ std::unique_ptr<LCSearchEngineFile> LCSearchEngine::fileAtIndex(int64_t index) {
   const std::optional<LCCell> fileURL = resultObjectForKey("fileURL", index);
   const std::optional<LCCell> id = resultObjectForKey("id", index);
   if (!fileURL || !id) return nullptr;
-  return std::make_unique<LCSearchEngineFile>(cellText(*fileURL), cellInteger(*id));
+  return std::make_unique<LCSearchEngineFile>(lc::cellText(*fileURL), lc::cellInteger(*id));
 }
 
 int64_t LCSearchEngine::numberOfLoops() const {
@@ -245,17 +246,18 @@ int64_t LCSearchEngine::rowNumberInCurrentSearchResultForLoopWithName(const std:
   const int64_t count = numberOfLoops();
   if (count < 1 || fileName.empty()) return kNotFound;
   const std::string statement =
-      sqlFormat("SELECT count() AS rowNumber FROM tempTable WHERE fileName <= '%@'", {sqlEscaped(fileName)});
+      lc::sqlFormat("SELECT count() AS rowNumber FROM tempTable WHERE fileName <= '%@'", {lc::sqlEscaped(fileName)});
   const std::optional<int64_t> rowNumber = utilities().firstIntegerOfStatement(statement, "rowNumber");
   return rowNumber && *rowNumber < count ? *rowNumber - 1 : kNotFound;
 }
 
 int64_t LCSearchEngine::rowIndexInCurrentSearchResultForLoopWithFileURLString(const std::string& fileURL) const {
   return rowIndexFromRowId(utilities().firstIntegerOfStatement(
-      sqlFormat(R"(SELECT rowid FROM tempTable WHERE fileURL = "%@")", {sqlDoubleQuoteEscaped(fileURL)}), "rowid"));
+      lc::sqlFormat(R"(SELECT rowid FROM tempTable WHERE fileURL = "%@")", {lc::sqlDoubleQuoteEscaped(fileURL)}),
+      "rowid"));
 }
 
 int64_t LCSearchEngine::rowIndexInCurrentSearchResultForLoopId(int64_t loopId) const {
   return rowIndexFromRowId(utilities().firstIntegerOfStatement(
-      sqlFormat(R"(SELECT rowid FROM tempTable WHERE id = "%@")", {std::to_string(loopId)}), "rowid"));
+      lc::sqlFormat(R"(SELECT rowid FROM tempTable WHERE id = "%@")", {std::to_string(loopId)}), "rowid"));
 }

@@ -1,7 +1,7 @@
 #include "search/RestrictionClauses.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <fmt/format.h>
 
@@ -16,10 +16,10 @@ RestrictionClause tempoClause(const std::vector<LCTempoRange>& tempos, std::stri
   RestrictionClause clause;
   for (const LCTempoRange& range : tempos) {
     clause.text +=
-        sqlFormat(clause.text.empty() ? "%@.tempo BETWEEN ? AND ?" : " OR %@.tempo BETWEEN ? AND ?", {loopsTable});
+        lc::sqlFormat(clause.text.empty() ? "%@.tempo BETWEEN ? AND ?" : " OR %@.tempo BETWEEN ? AND ?", {loopsTable});
     clause.values.insert(clause.values.end(), {range.lowest, range.highest});
   }
-  clause.text = sqlFormat("(%@.tempo > 0 AND (%@))", {loopsTable, clause.text});
+  clause.text = lc::sqlFormat("(%@.tempo > 0 AND (%@))", {loopsTable, clause.text});
   return clause;
 }
 
@@ -35,7 +35,7 @@ std::vector<RestrictionClause> restrictionClauses(const LCSearchRestrictions& re
   if (!restrictions.tempos.empty()) clauses.push_back(tempoClause(restrictions.tempos, loopsTable));
   if (restrictions.minimumRating) clauses.push_back({"(UserData.rating >= ?)", {*restrictions.minimumRating}});
   if (restrictions.candidateIds) {
-    clauses.push_back({sqlFormat("(%@.id IN (SELECT loopId FROM temp.searchCandidates))", {loopsTable}), {}});
+    clauses.push_back({lc::sqlFormat("(%@.id IN (SELECT loopId FROM temp.searchCandidates))", {loopsTable}), {}});
   }
   return clauses;
 }

@@ -7,7 +7,7 @@
 #include <variant>
 #include <vector>
 
-#include "search/LCSearchRestrictions.h"
+#include "VeskLoopManagement/search/LCSearchRestrictions.h"
 
 class LCStatement;
 struct sqlite3;

@@ -1,6 +1,6 @@
-#include "model/LCKeywordHelper.h"
-#include "search/LCSearchEngineDesktop.h"
 #include "search/SearchDatabase.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
