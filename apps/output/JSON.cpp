@@ -1,7 +1,7 @@
 #include "JSON.h"
 
-#include "platform/Text.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/platform/Text.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include <algorithm>
 #include <charconv>

@@ -2,7 +2,7 @@
 // "pathIsExact": false, and its URL is exact. Pure functions.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 #include "LoopJSON.h"
 
 #include "KeyNames.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
 

@@ -3,8 +3,8 @@
 
 #include "JSON.h"
 #include "LoopRow.h"
-#include "model/LCFileData.h"
-#include "platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/model/LCFileData.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
 JSON jsonOfLoop(const LoopRow& row);
 // Every field of the record under its own name; bytes in base 64.

@@ -1,7 +1,7 @@
 // What is printed of loops and keywords, as values. Numbers are those of the database's columns.
 #pragma once
 
-#include "loudness/LCLoopLoudnessInfo.h"
+#include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,7 +1,7 @@
 #include "IdentityGroups.h"
 
 #include "English.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
 

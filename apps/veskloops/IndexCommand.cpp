@@ -3,14 +3,10 @@
 #include "Arguments.h"
 #include "CarriedLoops.h"
 #include "Database.h"
-#include "database/LCCrateManager.h"
-#include "database/LCDatabaseSchema.h"
 #include "English.h"
-#include "fileio/LCFileParser.h"
 #include "FileStates.h"
 #include "FolderWalk.h"
 #include "IdentityGroups.h"
-#include "indexing/LCFileIndexing.h"
 #include "JSON.h"
 #include "LoopArguments.h"
 #include "LoopFile.h"
@@ -19,6 +15,10 @@
 #include "platform/Path.h"
 #include "Progress.h"
 #include "Signals.h"
+#include "VeskLoopManagement/database/LCCrateManager.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
 
 #include <fmt/format.h>
 #include <sys/stat.h>

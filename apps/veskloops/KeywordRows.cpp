@@ -1,6 +1,6 @@
 #include "KeywordRows.h"
 
-#include "model/LCKeywordHelper.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 std::vector<KeywordRow> rowsOfKeywords(LoopRows& rows, LCKeywordCounts counts) {
   std::vector<KeywordRow> found;

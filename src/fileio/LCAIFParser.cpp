@@ -3,9 +3,9 @@
 #include "fileio/LCBasicTaggingChunk.h"
 #include "fileio/LCCategoryChunk.h"
 #include "fileio/LCChunkBytes.h"
-#include "fileio/LCChunkIDs.h"
 #include "fileio/LCCollectionChunk.h"
 #include "fileio/LCCommentsChunk.h"
+#include "VeskLoopManagement/fileio/LCChunkIDs.h"
 
 // --- Open ------------------------------------------------------------------------------------------------------------
 
@@ -126,7 +126,7 @@ bool LCAIFParser::findPatchChunk() {
 std::optional<std::string> LCAIFParser::stringForChunk(vesk::FourCC code) const {
   const auto data = chunkData(code);
   if (!data || data->empty()) return std::nullopt;
-  return chunk::utf8Text(*data);
+  return lc::chunk::utf8Text(*data);
 }
 
 std::optional<std::string> LCAIFParser::stringForCommentsChunk() const {

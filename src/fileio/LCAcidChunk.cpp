@@ -6,14 +6,14 @@
 
 std::optional<LCAcidChunk> LCAcidChunk::decode(std::span<const std::byte> payload) {
   if (payload.size() != kSize) return std::nullopt;
-  const uint32_t flags = chunk::littleEndian32(payload, 0);
+  const uint32_t flags = lc::chunk::littleEndian32(payload, 0);
   const bool hasRootNote = (flags & 2) != 0;
   return LCAcidChunk{
       .isOneShot = (flags & 1) != 0,
-      .midiRootNote = hasRootNote ? chunk::littleEndian16(payload, 4) : uint16_t{0},
-      .beatCount = chunk::littleEndian16(payload, 12),
-      .signatureTop = chunk::littleEndian16(payload, 16),
-      .signatureBottom = chunk::littleEndian16(payload, 18),
-      .tempo = std::bit_cast<float>(chunk::littleEndian32(payload, 20)),
+      .midiRootNote = hasRootNote ? lc::chunk::littleEndian16(payload, 4) : uint16_t{0},
+      .beatCount = lc::chunk::littleEndian16(payload, 12),
+      .signatureTop = lc::chunk::littleEndian16(payload, 16),
+      .signatureBottom = lc::chunk::littleEndian16(payload, 18),
+      .tempo = std::bit_cast<float>(lc::chunk::littleEndian32(payload, 20)),
   };
 }

@@ -2,7 +2,7 @@
 // A caller of the number readers has checked that the number lies within the payload; texts are bounded here.
 #pragma once
 
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-namespace chunk {
+namespace lc::chunk {
 
 inline uint16_t bigEndian16(std::span<const std::byte> payload, size_t offset) {
   const auto high = std::to_integer<unsigned>(payload[offset]);
@@ -53,4 +53,4 @@ inline std::optional<std::string> textField(std::span<const std::byte> payload, 
   return utf8Text(field.first(static_cast<size_t>(end - field.begin())));
 }
 
-}  // namespace chunk
+}  // namespace lc::chunk

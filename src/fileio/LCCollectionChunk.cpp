@@ -5,9 +5,9 @@
 std::optional<LCCollectionChunk> LCCollectionChunk::decode(std::span<const std::byte> payload) {
   if (payload.size() < kSize) return std::nullopt;
   LCCollectionChunk decoded;
-  decoded.version = chunk::bigEndian32(payload, 0);
+  decoded.version = lc::chunk::bigEndian32(payload, 0);
   if (!decoded.hasKnownVersion()) return decoded;
-  decoded.collection = chunk::textField(payload, 4, 50);
-  decoded.theme = chunk::textField(payload, 54, 50);
+  decoded.collection = lc::chunk::textField(payload, 4, 50);
+  decoded.theme = lc::chunk::textField(payload, 54, 50);
   return decoded;
 }

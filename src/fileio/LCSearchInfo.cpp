@@ -1,7 +1,7 @@
 #include "fileio/LCSearchInfo.h"
 
 #include "fileio/LCChunkBytes.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 namespace {
 
@@ -22,8 +22,8 @@ std::string_view takeText(std::string_view& rest) {
 LCSearchInfo LCSearchInfo::decode(std::span<const std::byte> payload) {
   LCSearchInfo decoded;
   if (payload.size() < 4 || payload.size() > kLargestSize) return decoded;
-  const uint32_t count = chunk::bigEndian32(payload, 0);
-  std::string_view rest = chunk::characters(payload.subspan(4));
+  const uint32_t count = lc::chunk::bigEndian32(payload, 0);
+  std::string_view rest = lc::chunk::characters(payload.subspan(4));
   for (uint32_t i = 0; i < count && !rest.empty(); ++i) {
     const std::string_view key = takeText(rest);
     if (rest.empty()) break;  // a key whose value is not there

@@ -1,4 +1,4 @@
-#include "loudness/LCLoopLoudnessInfo.h"
+#include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
 
 #include "fileio/LCChunkBytes.h"
 #include "model/LCLoudnessTarget.h"
@@ -35,7 +35,7 @@ double archivedNumber(const vesk::ArchivedObject& object, const char* key) {
 }  // namespace
 
 const vesk::StringSet& LCLoopLoudnessInfo::topperFilenames() {
-  return resources::topperFilenames();
+  return lc::resources::topperFilenames();
 }
 
 double LCLoopLoudnessInfo::targetIntegratedLoudnessForFileData(const LCFileData& fileData) {
@@ -50,8 +50,8 @@ double LCLoopLoudnessInfo::targetIntegratedLoudnessForCategoryChunk(std::span<co
   if (categoryChunk.size() < kSubInstrumentOffset + kTextSize) {
     return targetIntegratedLoudnessForInstrument(std::nullopt, std::nullopt, isTopper);
   }
-  return targetIntegratedLoudnessForInstrument(chunk::textField(categoryChunk, kInstrumentOffset, kTextSize),
-                                               chunk::textField(categoryChunk, kSubInstrumentOffset, kTextSize),
+  return targetIntegratedLoudnessForInstrument(lc::chunk::textField(categoryChunk, kInstrumentOffset, kTextSize),
+                                               lc::chunk::textField(categoryChunk, kSubInstrumentOffset, kTextSize),
                                                isTopper);
 }
 

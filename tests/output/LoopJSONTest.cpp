@@ -1,8 +1,8 @@
 // Loops, records, files and archived values as JSON.
 #include "LoopJSON.h"
 
-#include "fileio/LCFileParser.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include "support/AudioFixture.h"
 #include "support/TestEnvironment.h"
@@ -123,8 +123,7 @@ TEST(LoopJSON, ListsTheChunksOfAFileAsTheyStandThere) {
   EXPECT_EQ(listed["kind"], "AIFF");
   EXPECT_EQ(listed["fileSize"], 4074);
   EXPECT_EQ(listed["irregularities"].size(), 1u);
-  EXPECT_EQ(listed["chunks"],
-            JSON::parse(R"([{"id":"COMM","offset":12,"size":18},{"id":"SSND","offset":38,"size":4008},
+  EXPECT_EQ(listed["chunks"], JSON::parse(R"([{"id":"COMM","offset":12,"size":18},{"id":"SSND","offset":38,"size":4008},
                             {"id":"NAME","offset":4054,"size":3},
                             {"id":"(c) ","offset":4066,"size":0,"declaredSize":9}])"));
 }

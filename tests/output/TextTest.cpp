@@ -2,10 +2,10 @@
 #include "English.h"
 #include "KeywordList.h"
 #include "LoopColumns.h"
-#include "model/LCKeywordHelper.h"
 #include "Output.h"
 #include "Progress.h"
 #include "TerminalText.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 #include <gtest/gtest.h>
 

@@ -9,7 +9,7 @@
 #include <limits>
 #include <span>
 
-#include "platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
 namespace vesk {
 

@@ -11,8 +11,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/audiofile/AudioFile.h"
 #include "platform/audiofile/FileBytes.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
 namespace vesk {
 

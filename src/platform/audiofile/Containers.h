@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/audiofile/AudioFile.h"
 #include "platform/audiofile/FileBytes.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
 namespace vesk {
 

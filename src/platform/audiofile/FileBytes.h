@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
 namespace vesk {
 
