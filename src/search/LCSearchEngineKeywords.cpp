@@ -320,8 +320,10 @@ void LCSearchEngine::copyCachingTablesFromKeywordId(int64_t first, int64_t toKey
 
 void LCSearchEngine::refreshKeywordsCache() {
   LCStatement keywords(m_sqlite.get(), "SELECT id, name, categoryId FROM Keywords WHERE id >= 1000 AND id < 10000;");
+  std::vector<lc::LearnedKeyword> learned;
   while (keywords.step()) {
     const std::string name = keywords.textAt(1);
-    if (!name.empty()) LCKeywordHelper::setKeywordId(keywords.int64At(0), keywords.int64At(2), name);
+    if (!name.empty()) learned.push_back({keywords.int64At(0), keywords.int64At(2), name});
   }
+  if (keywords.succeeded()) LCKeywordHelper::learnKeywords(learned);
 }
