@@ -1,7 +1,7 @@
 #include "VeskLoopManagement/fileio/LCFileParser.h"
 
-#include "fileio/MurmurHash.h"
 #include "VeskLoopManagement/fileio/LCRexFileParser.h"
+#include "VeskLoopManagement/fileio/MurmurHash.h"
 
 #include "ParserFixture.h"
 

@@ -11,16 +11,17 @@
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/platform/URL.h"
 
-extern const std::string kContentIdentifierPrefix;
-extern const std::string kFactoryIndexToolIdentifier;
-extern const std::string LCFileIndexingUserDomainSingleFilesCrateIdentifier;
-extern const std::string LCFileIndexingLocalDomainSingleFilesCrateIdentifier;
-extern const std::string LCFileIndexingUserLoopsManufacturer;
-extern const std::string LCFileIndexingSingleFilesCrateName;
+LC_EXPORT extern const std::string kContentIdentifierPrefix;
+LC_EXPORT extern const std::string kFactoryIndexToolIdentifier;
+LC_EXPORT extern const std::string LCFileIndexingUserDomainSingleFilesCrateIdentifier;
+LC_EXPORT extern const std::string LCFileIndexingLocalDomainSingleFilesCrateIdentifier;
+LC_EXPORT extern const std::string LCFileIndexingUserLoopsManufacturer;
+LC_EXPORT extern const std::string LCFileIndexingSingleFilesCrateName;
 
-class LCCrateManager {
+class LC_EXPORT LCCrateManager {
  public:
   // Opens (and creates) the configuration's database file with all tables; null when it cannot be opened.
   [[nodiscard]] static std::unique_ptr<LCCrateManager> initWithDatabaseConfiguration(

@@ -10,62 +10,66 @@
 #include <string_view>
 
 #include "VeskLoopManagement/fileio/LCChunkIDs.h"  // kGenInstContentIdentifierSeparator
+#include "VeskLoopManagement/LCExport.h"
 
-extern const std::string kDefaultLoopsTablename;
-extern const std::string kDefaultTaggingTablename;
-extern const std::string kDefaultLoopsKeywordsTablename;
-extern const std::string kDefaultKeywordsTablename;
-extern const std::string kDefaultCratesTableName;
-extern const std::string kDefaultCrateLoopRelationTablename;
-extern const std::string kDefaultUserDataTablename;
-extern const std::string kDefaultMetaInfoRelationTablename;
+LC_EXPORT extern const std::string kDefaultLoopsTablename;
+LC_EXPORT extern const std::string kDefaultTaggingTablename;
+LC_EXPORT extern const std::string kDefaultLoopsKeywordsTablename;
+LC_EXPORT extern const std::string kDefaultKeywordsTablename;
+LC_EXPORT extern const std::string kDefaultCratesTableName;
+LC_EXPORT extern const std::string kDefaultCrateLoopRelationTablename;
+LC_EXPORT extern const std::string kDefaultUserDataTablename;
+LC_EXPORT extern const std::string kDefaultMetaInfoRelationTablename;
 
 // Columns that came to the loops table after its first layout.
-extern const std::string kLoopsContentIdentifierColumn;
-extern const std::string kLoopsChineseTranscriptColumn;
-extern const std::string kLoopsPatchInfoColumn;
-extern const std::string kLoopsKSLoopTypeColumn;
-extern const std::string kLoopsDefaultLoopTypeColumn;
+LC_EXPORT extern const std::string kLoopsContentIdentifierColumn;
+LC_EXPORT extern const std::string kLoopsChineseTranscriptColumn;
+LC_EXPORT extern const std::string kLoopsPatchInfoColumn;
+LC_EXPORT extern const std::string kLoopsKSLoopTypeColumn;
+LC_EXPORT extern const std::string kLoopsDefaultLoopTypeColumn;
 
-extern const std::string kCurrentDatabaseSchemaVersionString;
-extern const std::string kLCCurrentDatabaseSchemaVersionStringKey;
-extern const std::string kCorruptDatabaseFileIndicatorName;
-extern const std::string kLoudnessDatabaseFileName;
-extern const std::string kLoudnessDatabaseExtension;
+LC_EXPORT extern const std::string kCurrentDatabaseSchemaVersionString;
+LC_EXPORT extern const std::string kLCCurrentDatabaseSchemaVersionStringKey;
+LC_EXPORT extern const std::string kCorruptDatabaseFileIndicatorName;
+LC_EXPORT extern const std::string kLoudnessDatabaseFileName;
+LC_EXPORT extern const std::string kLoudnessDatabaseExtension;
 
 inline constexpr int64_t kDefaultDatabaseSchemaVersion = 100930;  // patchInfo and ksLoopType are created from here on
 inline constexpr int64_t kPatchInfoListedSchemaVersion = 100926;  // … and listed from here on
 
-extern const std::string kCreateLoopsTableFormatString;
-extern const std::string kCreateTaggingTable;
-extern const std::string kCreateLoopsKeywordsTableString;
-extern const std::string kCreateKeywordTableString;
-extern const std::string kCreateCrateTableString;
-extern const std::string kCreateCrateRelationTableString;
-extern const std::string kCreateUserDataTableString;
-extern const std::string kCreateDatabaseMigrationInfosTableString;
-extern const std::string kCreateLoudnessDatabaseMigrationInfosTableString;
-extern const std::string kCreateKeywordDistriubtionTableString;  // spelled so
-extern const std::string kCreateLoopsLoudnessTableString;
-extern const std::string kCreateLoopsMetaInfoTableString;
-extern const std::string kCreateLoopsMetaInfoTriggerString;
-extern const std::array<std::string, 4> kCreateLoopsTriggerStrings;  // a placeholder goes, relations go with their loop
-extern const std::string kCreateLoopsIndexString;
-extern const std::string kCreateLoopsResultTableFormatString;
-extern const std::string kCreateLoopsResultTableFormatStringMobile;
-extern const std::string kSelectLoopsFormatString;  // desktop base SELECT, "%@" is the loops table; ends in a blank
-extern const std::string kSelectLoopsFormatStringMobile;  // the same for the mobile layout, with "#PLACEHOLDER#"
+LC_EXPORT extern const std::string kCreateLoopsTableFormatString;
+LC_EXPORT extern const std::string kCreateTaggingTable;
+LC_EXPORT extern const std::string kCreateLoopsKeywordsTableString;
+LC_EXPORT extern const std::string kCreateKeywordTableString;
+LC_EXPORT extern const std::string kCreateCrateTableString;
+LC_EXPORT extern const std::string kCreateCrateRelationTableString;
+LC_EXPORT extern const std::string kCreateUserDataTableString;
+LC_EXPORT extern const std::string kCreateDatabaseMigrationInfosTableString;
+LC_EXPORT extern const std::string kCreateLoudnessDatabaseMigrationInfosTableString;
+LC_EXPORT extern const std::string kCreateKeywordDistriubtionTableString;  // spelled so
+LC_EXPORT extern const std::string kCreateLoopsLoudnessTableString;
+LC_EXPORT extern const std::string kCreateLoopsMetaInfoTableString;
+LC_EXPORT extern const std::string kCreateLoopsMetaInfoTriggerString;
+LC_EXPORT extern const std::array<std::string, 4>
+    kCreateLoopsTriggerStrings;  // a placeholder goes, relations go with their loop
+LC_EXPORT extern const std::string kCreateLoopsIndexString;
+LC_EXPORT extern const std::string kCreateLoopsResultTableFormatString;
+LC_EXPORT extern const std::string kCreateLoopsResultTableFormatStringMobile;
+LC_EXPORT extern const std::string
+    kSelectLoopsFormatString;  // desktop base SELECT, "%@" is the loops table; ends in a blank
+LC_EXPORT extern const std::string
+    kSelectLoopsFormatStringMobile;  // the same for the mobile layout, with "#PLACEHOLDER#"
 
 namespace lc {
 
 // `format` with its "%@" replaced by `arguments` in order and "%%" by "%". Arguments are not looked at again.
 // A "%@" without an argument stays, so that the statement does not compile.
-std::string sqlFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
-std::string sqlFormat(std::string_view format, std::span<const std::string> arguments);
-std::string sqlFormat(std::string_view format, std::span<const std::string_view> arguments);
+LC_EXPORT std::string sqlFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
+LC_EXPORT std::string sqlFormat(std::string_view format, std::span<const std::string> arguments);
+LC_EXPORT std::string sqlFormat(std::string_view format, std::span<const std::string_view> arguments);
 // Apostrophes doubled, for texts between single quotes.
-std::string sqlEscaped(std::string_view text);
+LC_EXPORT std::string sqlEscaped(std::string_view text);
 // Double quotes doubled, for texts between double quotes.
-std::string sqlDoubleQuoteEscaped(std::string_view text);
+LC_EXPORT std::string sqlDoubleQuoteEscaped(std::string_view text);
 
 }  // namespace lc

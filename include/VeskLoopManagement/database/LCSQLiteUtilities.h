@@ -15,6 +15,7 @@
 #include <variant>
 #include <vector>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 struct sqlite3;
@@ -26,14 +27,14 @@ using LCResultDictionary = std::map<std::string, std::vector<LCCell>>;
 namespace lc {
 
 // The text of a cell (numbers in decimal); the number of a cell (texts by their leading digits).
-std::string cellText(const LCCell& cell);
-int64_t cellInteger(const LCCell& cell);
+LC_EXPORT std::string cellText(const LCCell& cell);
+LC_EXPORT int64_t cellInteger(const LCCell& cell);
 // The first cell of `column`; nullptr when the column is missing or empty. Borrowed from `result`.
-const LCCell* firstCell(const LCResultDictionary& result, std::string_view column);
+LC_EXPORT const LCCell* firstCell(const LCResultDictionary& result, std::string_view column);
 
 }  // namespace lc
 
-class LCSQLiteUtilities {
+class LC_EXPORT LCSQLiteUtilities {
  public:
   // Called for each row with the cells' texts (null for NULL) and the column names.
   using RowCallback = std::function<void(int count, char** values, char** names)>;

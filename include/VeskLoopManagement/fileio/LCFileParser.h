@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/model/LCFileData.h"
 #include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 #include "VeskLoopManagement/platform/URL.h"
@@ -37,7 +38,7 @@ struct LCParserFailure {
   std::string detail;  // one sentence without the path; may be empty
 };
 
-class LCFileParser {
+class LC_EXPORT LCFileParser {
  public:
   virtual ~LCFileParser() = default;
   LCFileParser(const LCFileParser&) = delete;

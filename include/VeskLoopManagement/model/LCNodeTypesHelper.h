@@ -1,6 +1,8 @@
 // What a path stands for when browsing, judged by its extension alone.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstdint>
 #include <string>
 
@@ -17,6 +19,6 @@ enum LCNodeType : int32_t {
   kNodeREX = 10,
 };
 
-struct LCNodeTypesHelper {
+struct LC_EXPORT LCNodeTypesHelper {
   static int32_t nodeTypeFromPath(const std::string& path);
 };

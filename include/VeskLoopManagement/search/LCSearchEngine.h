@@ -19,6 +19,7 @@
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
 #include "VeskLoopManagement/model/LCMetaInfo.h"
 #include "VeskLoopManagement/platform/Text.h"
@@ -64,7 +65,7 @@ struct LCSearchFailure {
 // Keyword → number of loops.
 using LCKeywordCounts = std::map<std::string, int64_t, vesk::CodeUnitLess>;
 
-class LCSearchEngine {
+class LC_EXPORT LCSearchEngine {
  public:
   static constexpr int64_t kNotFound = std::numeric_limits<int64_t>::max();  // no such row index
 

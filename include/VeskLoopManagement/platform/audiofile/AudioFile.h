@@ -9,6 +9,8 @@
 // Core Audio Format 1.0.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -22,7 +24,7 @@
 namespace vesk {
 
 // A four-character code in file order: FourCC("basc").
-struct FourCC {
+struct LC_EXPORT FourCC {
   char code[4] = {0, 0, 0, 0};
 
   constexpr FourCC() = default;
@@ -59,7 +61,7 @@ struct PacketTableInfo {
 };
 
 enum class ContainerKind { aiff, aifc, wav, rf64, bw64, rifx, caf, soundDesigner2 };
-std::string_view containerName(ContainerKind kind);  // "AIFF", "AIFF-C", "WAV", …
+LC_EXPORT std::string_view containerName(ContainerKind kind);  // "AIFF", "AIFF-C", "WAV", …
 
 // Whether a file may be rewritten: as it should be; oddly sized but unambiguous; readable but not safe to rewrite.
 enum class Regularity { regular, benign, ambiguous };
@@ -78,7 +80,7 @@ struct AudioChunk {
 
 // What the walk over a file's headers found: the file's layout, as a writer must know it to leave every other byte
 // alone.
-struct AudioFileContents {
+struct LC_EXPORT AudioFileContents {
   ContainerKind kind = ContainerKind::aiff;
   std::vector<AudioChunk> chunks;
   std::optional<uint64_t> formSize;    // as the header says, or "ds64" for it; nullopt where the container has none
@@ -99,7 +101,7 @@ enum class OpenError { none, notFound, notReadable, notAudio, malformed };
 
 class FileBytes;
 
-class AudioFile {
+class LC_EXPORT AudioFile {
  public:
   // Null when the file cannot be opened or is no audio container; `error` and `detail` (both may be null) then say why,
   // in words for a person, to be read after the path and a colon. Links are followed. The content decides, not the

@@ -1,0 +1,7 @@
+// Which names the shared library shows. Everything is hidden except what these headers mark: classes with operations of
+// their own, functions, and constants that are objects. scripts/check-symbols holds the library to it.
+#pragma once
+
+#define LC_EXPORT __attribute__((visibility("default")))
+// For a private class within an exported one.
+#define LC_LOCAL __attribute__((visibility("hidden")))
