@@ -123,5 +123,5 @@ LCResultDictionary LCSearchEngine::allCrates() const {
 }
 
 std::string LCSearchEngine::vireoLoopTypeColumnName() const {
-  return m_useKestrelLoopTypes ? kLoopsKSLoopTypeColumn : kLoopsDefaultLoopTypeColumn;
+  return std::string(m_useKestrelLoopTypes ? kLoopsKSLoopTypeColumn : kLoopsDefaultLoopTypeColumn);
 }

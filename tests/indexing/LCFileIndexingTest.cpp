@@ -10,9 +10,9 @@
 
 namespace fs = std::filesystem;
 
-static const std::string& kWillStart = LCFileIndexingWillStartNotification;
-static const std::string& kDidFinish = LCFileIndexingDidFinishNotification;
-static const std::string& kReload = LCFileReloadBaseTablesNotification;
+static const std::string kWillStart(LCFileIndexingWillStartNotification);
+static const std::string kDidFinish(LCFileIndexingDidFinishNotification);
+static const std::string kReload(LCFileReloadBaseTablesNotification);
 
 class LCFileIndexingRun : public IndexingTest {
  protected:

@@ -12,53 +12,53 @@
 #include "VeskLoopManagement/fileio/LCChunkIDs.h"  // kGenInstContentIdentifierSeparator
 #include "VeskLoopManagement/LCExport.h"
 
-LC_EXPORT extern const std::string kDefaultLoopsTablename;
-LC_EXPORT extern const std::string kDefaultTaggingTablename;
-LC_EXPORT extern const std::string kDefaultLoopsKeywordsTablename;
-LC_EXPORT extern const std::string kDefaultKeywordsTablename;
-LC_EXPORT extern const std::string kDefaultCratesTableName;
-LC_EXPORT extern const std::string kDefaultCrateLoopRelationTablename;
-LC_EXPORT extern const std::string kDefaultUserDataTablename;
-LC_EXPORT extern const std::string kDefaultMetaInfoRelationTablename;
+inline constexpr std::string_view kDefaultLoopsTablename = "Loops";
+inline constexpr std::string_view kDefaultTaggingTablename = "Tagging";
+inline constexpr std::string_view kDefaultLoopsKeywordsTablename = "LoopsKeywords";
+inline constexpr std::string_view kDefaultKeywordsTablename = "Keywords";
+inline constexpr std::string_view kDefaultCratesTableName = "Crates";
+inline constexpr std::string_view kDefaultCrateLoopRelationTablename = "CrateLoopRelation";
+inline constexpr std::string_view kDefaultUserDataTablename = "UserData";
+inline constexpr std::string_view kDefaultMetaInfoRelationTablename = "LoopsMetaInfos";
 
 // Columns that came to the loops table after its first layout.
-LC_EXPORT extern const std::string kLoopsContentIdentifierColumn;
-LC_EXPORT extern const std::string kLoopsChineseTranscriptColumn;
-LC_EXPORT extern const std::string kLoopsPatchInfoColumn;
-LC_EXPORT extern const std::string kLoopsKSLoopTypeColumn;
-LC_EXPORT extern const std::string kLoopsDefaultLoopTypeColumn;
+inline constexpr std::string_view kLoopsContentIdentifierColumn = "contentIdentifier";
+inline constexpr std::string_view kLoopsChineseTranscriptColumn = "chineseTranscript";
+inline constexpr std::string_view kLoopsPatchInfoColumn = "patchInfo";
+inline constexpr std::string_view kLoopsKSLoopTypeColumn = "ksLoopType";
+inline constexpr std::string_view kLoopsDefaultLoopTypeColumn = "hasMidi";
 
-LC_EXPORT extern const std::string kCurrentDatabaseSchemaVersionString;
-LC_EXPORT extern const std::string kLCCurrentDatabaseSchemaVersionStringKey;
-LC_EXPORT extern const std::string kCorruptDatabaseFileIndicatorName;
-LC_EXPORT extern const std::string kLoudnessDatabaseFileName;
-LC_EXPORT extern const std::string kLoudnessDatabaseExtension;
+inline constexpr std::string_view kCurrentDatabaseSchemaVersionString = "313089";
+inline constexpr std::string_view kLCCurrentDatabaseSchemaVersionStringKey = "LCCurrentDatabaseSchemaVersionStringV09";
+inline constexpr std::string_view kCorruptDatabaseFileIndicatorName = "LoopsDatabaseV10.db-isDamaged";
+inline constexpr std::string_view kLoudnessDatabaseFileName = "LoudnessDatabaseV04";
+inline constexpr std::string_view kLoudnessDatabaseExtension = "sqlite";
 
 inline constexpr int64_t kDefaultDatabaseSchemaVersion = 100930;  // patchInfo and ksLoopType are created from here on
 inline constexpr int64_t kPatchInfoListedSchemaVersion = 100926;  // … and listed from here on
 
-LC_EXPORT extern const std::string kCreateLoopsTableFormatString;
-LC_EXPORT extern const std::string kCreateTaggingTable;
-LC_EXPORT extern const std::string kCreateLoopsKeywordsTableString;
-LC_EXPORT extern const std::string kCreateKeywordTableString;
-LC_EXPORT extern const std::string kCreateCrateTableString;
-LC_EXPORT extern const std::string kCreateCrateRelationTableString;
-LC_EXPORT extern const std::string kCreateUserDataTableString;
-LC_EXPORT extern const std::string kCreateDatabaseMigrationInfosTableString;
-LC_EXPORT extern const std::string kCreateLoudnessDatabaseMigrationInfosTableString;
-LC_EXPORT extern const std::string kCreateKeywordDistriubtionTableString;  // spelled so
-LC_EXPORT extern const std::string kCreateLoopsLoudnessTableString;
-LC_EXPORT extern const std::string kCreateLoopsMetaInfoTableString;
-LC_EXPORT extern const std::string kCreateLoopsMetaInfoTriggerString;
-LC_EXPORT extern const std::array<std::string, 4>
-    kCreateLoopsTriggerStrings;  // a placeholder goes, relations go with their loop
-LC_EXPORT extern const std::string kCreateLoopsIndexString;
-LC_EXPORT extern const std::string kCreateLoopsResultTableFormatString;
-LC_EXPORT extern const std::string kCreateLoopsResultTableFormatStringMobile;
-LC_EXPORT extern const std::string
-    kSelectLoopsFormatString;  // desktop base SELECT, "%@" is the loops table; ends in a blank
-LC_EXPORT extern const std::string
-    kSelectLoopsFormatStringMobile;  // the same for the mobile layout, with "#PLACEHOLDER#"
+LC_EXPORT extern const std::string_view kCreateLoopsTableFormatString;
+LC_EXPORT extern const std::string_view kCreateTaggingTable;
+LC_EXPORT extern const std::string_view kCreateLoopsKeywordsTableString;
+LC_EXPORT extern const std::string_view kCreateKeywordTableString;
+LC_EXPORT extern const std::string_view kCreateCrateTableString;
+LC_EXPORT extern const std::string_view kCreateCrateRelationTableString;
+LC_EXPORT extern const std::string_view kCreateUserDataTableString;
+LC_EXPORT extern const std::string_view kCreateDatabaseMigrationInfosTableString;
+LC_EXPORT extern const std::string_view kCreateLoudnessDatabaseMigrationInfosTableString;
+LC_EXPORT extern const std::string_view kCreateKeywordDistriubtionTableString;  // spelled so
+LC_EXPORT extern const std::string_view kCreateLoopsLoudnessTableString;
+LC_EXPORT extern const std::string_view kCreateLoopsMetaInfoTableString;
+LC_EXPORT extern const std::string_view kCreateLoopsMetaInfoTriggerString;
+// A placeholder goes, relations go with their loop.
+LC_EXPORT extern const std::array<std::string_view, 4> kCreateLoopsTriggerStrings;
+LC_EXPORT extern const std::string_view kCreateLoopsIndexString;
+LC_EXPORT extern const std::string_view kCreateLoopsResultTableFormatString;
+LC_EXPORT extern const std::string_view kCreateLoopsResultTableFormatStringMobile;
+// Desktop base SELECT, "%@" is the loops table; ends in a blank.
+LC_EXPORT extern const std::string_view kSelectLoopsFormatString;
+// The same for the mobile layout, with "#PLACEHOLDER#".
+LC_EXPORT extern const std::string_view kSelectLoopsFormatStringMobile;
 
 namespace lc {
 

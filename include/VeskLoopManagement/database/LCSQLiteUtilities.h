@@ -75,12 +75,11 @@ class LC_EXPORT LCSQLiteUtilities {
   static void fillKeywordsTableForSQLite(sqlite3* connection);
   static void addLoopsBundleReplacementTriggerForSQLite(sqlite3* connection);
   static bool createIndicesForSQLite(sqlite3* connection);
-  static bool isTableWithName(const std::string& table, const std::optional<std::string>& database,
-                              sqlite3* connection);
-  static bool isColumnAvailableWithName(const std::string& column, const std::string& table,
+  static bool isTableWithName(std::string_view table, const std::optional<std::string>& database, sqlite3* connection);
+  static bool isColumnAvailableWithName(std::string_view column, std::string_view table,
                                         const std::optional<std::string>& database, sqlite3* connection);
-  static bool extendTable(const std::string& table, const std::optional<std::string>& database,
-                          const std::string& column, const std::string& type, sqlite3* connection);
+  static bool extendTable(std::string_view table, const std::optional<std::string>& database, std::string_view column,
+                          std::string_view type, sqlite3* connection);
   static void setChineseTranscriptEnabled(bool enabled);
   static bool isChineseTranscriptEnabled();
 

@@ -11,6 +11,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "VeskLoopManagement/database/LCConnection.h"
@@ -49,10 +50,10 @@ struct FileTransferResult {
 }  // namespace lc
 
 // Will-start and did-finish reach observers on the main thread; reload is posted on the thread that ends the run.
-LC_EXPORT extern const std::string LCFileIndexingWillStartNotification;
-LC_EXPORT extern const std::string LCFileIndexingDidFinishNotification;
-LC_EXPORT extern const std::string LCFileReloadBaseTablesNotification;
-LC_EXPORT extern const std::string kLCIndexingFinished;
+inline constexpr std::string_view LCFileIndexingWillStartNotification = "LCFileIndexingWillStartNotification";
+inline constexpr std::string_view LCFileIndexingDidFinishNotification = "LCFileIndexingDidFinishNotification";
+inline constexpr std::string_view LCFileReloadBaseTablesNotification = "LCFileReloadBaseTablesNotification";
+inline constexpr std::string_view kLCIndexingFinished = "LCIndexingFinished";
 
 class LC_EXPORT LCFileIndexing {
  public:

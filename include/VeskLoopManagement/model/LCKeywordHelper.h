@@ -43,7 +43,7 @@ struct LearnedKeyword {
 
 }  // namespace lc
 
-LC_EXPORT extern const int64_t kExtraKeywordsEndIndex;  // 1017, the last built-in keyword id
+inline constexpr int64_t kExtraKeywordsEndIndex = 1017;  // the last built-in keyword id
 
 class LC_EXPORT LCKeywordHelper {
  public:

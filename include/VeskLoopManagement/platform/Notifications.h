@@ -31,10 +31,10 @@ class LC_EXPORT NotificationCenter {
 
   // Observes `name`, or every notification when `name` is empty. The observer runs on the posting thread.
   Token addObserver(std::string_view name, Observer observer);
-  void removeObserver(Token token);    // an unknown token is ignored; a post that is under way may still reach it
-  void post(const std::string& name);  // on the calling thread, observers in the order in which they were added
+  void removeObserver(Token token);  // an unknown token is ignored; a post that is under way may still reach it
+  void post(std::string_view name);  // on the calling thread, observers in the order in which they were added
   // Posts at once when on the main thread, else through the main queue.
-  void postOnMainThread(const std::string& name);
+  void postOnMainThread(std::string_view name);
 
  private:
   NotificationCenter() = default;
