@@ -1,5 +1,7 @@
 #include "fileio/LCCAFParser.h"
 
+#include "VeskLoopManagement/model/LCTimeSignature.h"
+
 #include <algorithm>
 
 // --- Open ------------------------------------------------------------------------------------------------------------

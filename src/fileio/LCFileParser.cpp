@@ -22,7 +22,7 @@
 namespace {
 
 std::atomic<unsigned char> allowsSDIIFiles{0};
-std::atomic<unsigned char> allowsKeywordExtractionFromPath{1};
+std::atomic<unsigned char> s_allowsPathKeywords{1};
 
 using Reason = LCParserFailure::Reason;
 
@@ -106,7 +106,7 @@ std::unique_ptr<LCFileParser> makeParser(const vesk::URL& url, LCFileTypes allow
 LCFileTypes LCFileParser::defaultAllowedFileTypes() {
   LCFileTypes types = kFileTypeAIFF | kFileTypeCAF | kFileTypeLoopData;
   // Files of the other types seldom carry tags: without keywords from their paths they are no use.
-  if (!allowsKeywordExtractionFromPath) return types;
+  if (!s_allowsPathKeywords) return types;
   types |= kFileTypeWAV;
   if (allowsSDIIFiles) types |= kFileTypeSoundDesigner2;
   if (LCRexFileParser::rexFileAdapterRegistered()) types |= kFileTypeREX;
@@ -134,7 +134,11 @@ void LCFileParser::setAllowsSDIIFiles(bool allows) {
 }
 
 void LCFileParser::setAllowsKeywordExtractionFromPath(bool allows) {
-  allowsKeywordExtractionFromPath = allows ? 1 : 0;
+  s_allowsPathKeywords = allows ? 1 : 0;
+}
+
+bool LCFileParser::allowsKeywordExtractionFromPath() {
+  return s_allowsPathKeywords != 0;
 }
 
 LCFileParser::LCFileParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian)
@@ -161,7 +165,7 @@ void LCFileParser::parseEnhanced(bool enhanced) {
   findSearchInfo();
   findLengthAndCalcTempo();
   findFileInfo();
-  if (allowsKeywordExtractionFromPath || m_fileData->hasAuthoredChunks) completeKeywordsFromPath();
+  if (s_allowsPathKeywords || m_fileData->hasAuthoredChunks) completeKeywordsFromPath();
   calcHash();
 }
 

@@ -39,13 +39,6 @@ std::optional<std::string> LCSearchInfo::firstItem(std::string_view key) const {
   return found->second.front();
 }
 
-LCTimeSignature LCTimeSignature::fromText(std::string_view text) {
-  if (vesk::text::utf16Length(text) < 3) return {};
-  const auto parts = vesk::text::split(text, '/');
-  if (parts.size() != 2) return {};
-  return {.top = vesk::text::integerValue(parts[0]), .bottom = vesk::text::integerValue(parts[1])};
-}
-
 int64_t rootNoteFromKeySignature(std::string_view text) {
   constexpr int64_t kNotesFromA[] = {57, 59, 48, 50, 52, 53, 55};
   if (text.empty()) return 0;

@@ -32,14 +32,6 @@ struct LCSearchInfo {
   std::optional<std::string> firstItem(std::string_view key) const;
 };
 
-// A time signature as the search info holds it, "6/8".
-struct LCTimeSignature {
-  int64_t top = 0;
-  int64_t bottom = 0;
-  // 0 and 0 unless `text` has at least 3 characters and is two parts with a "/" between them.
-  static LCTimeSignature fromText(std::string_view text);
-};
-
 // The MIDI note of "F#": a letter from C 48 to B 59, "#" or "b" behind it moving it by one. Another letter counts as 0.
 int64_t rootNoteFromKeySignature(std::string_view text);
 // 2 for "major", 1 "minor", 4 "both", 3 "neither"; 0 for anything else.

@@ -54,6 +54,7 @@ class LCFileParser {
                                                                       LCParserFailure* failure);
   static void setAllowsSDIIFiles(bool allows);                  // default no
   static void setAllowsKeywordExtractionFromPath(bool allows);  // default yes; WAV, SDII and REX hang on it too
+  static bool allowsKeywordExtractionFromPath();
 
   // The record without the bulky payloads; nullptr when there is none (REX without an adapter, undecodable loop
   // metadata). Borrowed: it lives as long as the parser.

@@ -274,6 +274,7 @@ class LCSearchEngine {
  protected:
   explicit LCSearchEngine(const LCDatabaseConfiguration& configuration);
   bool setupWithDatabaseFile();  // opens, recovers, sets defaults; false when the file cannot be opened
+  void setupWithConnection(LCConnection connection);
   LCSQLiteUtilities utilities() const { return LCSQLiteUtilities(m_sqlite.get()); }
   const std::string& loopsTablename() const { return m_loopsTablename; }
   std::string formattedWithLoopsTable(std::string_view format) const;  // the loops table's name in every "%@"
@@ -293,6 +294,7 @@ class LCSearchEngine {
     stored = value;
   }
   bool openDatabase();
+  void completeSetup();
   void deleteDamagedDatabase();
   void setDefaults();
 

@@ -1,7 +1,6 @@
-#include "CarriedLoops.h"
+#include "catalog/CarriedLoops.h"
 
-#include "Database.h"
-#include "JSON.h"
+#include "catalog/LoopRemoval.h"
 
 #include <fmt/format.h>
 
@@ -13,23 +12,23 @@ namespace {
 constexpr size_t kManySuccessors = 10000;
 constexpr size_t kBatchSize = 2000;  // carried in well under a second, while other programs wait for the database
 
-bool isStillThere(const IndexedFile& file) {
-  const auto now = fileStateAt(pathOfURLText(file.urlText));
+bool isStillThere(const lc::IndexedFile& file) {
+  const auto now = lc::fileStateAt(LCLoopPlace{.urlText = file.urlText}.path());
   return now && now->isOfSameFile(file.state);
 }
 
 // `latter` is unknown in a dry run.
-std::string carryInWords(const LoopPlace& former, const std::optional<LoopPlace>& latter) {
-  const std::string path = pathOfURLText(former.urlText);
+std::string carryInWords(const LCLoopPlace& former, const std::optional<LCLoopPlace>& latter) {
+  const std::string path = former.path();
   if (!latter || latter->urlText == former.urlText) return fmt::format("{}: has a new identity", path);
-  return fmt::format("{}: lives on as {}", path, pathOfURLText(latter->urlText));
+  return fmt::format("{}: lives on as {}", path, latter->path());
 }
 
 }  // namespace
 
 // --- Finding out ---
 
-void CarriedLoops::note(const WrittenLoop& written) {
+void lc::CarriedLoops::note(const WrittenLoop& written) {
   m_successors.erase(written.loopId);  // it is here, so nothing else goes on in its name
   std::optional<IndexedFile> file;
   if (written.state) file = {written.url.absoluteString(), *written.state, written.loopId};
@@ -53,21 +52,21 @@ void CarriedLoops::note(const WrittenLoop& written) {
   }
 }
 
-bool CarriedLoops::noteSameName(const vesk::URL& url, int64_t loopId, Evidence evidence) {
+bool lc::CarriedLoops::noteSameName(const vesk::URL& url, int64_t loopId, Evidence evidence) {
   const auto formerIds = m_rows.otherIdsWithURL(url, loopId);
   for (const int64_t formerId : formerIds) add(formerId, {loopId, url.absoluteString(), evidence});
   return !formerIds.empty();
 }
 
 // The loop of a file that was taken out of the database, tagged anew and put in again.
-bool CarriedLoops::noteRemoved(const IndexedFile& former, int64_t loopId) {
+bool lc::CarriedLoops::noteRemoved(const IndexedFile& former, int64_t loopId) {
   if (former.loopId == loopId || !isOnlyMarked(former.loopId)) return false;
   add(former.loopId, {loopId, former.urlText, Evidence::sameName});
   return true;
 }
 
 // A file remembered in this very state under another name, which it may still have through a link.
-bool CarriedLoops::noteSameFile(const IndexedFile& former, int64_t loopId) {
+bool lc::CarriedLoops::noteSameFile(const IndexedFile& former, int64_t loopId) {
   if (isStillThere(former)) return false;
   const auto row = m_rows.placeWithId(former.loopId);
   const bool isKnown = row ? row->urlText == former.urlText : m_rows.hasMarks(former.loopId);
@@ -80,20 +79,20 @@ bool CarriedLoops::noteSameFile(const IndexedFile& former, int64_t loopId) {
 }
 
 // Taken out of the database, which keeps the marks.
-bool CarriedLoops::isOnlyMarked(int64_t loopId) {
+bool lc::CarriedLoops::isOnlyMarked(int64_t loopId) {
   return !m_rows.placeWithId(loopId) && m_rows.hasMarks(loopId);
 }
 
-void CarriedLoops::add(int64_t loopId, const Successor& successor) {
+void lc::CarriedLoops::add(int64_t loopId, const Successor& successor) {
   const auto [found, isNew] = m_successors.try_emplace(loopId, successor);
   if (!isNew && successor.evidence >= found->second.evidence) found->second = successor;
 }
 
-bool CarriedLoops::hasMany() const {
+bool lc::CarriedLoops::hasMany() const {
   return m_successors.size() >= kManySuccessors;
 }
 
-void CarriedLoops::forgetRemoved(FileStates& states, LoopRows& rows, std::span<const LoopPlace> places) {
+void lc::CarriedLoops::forgetRemoved(FileStates& states, LoopRows& rows, std::span<const LCLoopPlace> places) {
   for (const auto& place : places) {
     if (!rows.hasMarks(place.id)) states.forget(place.urlText);
   }
@@ -101,8 +100,8 @@ void CarriedLoops::forgetRemoved(FileStates& states, LoopRows& rows, std::span<c
 
 // --- Carrying ---
 
-void CarriedLoops::carryAll() {
-  std::vector<LoopPlace> gone;
+void lc::CarriedLoops::carryAll() {
+  std::vector<LCLoopPlace> gone;
   // A loop's own marks win over those of the one whose name it took over.
   carryWith(Evidence::sameFile, gone);
   carryWith(Evidence::sameName, gone);
@@ -115,7 +114,7 @@ void CarriedLoops::carryAll() {
   m_toRemember.clear();
 }
 
-void CarriedLoops::carryWith(Evidence evidence, std::vector<LoopPlace>& gone) {
+void lc::CarriedLoops::carryWith(Evidence evidence, std::vector<LCLoopPlace>& gone) {
   std::vector<LCLoopCarry> carries;
   std::vector<std::string> comments;
   for (const auto& [loopId, successor] : m_successors) {
@@ -128,8 +127,8 @@ void CarriedLoops::carryWith(Evidence evidence, std::vector<LoopPlace>& gone) {
     comments.push_back(carryInWords(gone.back(), latter));
   }
   for (size_t begin = 0; m_indexer != nullptr && begin < carries.size(); begin += kBatchSize) {
-    carryLoops(*m_indexer, std::span(carries).subspan(begin, std::min(kBatchSize, carries.size() - begin)));
+    carryBatch(*m_indexer, std::span(carries).subspan(begin, std::min(kBatchSize, carries.size() - begin)));
   }
-  for (const auto& comment : comments) m_output.comment(comment);
+  for (const auto& comment : comments) m_told(comment);
   m_count += std::ssize(carries);
 }

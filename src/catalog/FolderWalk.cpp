@@ -1,4 +1,4 @@
-#include "FolderWalk.h"
+#include "catalog/FolderWalk.h"
 
 #include "platform/Path.h"
 
@@ -34,19 +34,19 @@ std::string below(const std::string& folder, const std::string& name) {
 
 }  // namespace
 
-FolderWalk::FolderWalk(std::vector<std::string> excludedPatterns, std::function<bool()> keepGoing)
+lc::FolderWalk::FolderWalk(std::vector<std::string> excludedPatterns, std::function<bool()> keepGoing)
     : m_excludedPatterns(std::move(excludedPatterns)), m_keepGoing(std::move(keepGoing)) {}
 
-void FolderWalk::skipFolder(const std::string& path) {
+void lc::FolderWalk::skipFolder(const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) == 0) m_skippedFolder = FolderIdentity(status.st_dev, status.st_ino);
 }
 
-bool FolderWalk::enterFirstTime(const FolderIdentity& identity) {
+bool lc::FolderWalk::enterFirstTime(const FolderIdentity& identity) {
   return identity != m_skippedFolder && m_seenFolders.insert(identity).second;
 }
 
-bool FolderWalk::walk(const std::string& path, const FileHandler& file, const FailureHandler& failure) {
+bool lc::FolderWalk::walk(const std::string& path, const FileHandler& file, const FailureHandler& failure) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) return false;
   const std::string resolvedPath = vesk::path::resolvingSymlinks(path);
@@ -69,7 +69,7 @@ bool FolderWalk::walk(const std::string& path, const FileHandler& file, const Fa
   return true;
 }
 
-void FolderWalk::walkFolder(const Folder& folder, const Handlers& handlers) {
+void lc::FolderWalk::walkFolder(const Folder& folder, const Handlers& handlers) {
   const auto names = namesIn(folder.path);
   if (!names) return handlers.failure(folder.path, std::strerror(errno));
   for (const auto& name : *names) {
@@ -78,7 +78,7 @@ void FolderWalk::walkFolder(const Folder& folder, const Handlers& handlers) {
   }
 }
 
-void FolderWalk::walkEntry(const Folder& folder, const std::string& name, const Handlers& handlers) {
+void lc::FolderWalk::walkEntry(const Folder& folder, const std::string& name, const Handlers& handlers) {
   Folder entry{below(folder.path, name), below(folder.resolvedPath, name), below(folder.relativePath, name)};
   if (isPassedOver(name, entry.relativePath)) return;
   struct stat status {};
@@ -99,7 +99,7 @@ void FolderWalk::walkEntry(const Folder& folder, const std::string& name, const 
 }
 
 // A pattern with "/" is about the path below the argument, one without about any name on the way.
-bool FolderWalk::isPassedOver(const std::string& name, const std::string& relativePath) const {
+bool lc::FolderWalk::isPassedOver(const std::string& name, const std::string& relativePath) const {
   if (name.starts_with("._") || name == ".AppleDouble" || name == "__MACOSX") return true;
   return std::any_of(m_excludedPatterns.begin(), m_excludedPatterns.end(), [&](const std::string& pattern) {
     const bool isPath = pattern.find('/') != std::string::npos;

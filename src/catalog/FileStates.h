@@ -1,10 +1,9 @@
 // What the disk said of each file when it was indexed: where its bytes lie, how many, when they were last changed. By
 // this a file is recognised under a new name. The states of one loop database are a small database of their own in the
-// cache folder, which can be deleted at any time: when it cannot be used, a comment says so and every question is
+// cache folder, which can be deleted at any time: when it cannot be used, trouble() says why and every question is
 // answered as if nothing had been remembered. Never throws. One thread.
 #pragma once
 
-#include "Output.h"
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCStatement.h"
 
@@ -13,6 +12,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace lc {
 
 struct FileState {
   int64_t device = 0;
@@ -38,7 +39,10 @@ class FileStates {
  public:
   enum class Use { readOnly, readWrite };  // read-only: nothing is made, and writing does nothing
   // The states that belong to this loop database.
-  FileStates(Output& output, const std::string& databaseFile, Use use);
+  FileStates(const std::string& databaseFile, Use use);
+
+  // A sentence about what went wrong last; nullopt while everything works.
+  const std::optional<std::string>& trouble() const { return m_trouble; }
 
   std::optional<IndexedFile> fileWithURL(const std::string& urlText);
   // Under every URL that is remembered for it, links and former names included.
@@ -65,9 +69,11 @@ class FileStates {
   void run(LCStatement& statement);
   void giveUp(int status);
 
-  Output& m_output;
   Use m_use;
   std::string m_path;
+  std::optional<std::string> m_trouble;
   LCConnection m_connection;  // null when the states cannot be used
   Statements m_statements;
 };
+
+}  // namespace lc

@@ -1,21 +1,23 @@
 // Finds out, while files are indexed, which loops of the database live on under a new identity: files that were tagged
 // anew, renamed where they lie, or moved. Their marks, packages and loudness are carried over when all files were seen,
 // because two files may have changed names, and a loop whose name was taken over may still turn up under another one.
-// Memory grows with the loops to carry only, and not without end. Throws a Failure when the loop database refuses.
+// Memory grows with the loops to carry only, and not without end. Throws CatalogErrors when the loop database refuses.
 #pragma once
 
-#include "FileStates.h"
-#include "LoopRows.h"
-#include "Output.h"
+#include "catalog/FileStates.h"
+#include "catalog/LoopRows.h"
 #include "VeskLoopManagement/indexing/LCFileIndexing.h"
 #include "VeskLoopManagement/platform/URL.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
+
+namespace lc {
 
 // A file whose loop was just written.
 struct WrittenLoop {
@@ -27,9 +29,10 @@ struct WrittenLoop {
 
 class CarriedLoops {
  public:
-  // `indexer` is null in a dry run. All are borrowed.
-  CarriedLoops(Output& output, LoopRows& rows, FileStates& states, LCFileIndexing* indexer)
-      : m_output(output), m_rows(rows), m_states(states), m_indexer(indexer) {}
+  // `indexer` is null in a dry run. All are borrowed. `told` is handed a sentence about each loop that is carried.
+  using Teller = std::function<void(const std::string&)>;
+  CarriedLoops(LoopRows& rows, FileStates& states, LCFileIndexing* indexer, Teller told)
+      : m_rows(rows), m_states(states), m_indexer(indexer), m_told(std::move(told)) {}
 
   void note(const WrittenLoop& written);
   // Carries what was found, in transactions of its own.
@@ -37,7 +40,7 @@ class CarriedLoops {
   bool hasMany() const;                      // time to carry before all files were seen
   int64_t count() const { return m_count; }  // carried so far
   // After these loops were taken out. Marked ones stay remembered: their files may turn up under another name.
-  static void forgetRemoved(FileStates& states, LoopRows& rows, std::span<const LoopPlace> places);
+  static void forgetRemoved(FileStates& states, LoopRows& rows, std::span<const LCLoopPlace> places);
   // In a dry run: whether this row, which is still there, would have gone.
   bool wouldBeGone(int64_t loopId) const { return m_successors.contains(loopId); }
 
@@ -54,13 +57,15 @@ class CarriedLoops {
   bool noteSameFile(const IndexedFile& former, int64_t loopId);
   bool isOnlyMarked(int64_t loopId);
   void add(int64_t loopId, const Successor& successor);
-  void carryWith(Evidence evidence, std::vector<LoopPlace>& gone);
+  void carryWith(Evidence evidence, std::vector<LCLoopPlace>& gone);
 
-  Output& m_output;
   LoopRows& m_rows;
   FileStates& m_states;
   LCFileIndexing* m_indexer;
+  Teller m_told;
   std::map<int64_t, Successor> m_successors;  // by the id that goes
   std::vector<IndexedFile> m_toRemember;      // once their loops are carried: until then they count as new
   int64_t m_count = 0;
 };
+
+}  // namespace lc

@@ -7,9 +7,9 @@
 #include <vector>
 
 // Collects the names most like one that was asked for; upper and lower case are the same.
-class SimilarNames {
+class LCNearNames {
  public:
-  explicit SimilarNames(std::string_view wanted);
+  explicit LCNearNames(std::string_view wanted);
 
   void consider(std::string_view name);
   // At most three, the most similar one first.
@@ -21,4 +21,8 @@ class SimilarNames {
   std::vector<std::pair<size_t, std::string>> m_found;  // by distance, then name
 };
 
-std::vector<std::string> similarNames(std::string_view wanted, const std::vector<std::string>& names);
+namespace lc {
+
+std::vector<std::string> nearNames(std::string_view wanted, const std::vector<std::string>& names);
+
+}  // namespace lc

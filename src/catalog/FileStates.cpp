@@ -1,4 +1,4 @@
-#include "FileStates.h"
+#include "catalog/FileStates.h"
 
 #include "fileio/MurmurHash.h"
 #include "platform/Path.h"
@@ -56,7 +56,7 @@ int64_t nanoseconds(const statx_timestamp& time) {
   return time.tv_sec * 1'000'000'000 + time.tv_nsec;
 }
 
-IndexedFile fileAt(const LCStatement& row) {
+lc::IndexedFile fileAt(const LCStatement& row) {
   return {.urlText = row.textAt(0),
           .state = {.device = row.int64At(1),
                     .inode = row.int64At(2),
@@ -68,7 +68,7 @@ IndexedFile fileAt(const LCStatement& row) {
 
 }  // namespace
 
-std::optional<FileState> fileStateAt(const std::string& path) {
+std::optional<lc::FileState> lc::fileStateAt(const std::string& path) {
   struct statx status {};
   constexpr unsigned kWanted = STATX_INO | STATX_SIZE | STATX_MTIME | STATX_BTIME;
   if (statx(AT_FDCWD, path.c_str(), 0, kWanted, &status) != 0) return std::nullopt;
@@ -82,8 +82,7 @@ std::optional<FileState> fileStateAt(const std::string& path) {
 
 // --- Opening ---
 
-FileStates::FileStates(Output& output, const std::string& databaseFile, Use use)
-    : m_output(output), m_use(use), m_path(pathOfStates(databaseFile)) {
+lc::FileStates::FileStates(const std::string& databaseFile, Use use) : m_use(use), m_path(pathOfStates(databaseFile)) {
   if (use == Use::readOnly && !vesk::path::exists(m_path)) return;
   vesk::path::createDirectories(vesk::path::deletingLastComponent(m_path));
   const bool wasThere = vesk::path::exists(m_path);
@@ -92,7 +91,7 @@ FileStates::FileStates(Output& output, const std::string& databaseFile, Use use)
 }
 
 // With a write-ahead log a commit need not wait for the disk; a crash costs the last ones and nothing else.
-void FileStates::open() {
+void lc::FileStates::open() {
   int status = SQLITE_OK;
   m_connection = lc::openConnection(m_path, LCOpenMode::readWriteCreate, &status);
   if (!isUsable()) return giveUp(status);
@@ -103,31 +102,31 @@ void FileStates::open() {
   execute(kCreateIndex);
 }
 
-void FileStates::giveUp(int status) {
-  m_output.comment(fmt::format("what is remembered of files cannot be used ({}): {}", sqlite3_errstr(status), m_path));
+void lc::FileStates::giveUp(int status) {
+  m_trouble = fmt::format("what is remembered of files cannot be used ({}): {}", sqlite3_errstr(status), m_path);
   m_statements = {};
   m_connection.reset();
   if (m_use == Use::readWrite && isWorthless(status)) removeDatabase(m_path);
 }
 
-void FileStates::run(LCStatement& statement) {
+void lc::FileStates::run(LCStatement& statement) {
   if (!isUsable()) return;
   if (!statement.isPrepared() || !statement.run()) giveUp(statement.lastStatus());
 }
 
-void FileStates::execute(std::string_view sql) {
+void lc::FileStates::execute(std::string_view sql) {
   LCStatement statement(m_connection.get(), sql);
   run(statement);
 }
 
-LCStatement& FileStates::bound(LCStatement& statement, std::string_view sql, const std::string& urlText) {
+LCStatement& lc::FileStates::bound(LCStatement& statement, std::string_view sql, const std::string& urlText) {
   statement.preparedOnce(m_connection.get(), sql).bind(1, urlText);
   return statement;
 }
 
 // --- Questions ---
 
-std::vector<IndexedFile> FileStates::filesOf(LCStatement& statement) {
+std::vector<lc::IndexedFile> lc::FileStates::filesOf(LCStatement& statement) {
   std::vector<IndexedFile> files;
   while (statement.isPrepared() && statement.step()) files.push_back(fileAt(statement));
   statement.reset();
@@ -135,13 +134,13 @@ std::vector<IndexedFile> FileStates::filesOf(LCStatement& statement) {
   return files;
 }
 
-std::optional<IndexedFile> FileStates::fileWithURL(const std::string& urlText) {
+std::optional<lc::IndexedFile> lc::FileStates::fileWithURL(const std::string& urlText) {
   if (!isUsable()) return std::nullopt;
   const auto files = filesOf(bound(m_statements.withURL, kSelectWithURL, urlText));
   return files.empty() ? std::nullopt : std::optional(files.front());
 }
 
-std::vector<IndexedFile> FileStates::filesWithState(const FileState& state) {
+std::vector<lc::IndexedFile> lc::FileStates::filesWithState(const FileState& state) {
   if (!isUsable()) return {};
   LCStatement& statement = m_statements.withState.preparedOnce(m_connection.get(), kSelectWithState);
   statement.bind(1, state.inode);
@@ -154,15 +153,15 @@ std::vector<IndexedFile> FileStates::filesWithState(const FileState& state) {
 
 // --- Changes ---
 
-void FileStates::begin() {
+void lc::FileStates::begin() {
   if (isWritable()) execute("BEGIN IMMEDIATE");
 }
 
-void FileStates::commit() {
+void lc::FileStates::commit() {
   if (isWritable()) execute("COMMIT");
 }
 
-void FileStates::remember(const IndexedFile& file) {
+void lc::FileStates::remember(const IndexedFile& file) {
   if (!isWritable()) return;
   LCStatement& statement = bound(m_statements.remember, kRemember, file.urlText);
   statement.bind(2, file.state.device);
@@ -174,17 +173,17 @@ void FileStates::remember(const IndexedFile& file) {
   run(statement);
 }
 
-void FileStates::forget(const std::string& urlText) {
+void lc::FileStates::forget(const std::string& urlText) {
   if (isWritable()) run(bound(m_statements.forget, kForget, urlText));
 }
 
-void FileStates::forget(const std::string& urlText, int64_t loopId) {
+void lc::FileStates::forget(const std::string& urlText, int64_t loopId) {
   if (!isWritable()) return;
   LCStatement& statement = bound(m_statements.forgetLoop, kForgetLoop, urlText);
   statement.bind(2, loopId);
   run(statement);
 }
 
-void FileStates::clear() {
+void lc::FileStates::clear() {
   if (isWritable()) execute("DELETE FROM FileStates");
 }

@@ -1,4 +1,4 @@
-#include "Similarity.h"
+#include "VeskLoopManagement/catalog/LCNearNames.h"
 
 #include "platform/Path.h"
 #include "VeskLoopManagement/platform/Text.h"
@@ -36,10 +36,10 @@ size_t editDistance(std::string_view left, std::string_view right, size_t limit)
 
 }  // namespace
 
-SimilarNames::SimilarNames(std::string_view wanted)
+LCNearNames::LCNearNames(std::string_view wanted)
     : m_wanted(vesk::text::lowercase(wanted)), m_limit(std::max<size_t>(1, wanted.size() / 3)) {}
 
-void SimilarNames::consider(std::string_view name) {
+void LCNearNames::consider(std::string_view name) {
   if (m_wanted.empty() || m_wanted.size() > kLongestName || name.size() > kLongestName) return;
   const std::string lower = vesk::text::lowercase(name);
   size_t distance = std::min(editDistance(m_wanted, lower, m_limit),
@@ -53,14 +53,14 @@ void SimilarNames::consider(std::string_view name) {
   if (m_found.size() > kMostNames) m_found.pop_back();
 }
 
-std::vector<std::string> SimilarNames::best() const {
+std::vector<std::string> LCNearNames::best() const {
   std::vector<std::string> names;
   for (const auto& [distance, name] : m_found) names.push_back(name);
   return names;
 }
 
-std::vector<std::string> similarNames(std::string_view wanted, const std::vector<std::string>& names) {
-  SimilarNames similar(wanted);
+std::vector<std::string> lc::nearNames(std::string_view wanted, const std::vector<std::string>& names) {
+  LCNearNames similar(wanted);
   for (const auto& name : names) similar.consider(name);
   return similar.best();
 }

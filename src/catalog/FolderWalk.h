@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+namespace lc {
+
 struct WalkedFile {
   std::string path;          // below the argument as it was given, links not resolved
   std::string resolvedPath;  // where the file really is
@@ -58,3 +60,5 @@ class FolderWalk {
   std::optional<FolderIdentity> m_skippedFolder;
   std::vector<Folder> m_linkedFolders;  // met as links, still to be walked
 };
+
+}  // namespace lc
