@@ -1,5 +1,5 @@
-// The settings as one SQL condition over the loops table. Keyword membership and favourites are added by the search
-// itself.
+// The settings as one SQL condition over the loops table. Keyword membership, favourites and restrictions are added by
+// the search itself.
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"

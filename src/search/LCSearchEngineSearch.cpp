@@ -2,6 +2,7 @@
 // sort order.
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
+#include "database/DatabaseDamage.h"
 #include "search/RestrictionClauses.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCStatement.h"
@@ -111,8 +112,8 @@ void LCSearchEngine::noteSearchFailure() {
   vesk::log(fmt::format("Search failed: {} ({})", failure.message, failure.status));
   if (!m_lastSearchFailure) m_lastSearchFailure = failure;
   const bool isDamaged = failure.status == SQLITE_CORRUPT || failure.status == SQLITE_NOTADB;
-  if (isDamaged && !LCSQLiteUtilities::checkSQLiteDatabase(m_sqlite.get(), false)) {
-    LCSQLiteUtilities::setDatabaseIsCorruptFlagForSQLite(m_sqlite.get());
+  if (isDamaged && !lc::damage::isFree(m_sqlite.get(), lc::damage::Check::thorough)) {
+    lc::damage::record(m_sqlite.get());
   }
 }
 

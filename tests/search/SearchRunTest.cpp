@@ -66,6 +66,7 @@ TEST_F(SearchTest, FindsTheLoopsThatPassEverySetting) {
       {[](Engine& e) { e.setSearchString("night"); }, {5}},                 // theme
       {[](Engine& e) { e.setSearchString("tree apple"); }, {2}},            // all words, any order
       {[](Engine& e) { e.setSearchString("two  zebra"); }, {4}},            // the empty word is in every name
+      {[](Engine& e) { e.setSearchString("bass box"); }, {7}},              // "%bass%20box%" in the URL
       {[](Engine& e) { e.setSearchString("x y"); }, {9}},                   // words, and "%x%20y%" in the URL
       {[](Engine& e) { e.setSearchString("then 20"); }, {8}},               // the whole text in "collection"
       {[](Engine& e) { e.setSearchString("100% \"live\""); }, {2, 8}},
@@ -178,7 +179,14 @@ TEST_F(SearchTest, AFailureIsToldAndLeavesAnEmptyResultToThatSearchAlone) {
     engine->setLoopsTablename("Loops"), engine->setCrateLoopRelationTablename("CrateLoopRelation");
     engine->doSearch();
     EXPECT_EQ(engine->numberOfLoops(), engine->sqlite3Connection() ? 9 : 0) << message;
+    EXPECT_EQ(engine->lastSearchFailure().has_value(), !engine->sqlite3Connection()) << message;
   }
+  engine = database.engine();
+  database.execute("DROP TABLE keyword_distribution");
+  engine->setSearchKeywords(names("Tuba"));
+  engine->setLoopsTablename("Nowhere");
+  engine->doSearch();
+  EXPECT_EQ(engine->lastSearchFailure()->message, "no such table: keyword_distribution");  // the first of two
 }
 
 TEST_F(SearchTest, JoinsTheRarestKeywordFirst) {

@@ -1,8 +1,8 @@
 // LCSearchEngine answers searches over the loop database. One engine owns one connection (serialized mode) and is used
 // by one thread at a time; it takes no lock. Set the search settings, call doSearch(), read rows by index. Results are
-// a temporary table on the connection, so counts, paging and keyword lists read that small table and not the whole
-// database. Failures are results: empty answers, 0, nullopt or kNotFound; opening and searching also log why. Use a
-// variant: LCSearchEngineDesktop or LCSearchEngineMobile.
+// a temporary table on the connection, so that counts, paging and the available keywords read that table and not the
+// whole database. Failures are results: empty answers, 0, nullopt or kNotFound; opening and searching also log why.
+// Use a variant: LCSearchEngineDesktop or LCSearchEngineMobile.
 #pragma once
 
 #include <cstdint>
@@ -119,6 +119,7 @@ class LCSearchEngine {
   const std::optional<std::vector<LCSortDescriptor>>& sortDescriptors() const { return m_sorting.descriptors; }
   void setSortDescriptors(const std::optional<std::vector<LCSortDescriptor>>& value) { m_sorting.descriptors = value; }
   const std::string& sortingColumnName() const { return m_sorting.columnName; }
+  // Of use when no sort descriptor is; a column of the result as in a descriptor, or "" for no order.
   void setSortingColumnName(const std::string& value) { m_sorting.columnName = value; }
   void setSortingColumnName(const std::string& value, bool ascending);
   bool sortingDirectionAscending() const { return m_sorting.isAscending; }
@@ -149,7 +150,9 @@ class LCSearchEngine {
 
   // --- Searching and paging (LCSearchEngineSearch.cpp). Row indexes count from 0 in sort order. ---
   void doSearch();
-  const std::optional<LCSearchFailure>& lastSearchFailure() const { return m_lastSearchFailure; }  // nullopt: none
+  const std::optional<LCSearchFailure>& lastSearchFailure() const {
+    return m_lastSearchFailure;
+  }  // nullopt: it succeeded, or there was none
   void doSearch_Keywords();
   std::string sortingString() const;
   void prepareResultsForRange(int64_t location, uint64_t length);
@@ -168,8 +171,9 @@ class LCSearchEngine {
   void setAvailableKeywords(const vesk::StringSet& keywords);       // adds the group keywords that have a member
   vesk::StringSet availableKeywordsOfType(int64_t category) const;  // of an LCKeywordCategory
   // The lists of a browser's columns: "Base" or "BaseFX" alone, then a sub-category such as "Genres", then, with a
-  // keyword too, a drill-down: it adds the keyword to the search, sets the favourites flag and searches. nullopt for
-  // an unknown sub-category.
+  // keyword too, a drill-down: it adds the keyword to the search, sets the favourites flag and searches.
+  // Sub-categories list what the loops carry that pass the filter, whatever keywords, favourites and restrictions are
+  // set. nullopt for an unknown sub-category.
   std::optional<std::vector<std::string>> availableKeywordsForCategory(const std::string& category,
                                                                        const std::optional<std::string>& subCategory,
                                                                        const std::optional<std::string>& andKeyword);
