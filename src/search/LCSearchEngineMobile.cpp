@@ -36,9 +36,7 @@ void LCSearchEngineMobile::fixDuplicateLoopsFromREDContent() {
 std::string LCSearchEngineMobile::textSearchCollate() const {
   if (useMacOSSorting() || !sqlite3Connection()) return "NOCASE";
   if (!LCSQLiteUtilities::isChina() && !useLocalizedSorting()) return "NOCASE";
-  const bool succeeded = lc::registerLocalizedCollation(sqlite3Connection());
-  m_textSearchCollateRegistered = true;
-  return succeeded ? "LC_LocalizedSortingCollate" : "NOCASE";
+  return lc::registerLocalizedCollation(sqlite3Connection()) ? "LC_LocalizedSortingCollate" : "NOCASE";
 }
 
 std::string LCSearchEngineMobile::textSearchLikeFunction() const {

@@ -29,6 +29,4 @@ class LCSearchEngineMobile : public LCSearchEngine {
 
  private:
   explicit LCSearchEngineMobile(const LCDatabaseConfiguration& configuration) : LCSearchEngine(configuration) {}
-
-  mutable bool m_textSearchCollateRegistered = false;  // on this engine's connection
 };
