@@ -1,8 +1,8 @@
 // AIFF and AIFF-C. Numbers are big-endian.
 //   "FORM"  offset 0  uint32  size of what follows, pads included     offset 4   4 bytes  "AIFF" or "AIFC"
 //   "COMM"  offset 0  int16   channels                                offset 8   80-bit   sample rate
-//           offset 2  uint32  frames (ima4: packets in some files)    offset 18  4 bytes  codec, AIFF-C only; a name
-//           follows offset 6  int16   bits per sample
+//           offset 2  uint32  frames (ima4: packets in some files)    offset 18  4 bytes  codec, AIFF-C only;
+//           offset 6  int16   bits per sample                                             a name follows
 //   "SSND"  offset 0  uint32  offset of the first frame               offset 8   filler, then the frames
 //           offset 4  uint32  block size, not used
 #include "platform/audiofile/ByteReader.h"

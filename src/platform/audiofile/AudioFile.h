@@ -69,8 +69,8 @@ struct AudioChunk {
   FourCC id;
   uint64_t headerOffset = 0;  // of the id, in bytes from the start of the file
   uint64_t dataOffset = 0;    // of the first payload byte
-  uint64_t declaredSize =
-      0;                // as the header says, or "ds64" for it; all ones in CAF and "ds64": to the end of the file
+  // As the header says, or "ds64" for it; all ones in CAF and "ds64": to the end of the file.
+  uint64_t declaredSize = 0;
   uint64_t size = 0;    // payload bytes that are there
   bool hasPad = false;  // a pad byte follows the payload
   std::byte pad{0};     // its value

@@ -1,15 +1,15 @@
 // Core Audio Format. Numbers are big-endian; chunks stand back to back without padding.
-//   "caff"  offset 4  uint16  version, 1                              offset 6   uint16  flags, 0
-//   chunk   offset 0  4 bytes type                                    offset 4   int64   payload size; -1 in "data"
-//   only: to the end "desc"  offset 0  float64 sample rate                             offset 16  uint32  bytes per
-//   packet, 0: variable
-//           offset 8  4 bytes format                                  offset 20  uint32  frames per packet, 0: variable
-//           offset 12 uint32  flags (lpcm: 1 float, 2 little-endian)  offset 24  uint32  channels
-//                                                                     offset 28  uint32  bits per channel
-//   "data"  offset 0  uint32  edit count                              offset 4   the audio
-//   "pakt"  offset 0  int64   packets                                 offset 16  int32   priming frames
-//           offset 8  int64   valid frames                            offset 20  int32   remainder frames; then a table
-//   "info"  offset 0  uint32  count                                   offset 4   count pairs of zero-terminated texts
+//   "caff"  offset 4   uint16   version, 1                        offset 6   uint16  flags, 0
+//   chunk   offset 0   4 bytes  type                              offset 4   int64   payload size; -1 in "data" only:
+//                                                                                    to the end
+//   "desc"  offset 0   float64  sample rate                       offset 16  uint32  bytes per packet, 0: variable
+//           offset 8   4 bytes  format                            offset 20  uint32  frames per packet, 0: variable
+//           offset 12  uint32   flags (lpcm: 1 float,             offset 24  uint32  channels
+//                               2 little-endian)                  offset 28  uint32  bits per channel
+//   "data"  offset 0   uint32   edit count                        offset 4   the audio
+//   "pakt"  offset 0   int64    packets                           offset 16  int32   priming frames
+//           offset 8   int64    valid frames                      offset 20  int32   remainder frames; then a table
+//   "info"  offset 0   uint32   count                             offset 4   count pairs of zero-terminated texts
 #include "platform/audiofile/ByteReader.h"
 #include "platform/audiofile/ChunkWalk.h"
 #include "platform/audiofile/Containers.h"

@@ -9,9 +9,9 @@
 //   map           offset 24  uint16  offset of the type list, from the map's start
 //   type list     offset 0   uint16  count of types - 1, then for each 4 bytes type, uint16 count of resources - 1 and
 //                            uint16 offset of its references, from the list's start
-//   reference     offset 0   int16   id                             offset 4   uint32  attributes (8 bits), offset in
-//   the data
-//                 offset 2   uint16  name                           offset 8   uint32  reserved
+//   reference     offset 0   int16   id                             offset 4   uint32  attributes in the upper 8 bits,
+//                 offset 2   uint16  name                                      offset in the data in the lower 24
+//                                                                   offset 8   uint32  reserved
 //   resource      offset 0   uint32  length                         offset 4   the bytes
 #include "platform/audiofile/ByteReader.h"
 #include "platform/audiofile/Containers.h"

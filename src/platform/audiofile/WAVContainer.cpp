@@ -1,13 +1,12 @@
 // WAV, RF64 and BW64 (little-endian) and RIFX (big-endian).
 //   "RIFF"  offset 0   uint32  size of what follows, pads included     offset 4   4 bytes  "WAVE"
-//   "fmt "  offset 0   uint16  format tag                              offset 12  uint16  block align: bytes per frame
-//   or packet
-//           offset 2   uint16  channels                                offset 14  uint16  bits per sample
-//           offset 4   uint32  sample rate                             offset 16  uint16  size of the extension, when
-//           there is one offset 8   uint32  bytes per second, not used              offset 18  uint16  frames per
-//           packet (ADPCM, GSM) tag 0xFFFE: offset 24  uint16  the real tag
-//   "ds64"  offset 0   uint64  form size                               offset 24  uint32  count of table entries
-//           offset 8   uint64  size of "data"                          offset 28  entries of 4 bytes id and uint64 size
+//   "fmt "  offset 0   uint16  format tag                  offset 12  uint16  block align: bytes per frame or packet
+//           offset 2   uint16  channels                    offset 14  uint16  bits per sample
+//           offset 4   uint32  sample rate                 offset 16  uint16  size of the extension, when there is one
+//           offset 8   uint32  bytes per second,           offset 18  uint16  frames per packet (ADPCM, GSM)
+//                              not used                    offset 24  uint16  the real tag, when the tag is 0xFFFE
+//   "ds64"  offset 0   uint64  form size                   offset 24  uint32  count of table entries
+//           offset 8   uint64  size of "data"              offset 28  entries of 4 bytes id and uint64 size
 //           offset 16  uint64  sample count, not used
 //   "LIST"  offset 0   4 bytes "INFO", then chunks whose payloads are zero-terminated texts
 // In RF64 and BW64 a 32-bit size of 0xFFFFFFFF means: see "ds64", which is the first chunk.
