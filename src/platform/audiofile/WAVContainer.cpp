@@ -122,7 +122,7 @@ struct FormSizes {
   bool lacksLongSizes = false;  // an RF64 or BW64 file without a "ds64" at its place
 };
 
-FormSizes readFormSizes(FileBytes& bytes, ContainerKind kind) {
+FormSizes readFormSizes(ByteSource& bytes, ContainerKind kind) {
   FormSizes sizes;
   const std::endian order = orderOf(kind);
   if (const auto size = bytes.upTo(4, 4)) sizes.formSize = ByteReader(*size, order).u32();
@@ -153,8 +153,8 @@ FormSizes readFormSizes(FileBytes& bytes, ContainerKind kind) {
   return sizes;
 }
 
-void noteAudio(const FileBytes& bytes, AudioFileContents& contents) {
-  if (contents.count(kFormatID) > 1) contents.noteAmbiguous("there are two format chunks");
+void noteAudio(const ByteSource& bytes, AudioFileContents& contents) {
+  noteDoubles(kFormatID, kDataID, contents);
   const AudioChunk* data = contents.firstChunk(kDataID);
   if (!data) {
     contents.noteAmbiguous("it has no audio chunk");
@@ -184,7 +184,7 @@ const char* infoKeyFor(FourCC id) {
   return found == kKeys.end() ? nullptr : found->key;
 }
 
-std::string textOf(FileBytes& bytes, const AudioChunk& chunk) {
+std::string textOf(ByteSource& bytes, const AudioChunk& chunk) {
   const auto payload = bytes.upTo(chunk.dataOffset, std::min(chunk.size, kMaximumTextSize));
   if (!payload || payload->empty()) return {};
   const std::string_view text(reinterpret_cast<const char*>(payload->data()), payload->size());
@@ -192,7 +192,7 @@ std::string textOf(FileBytes& bytes, const AudioChunk& chunk) {
 }
 
 // False when the list is of another type.
-bool addInfoList(FileBytes& bytes, const AudioChunk& list, std::endian order, InfoDictionary& dictionary) {
+bool addInfoList(ByteSource& bytes, const AudioChunk& list, std::endian order, InfoDictionary& dictionary) {
   if (list.size < 4) return false;
   const auto type = bytes.upTo(list.dataOffset, 4);
   if (!type || FourCC::fromBytes(type->data()) != kInfoType) return false;
@@ -209,7 +209,7 @@ bool addInfoList(FileBytes& bytes, const AudioChunk& list, std::endian order, In
 
 }  // namespace
 
-std::optional<AudioFileContents> readWAV(FileBytes& bytes, ContainerKind kind, std::string& refusal) {
+std::optional<AudioFileContents> readWAV(ByteSource& bytes, ContainerKind kind, std::string& refusal) {
   const std::endian order = orderOf(kind);
   FormSizes sizes = readFormSizes(bytes, kind);
   AudioFileContents contents{.kind = kind};
@@ -235,7 +235,7 @@ std::optional<AudioFileContents> readWAV(FileBytes& bytes, ContainerKind kind, s
   return contents;
 }
 
-std::optional<InfoDictionary> wavInfo(FileBytes& bytes, const AudioFileContents& contents) {
+std::optional<InfoDictionary> wavInfo(ByteSource& bytes, const AudioFileContents& contents) {
   InfoDictionary dictionary;
   bool hasInfo = false;
   for (const AudioChunk& chunk : contents.chunks) {
