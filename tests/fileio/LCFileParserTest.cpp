@@ -22,7 +22,7 @@ struct SwitchGuard {
 // Reaches into a parser that has no file.
 class RecordParser : public LCFileParser {
  public:
-  explicit RecordParser(std::string_view path) : LCFileParser(vesk::URL::fileURLWithPath(path, false), nullptr, true) {}
+  explicit RecordParser(std::string_view path) : LCFileParser(vesk::URL::fileURLWithPath(path, false), true) {}
   LCFileData& record() { return *m_fileData; }
   using LCFileParser::calcHash;
   using LCFileParser::extractAdditionalLoopDataFromData;
