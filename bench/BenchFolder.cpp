@@ -1,7 +1,7 @@
 #include "BenchFolder.h"
 
-#include "platform/Environment.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include <cmath>
 #include <cstdio>

@@ -2,11 +2,11 @@
 
 #include "BenchFolder.h"
 
-#include "database/LCDatabaseConfiguration.h"
-#include "database/LCDatabaseSchema.h"
-#include "indexing/LCFileIndexing.h"
-#include "model/LCKeywordHelper.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 #include <fmt/format.h>
 

@@ -10,10 +10,10 @@
 #include "LoopDatabases.h"
 #include "LoopFiles.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "fileio/LCFileParser.h"
-#include "indexing/LCFileIndexing.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
 
 #include <benchmark/benchmark.h>
 

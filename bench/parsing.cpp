@@ -6,8 +6,8 @@
 //   sf_open/…       libsndfile opens and closes the same file (headers and its own text chunks; it knows no loop tags)
 #include "LoopFiles.h"
 
-#include "fileio/LCFileParser.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include <benchmark/benchmark.h>
 #include <sndfile.h>

@@ -20,11 +20,11 @@
 #include "BenchFolder.h"
 #include "LoopDatabases.h"
 
-#include "database/LCConnection.h"
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
-#include "model/LCKeywordHelper.h"
-#include "search/LCSearchEngineDesktop.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
@@ -95,7 +95,7 @@ void search(benchmark::State& state, const Workload& workload, size_t loopCount)
 }
 
 void selectIds(benchmark::State& state, const Workload& workload, size_t loopCount) {
-  const LCConnection connection = openConnection(loopDatabase(loopCount), LCOpenMode::readOnly);
+  const LCConnection connection = lc::openConnection(loopDatabase(loopCount), LCOpenMode::readOnly);
   LCStatement select(connection.get(), workload.sql);
   if (!select.isPrepared()) return state.SkipWithError("the statement could not be prepared");
   size_t rows = 0;

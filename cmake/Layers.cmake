@@ -4,10 +4,10 @@ set(VESK_LAYERS "" CACHE INTERNAL "layers, from left to right")
 
 function(vesk_add_layer name)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/${name}/*.cpp
-       ${PROJECT_SOURCE_DIR}/src/${name}/*.h)
+       ${PROJECT_SOURCE_DIR}/src/${name}/*.h ${PROJECT_SOURCE_DIR}/include/VeskLoopManagement/${name}/*.h)
   add_library(vesk_${name} OBJECT ${sources})
   set_target_properties(vesk_${name} PROPERTIES LINKER_LANGUAGE CXX)
-  target_include_directories(vesk_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  target_include_directories(vesk_${name} PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(vesk_${name} PUBLIC ICU::i18n ICU::uc SQLite::SQLite3 EXPAT::EXPAT fmt::fmt)
   target_compile_features(vesk_${name} PUBLIC cxx_std_20)
   vesk_set_warnings(vesk_${name})
@@ -56,16 +56,15 @@ function(vesk_add_library)
                                                       LINKER_LANGUAGE CXX)
   target_compile_features(VeskLoopManagement PUBLIC cxx_std_20)
   target_include_directories(
-    VeskLoopManagement PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
-                              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/VeskLoopManagement>)
+    VeskLoopManagement PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
+                              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_link_libraries(VeskLoopManagement PUBLIC ICU::i18n ICU::uc SQLite::SQLite3 EXPAT::EXPAT fmt::fmt)
 
   include(CMakePackageConfigHelpers)
   set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VeskLoopManagement)
   install(TARGETS VeskLoopManagement EXPORT VeskLoopManagementTargets)
   install(EXPORT VeskLoopManagementTargets NAMESPACE VeskLoopManagement:: DESTINATION ${package_dir})
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/VeskLoopManagement
-          FILES_MATCHING PATTERN "*.h")
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/VeskLoopManagement DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
   configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/VeskLoopManagementConfig.cmake.in
                                 ${PROJECT_BINARY_DIR}/VeskLoopManagementConfig.cmake INSTALL_DESTINATION ${package_dir})
   write_basic_package_version_file(${PROJECT_BINARY_DIR}/VeskLoopManagementConfigVersion.cmake

@@ -1,6 +1,6 @@
 // Any bytes as an audio file, and as the companion file of a Sound Designer II file: every question is asked of what
 // opens.
-#include "platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

@@ -5,9 +5,9 @@
 #include "fileio/LCCategoryChunk.h"
 #include "fileio/LCCollectionChunk.h"
 #include "fileio/LCCommentsChunk.h"
-#include "fileio/LCFileParser.h"
 #include "fileio/LCSearchInfo.h"
 #include "fileio/TempoFromFileName.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -40,9 +40,9 @@ void decodeSearchInfo(std::span<const std::byte> payload) {
 
 // A tempo is a part of the name and is found again in that part alone.
 void findTempo(std::string_view name) {
-  const auto found = findTempoText(name);
-  if (found && findTempoText(*found) != found) std::abort();
-  (void)findTempoInFileName(name);
+  const auto found = lc::findTempoText(name);
+  if (found && lc::findTempoText(*found) != found) std::abort();
+  (void)lc::findTempoInFileName(name);
 }
 
 }  // namespace

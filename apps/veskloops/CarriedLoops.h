@@ -5,10 +5,10 @@
 #pragma once
 
 #include "FileStates.h"
-#include "indexing/LCFileIndexing.h"
 #include "LoopRows.h"
 #include "Output.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include <cstdint>
 #include <map>

@@ -3,8 +3,8 @@
 #include "Database.h"
 #include "LoopRows.h"
 #include "Output.h"
-#include "search/LCSearchEngine.h"
 #include "TerminalText.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
 

@@ -1,14 +1,14 @@
 #include "Database.h"
 
 #include "Arguments.h"
-#include "database/LCConnection.h"
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "database/LCStatement.h"
 #include "Output.h"
 #include "platform/Path.h"
-#include "search/LCSearchEngineDesktop.h"
-#include "search/LCSearchEngineMobile.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
+#include "VeskLoopManagement/search/LCSearchEngineMobile.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -66,7 +66,7 @@ void requireWritableFolder(const std::string& file) {
 // for the lock; plain statements, because the library's utilities mark a database that they find damaged.
 void requireUnlocked(const std::string& file, LCOpenMode mode) {
   int status = SQLITE_OK;
-  const LCConnection connection = openConnection(file, mode, &status);
+  const LCConnection connection = lc::openConnection(file, mode, &status);
   if (!connection) throw databaseFailure(status, file);
   const bool isWriting = mode == LCOpenMode::readWriteCreate;
   LCStatement probe(connection.get(), isWriting ? "BEGIN IMMEDIATE" : "SELECT count(*) FROM sqlite_master");
@@ -76,14 +76,14 @@ void requireUnlocked(const std::string& file, LCOpenMode mode) {
 }
 
 void requireKnownVersion(const std::string& file) {
-  const LCConnection connection = openConnection(file, LCOpenMode::readOnly);
+  const LCConnection connection = lc::openConnection(file, LCOpenMode::readOnly);
   if (LCSQLiteUtilities::databaseSchemaVersionForSQLite(connection.get()) <= kDefaultDatabaseSchemaVersion) return;
   throw databaseProblem("databaseNewer", "the loop database was made by a newer version of this program", file,
                         "Use that version, or name another file with --database.");
 }
 
 void requireLoops(const std::string& file) {
-  const LCConnection connection = openConnection(file, LCOpenMode::readOnly);
+  const LCConnection connection = lc::openConnection(file, LCOpenMode::readOnly);
   if (LCSQLiteUtilities::isTableWithName(kDefaultLoopsTablename, std::nullopt, connection.get())) return;
   throw missingDatabase(file);
 }

@@ -3,11 +3,11 @@
 #pragma once
 
 #include "Context.h"
-#include "database/LCDatabaseConfiguration.h"
 #include "Failure.h"
-#include "indexing/LCFileIndexing.h"
 #include "LoopRows.h"
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <memory>
 #include <span>

@@ -1,8 +1,8 @@
 #include "FileStates.h"
 
 #include "fileio/MurmurHash.h"
-#include "platform/Environment.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -35,7 +35,7 @@ std::string pathOfStates(const std::string& databaseFile) {
   constexpr uint64_t kSeed = 7;
   const std::string path = vesk::path::resolvingSymlinks(databaseFile);
   const std::string name =
-      fmt::format("file-states-{:016x}.db", MurmurHash64A(path.data(), static_cast<uint32_t>(path.size()), kSeed));
+      fmt::format("file-states-{:016x}.db", lc::MurmurHash64A(path.data(), static_cast<uint32_t>(path.size()), kSeed));
   return vesk::path::appending(vesk::Environment::shared().cacheFolder(), name);
 }
 
@@ -94,7 +94,7 @@ FileStates::FileStates(Output& output, const std::string& databaseFile, Use use)
 // With a write-ahead log a commit need not wait for the disk; a crash costs the last ones and nothing else.
 void FileStates::open() {
   int status = SQLITE_OK;
-  m_connection = openConnection(m_path, LCOpenMode::readWriteCreate, &status);
+  m_connection = lc::openConnection(m_path, LCOpenMode::readWriteCreate, &status);
   if (!isUsable()) return giveUp(status);
   if (m_use == Use::readOnly) return;
   execute("PRAGMA journal_mode = WAL");

@@ -4,9 +4,9 @@
 // answered as if nothing had been remembered. Never throws. One thread.
 #pragma once
 
-#include "database/LCConnection.h"
-#include "database/LCStatement.h"
 #include "Output.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <cstdint>
 #include <optional>

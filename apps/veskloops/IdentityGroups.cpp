@@ -1,6 +1,6 @@
 #include "IdentityGroups.h"
 
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
 

@@ -3,13 +3,9 @@
 #include "Arguments.h"
 #include "CarriedLoops.h"
 #include "Database.h"
-#include "database/LCCrateManager.h"
-#include "database/LCDatabaseSchema.h"
-#include "fileio/LCFileParser.h"
 #include "FileStates.h"
 #include "FolderWalk.h"
 #include "IdentityGroups.h"
-#include "indexing/LCFileIndexing.h"
 #include "JSON.h"
 #include "LoopArguments.h"
 #include "LoopFile.h"
@@ -18,6 +14,10 @@
 #include "platform/Path.h"
 #include "Progress.h"
 #include "Signals.h"
+#include "VeskLoopManagement/database/LCCrateManager.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
 
 #include <fmt/format.h>
 #include <sys/stat.h>

@@ -7,10 +7,10 @@
 #include "LoopFile.h"
 #include "LoopRows.h"
 #include "Output.h"
-#include "platform/audiofile/AudioFile.h"
 #include "platform/Path.h"
-#include "search/LCSearchEngine.h"
 #include "TerminalText.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
 

@@ -1,9 +1,9 @@
 #include "JSON.h"
 
 #include "KeyNames.h"
-#include "platform/PropertyList.h"
-#include "platform/Text.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
+#include "VeskLoopManagement/platform/Text.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include <fmt/format.h>
 

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "LoopRows.h"
-#include "model/LCFileData.h"
 #include "Output.h"
-#include "platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/model/LCFileData.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
 #include <string>
 #include <string_view>

@@ -1,8 +1,8 @@
 #include "KeyNames.h"
 
-#include "model/LCKeywordHelper.h"
-#include "model/LCVireoLoopType.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/model/LCVireoLoopType.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 #include "KeywordList.h"
 
 #include "KeyNames.h"
-#include "model/LCKeywordHelper.h"
-#include "platform/Text.h"
 #include "TerminalText.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
 

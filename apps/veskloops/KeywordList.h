@@ -3,7 +3,7 @@
 
 #include "LoopRows.h"
 #include "Output.h"
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <span>
 #include <vector>

@@ -6,9 +6,9 @@
 #include "KeywordList.h"
 #include "LoopRows.h"
 #include "Output.h"
-#include "platform/Text.h"
-#include "search/LCSearchEngine.h"
 #include "SearchFilters.h"
+#include "VeskLoopManagement/platform/Text.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
 

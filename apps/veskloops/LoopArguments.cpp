@@ -1,8 +1,8 @@
 #include "LoopArguments.h"
 
 #include "platform/Path.h"
-#include "platform/Text.h"
 #include "Similarity.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
 

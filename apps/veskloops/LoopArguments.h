@@ -4,7 +4,7 @@
 #include "Arguments.h"
 #include "Failure.h"
 #include "LoopRows.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include <cstdint>
 #include <optional>

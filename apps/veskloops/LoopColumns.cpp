@@ -3,8 +3,8 @@
 #include "Failure.h"
 #include "JSON.h"
 #include "Output.h"
-#include "platform/Text.h"
 #include "TerminalText.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 #include "LoopFile.h"
 
-#include "fileio/LCFileParser.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
 

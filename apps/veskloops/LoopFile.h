@@ -1,8 +1,8 @@
 // Reads one loop file's record, or says why there is none.
 #pragma once
 
-#include "model/LCFileData.h"
 #include "Output.h"
+#include "VeskLoopManagement/model/LCFileData.h"
 
 #include <optional>
 #include <string>

@@ -1,11 +1,11 @@
 #include "LoopRows.h"
 
 #include "Database.h"
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "model/LCKeywordHelper.h"
-#include "platform/Text.h"
 #include "Similarity.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <algorithm>
 #include <limits>

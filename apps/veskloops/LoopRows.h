@@ -3,9 +3,9 @@
 // is one statement; results are handed on row by row. When the database cannot be read, a Failure is thrown.
 #pragma once
 
-#include "database/LCStatement.h"
-#include "loudness/LCLoopLoudnessInfo.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include <cstdint>
 #include <functional>

@@ -7,8 +7,8 @@
 #include "LoopRows.h"
 #include "Output.h"
 #include "platform/Path.h"
-#include "search/LCSearchEngine.h"
 #include "TerminalText.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
 

@@ -10,8 +10,8 @@
 #include "Output.h"
 #include "platform/Path.h"
 #include "Progress.h"
-#include "search/LCSearchEngine.h"
 #include "Signals.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
 

@@ -8,9 +8,9 @@
 #include "LoopColumns.h"
 #include "LoopRows.h"
 #include "Output.h"
-#include "platform/Text.h"
-#include "search/LCSearchEngine.h"
 #include "SearchFilters.h"
+#include "VeskLoopManagement/platform/Text.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
 

@@ -4,9 +4,9 @@
 #include "Failure.h"
 #include "KeyNames.h"
 #include "LoopArguments.h"
-#include "model/LCKeywordHelper.h"
-#include "platform/Text.h"
 #include "Similarity.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
 

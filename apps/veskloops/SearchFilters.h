@@ -2,7 +2,7 @@
 #pragma once
 
 #include "LoopRows.h"
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <CLI/App.hpp>
 

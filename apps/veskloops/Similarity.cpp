@@ -1,7 +1,7 @@
 #include "Similarity.h"
 
 #include "platform/Path.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <algorithm>
 #include <numeric>

@@ -3,7 +3,6 @@
 #include "Arguments.h"
 #include "Context.h"
 #include "CratesCommand.h"
-#include "database/LCDatabaseSchema.h"
 #include "Failure.h"
 #include "FamilyCommand.h"
 #include "IndexCommand.h"
@@ -11,11 +10,12 @@
 #include "KeywordsCommand.h"
 #include "MarkCommands.h"
 #include "Output.h"
-#include "platform/Environment.h"
 #include "RemoveCommand.h"
-#include "resources/VeskLoopManagementVersion.h"
 #include "SearchCommand.h"
 #include "Similarity.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/platform/Environment.h"
+#include "VeskLoopManagement/resources/VeskLoopManagementVersion.h"
 
 #include <fmt/format.h>
 #include <sqlite3.h>

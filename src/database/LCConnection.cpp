@@ -1,4 +1,4 @@
-#include "database/LCConnection.h"
+#include "VeskLoopManagement/database/LCConnection.h"
 
 #include <sqlite3.h>
 
@@ -26,7 +26,7 @@ void LCConnectionCloser::operator()(sqlite3* connection) const {
   sqlite3_close_v2(connection);
 }
 
-LCConnection openConnection(const std::string& databaseFile, LCOpenMode mode, int* status) {
+LCConnection lc::openConnection(const std::string& databaseFile, LCOpenMode mode, int* status) {
   sqlite3* opened = nullptr;
   const int result = sqlite3_open_v2(databaseFile.c_str(), &opened, openFlags(mode), nullptr);
   LCConnection connection{opened};  // SQLite hands out a connection for most failures, too

@@ -1,8 +1,8 @@
-#include "database/LCCrateManager.h"
+#include "VeskLoopManagement/database/LCCrateManager.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "platform/Text.h"
 #include "resources/ResourceTables.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <string_view>
 
@@ -19,7 +19,7 @@ const std::string kCreateCrateLoopRelationSQL =
     "(crateId TEXT, loopId INTEGER, UNIQUE (crateId, loopId) ON CONFLICT REPLACE);";
 
 std::string prefixed(std::string_view rest) {
-  return std::string(resources::contentIdentifierPrefix()).append(rest);
+  return std::string(lc::resources::contentIdentifierPrefix()).append(rest);
 }
 
 }  // namespace
@@ -33,7 +33,7 @@ const std::string LCFileIndexingSingleFilesCrateName = "SingleFiles";
 
 std::unique_ptr<LCCrateManager> LCCrateManager::initWithDatabaseConfiguration(
     const LCDatabaseConfiguration& configuration) {
-  LCConnection connection = openConnection(configuration.databaseFile(), LCOpenMode::readWriteCreate);
+  LCConnection connection = lc::openConnection(configuration.databaseFile(), LCOpenMode::readWriteCreate);
   if (!connection) return nullptr;
   LCSQLiteUtilities::generateDatabaseTablesForSQLite(connection.get(), configuration.schemaVersion());
   return std::unique_ptr<LCCrateManager>(new LCCrateManager(std::move(connection)));
@@ -45,10 +45,10 @@ bool LCCrateManager::createCrateWithIdentifier(const std::string& identifier, co
   if (!utilities.executeStatementWithNoReturnValue(kCreateCratesSQL)) return false;
   if (!utilities.executeStatementWithNoReturnValue(kCreateCrateLoopRelationSQL)) return false;
   return utilities.executeStatementWithNoReturnValue(
-      sqlFormat("INSERT OR IGNORE INTO Crates (identifier, crateName, manufacturer, isVirtualCrate) "
-                "VALUES (\"%@\", \"%@\", \"%@\", %@);",
-                {sqlDoubleQuoteEscaped(identifier), sqlDoubleQuoteEscaped(name), sqlDoubleQuoteEscaped(manufacturer),
-                 isVirtual ? "1" : "0"}));
+      lc::sqlFormat("INSERT OR IGNORE INTO Crates (identifier, crateName, manufacturer, isVirtualCrate) "
+                    "VALUES (\"%@\", \"%@\", \"%@\", %@);",
+                    {lc::sqlDoubleQuoteEscaped(identifier), lc::sqlDoubleQuoteEscaped(name),
+                     lc::sqlDoubleQuoteEscaped(manufacturer), isVirtual ? "1" : "0"}));
 }
 
 std::optional<std::string> LCCrateManager::createCrateForSingleFiles() {
@@ -64,7 +64,7 @@ std::optional<std::string> LCCrateManager::createCrateForSingleFiles() {
 bool LCCrateManager::createCrateForDirectoryURL(const std::optional<vesk::URL>& url, const std::string& name,
                                                 std::string* identifier) {
   if (!url) return false;
-  const std::string folderIdentifier = sqlEscaped(url->absoluteString());
+  const std::string folderIdentifier = lc::sqlEscaped(url->absoluteString());
   if (!createCrateWithIdentifier(folderIdentifier, name, "USER", false)) return false;
   if (identifier) *identifier = folderIdentifier;
   return true;
@@ -81,7 +81,7 @@ std::optional<LCResultDictionary> LCCrateManager::availableCrates() {
 bool LCCrateManager::removeCrateWithIdentifier(const std::string& identifier) {
   return LCSQLiteUtilities(m_connection.get())
       .executeStatementWithNoReturnValue(
-          sqlFormat("DELETE FROM Crates WHERE identifier = \"%@\";", {sqlDoubleQuoteEscaped(identifier)}));
+          lc::sqlFormat("DELETE FROM Crates WHERE identifier = \"%@\";", {lc::sqlDoubleQuoteEscaped(identifier)}));
 }
 
 std::string LCCrateManager::crateIdentifierForManufacturer(const std::string& manufacturer,
@@ -99,7 +99,7 @@ bool LCCrateManager::isLocalDomainCrateIdentifier(const std::string& identifier)
 
 bool LCCrateManager::isLegacyCrateIdentifier(const std::optional<std::string>& identifier) {
   if (!identifier) return false;
-  const std::string_view prefix = resources::contentIdentifierPrefix();
+  const std::string_view prefix = lc::resources::contentIdentifierPrefix();
   return identifier->starts_with(prefix) &&
-         resources::legacyCrateIdentifierSuffixes().contains(identifier->substr(prefix.size()));
+         lc::resources::legacyCrateIdentifierSuffixes().contains(identifier->substr(prefix.size()));
 }

@@ -1,9 +1,9 @@
-#include "database/LCDatabaseConfiguration.h"
+#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "platform/Environment.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include <fmt/format.h>
 

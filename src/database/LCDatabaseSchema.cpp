@@ -1,6 +1,6 @@
-#include "database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
 
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <vector>
 
@@ -163,7 +163,7 @@ const std::string kSelectLoopsFormatStringMobile =
     "FROM %@ NOT INDEXED "
     "LEFT JOIN UserData ON UserData.loopId = %@.id ";
 
-std::string sqlFormat(std::string_view format, std::span<const std::string_view> arguments) {
+std::string lc::sqlFormat(std::string_view format, std::span<const std::string_view> arguments) {
   std::string sql;
   auto argument = arguments.begin();
   for (size_t i = 0; i < format.size(); ++i) {
@@ -181,19 +181,19 @@ std::string sqlFormat(std::string_view format, std::span<const std::string_view>
   return sql;
 }
 
-std::string sqlFormat(std::string_view format, std::initializer_list<std::string_view> arguments) {
-  return sqlFormat(format, std::span<const std::string_view>(arguments.begin(), arguments.size()));
+std::string lc::sqlFormat(std::string_view format, std::initializer_list<std::string_view> arguments) {
+  return lc::sqlFormat(format, std::span<const std::string_view>(arguments.begin(), arguments.size()));
 }
 
-std::string sqlFormat(std::string_view format, std::span<const std::string> arguments) {
+std::string lc::sqlFormat(std::string_view format, std::span<const std::string> arguments) {
   const std::vector<std::string_view> views(arguments.begin(), arguments.end());
-  return sqlFormat(format, std::span<const std::string_view>(views));
+  return lc::sqlFormat(format, std::span<const std::string_view>(views));
 }
 
-std::string sqlEscaped(std::string_view text) {
+std::string lc::sqlEscaped(std::string_view text) {
   return vesk::text::replacingAll(text, "'", "''");
 }
 
-std::string sqlDoubleQuoteEscaped(std::string_view text) {
+std::string lc::sqlDoubleQuoteEscaped(std::string_view text) {
   return vesk::text::replacingAll(text, "\"", "\"\"");
 }

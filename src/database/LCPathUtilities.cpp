@@ -1,7 +1,7 @@
-#include "database/LCPathUtilities.h"
+#include "VeskLoopManagement/database/LCPathUtilities.h"
 
-#include "platform/Environment.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include <string_view>
 #include <vector>

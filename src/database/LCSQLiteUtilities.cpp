@@ -1,9 +1,9 @@
-#include "database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
-#include "database/LCDatabaseConfiguration.h"
-#include "database/LCDatabaseSchema.h"
-#include "platform/Environment.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include <sqlite3.h>
 
@@ -88,18 +88,18 @@ void overrideLoudnessFile(std::optional<std::string>& path, const std::optional<
 
 }  // namespace
 
-std::string cellText(const LCCell& cell) {
+std::string lc::cellText(const LCCell& cell) {
   if (const auto* text = std::get_if<std::string>(&cell)) return *text;
-  return std::to_string(cellInteger(cell));
+  return std::to_string(lc::cellInteger(cell));
 }
 
-int64_t cellInteger(const LCCell& cell) {
+int64_t lc::cellInteger(const LCCell& cell) {
   if (const auto* text = std::get_if<std::string>(&cell)) return vesk::text::integerValue(*text);
   if (const auto* number = std::get_if<int64_t>(&cell)) return *number;
   return std::get<bool>(cell) ? 1 : 0;
 }
 
-const LCCell* firstCell(const LCResultDictionary& result, std::string_view column) {
+const LCCell* lc::firstCell(const LCResultDictionary& result, std::string_view column) {
   const auto found = result.find(std::string(column));
   return found == result.end() || found->second.empty() ? nullptr : &found->second.front();
 }
@@ -136,8 +136,8 @@ bool LCSQLiteUtilities::executeStatementWithGenericReturnValue(const std::string
 std::optional<int64_t> LCSQLiteUtilities::firstIntegerOfStatement(const std::string& sql, std::string_view column) {
   LCResultDictionary result;
   if (!executeStatementWithGenericReturnValue(sql, &result)) return std::nullopt;
-  const LCCell* cell = firstCell(result, column);
-  return cell ? std::optional(cellInteger(*cell)) : std::nullopt;
+  const LCCell* cell = lc::firstCell(result, column);
+  return cell ? std::optional(lc::cellInteger(*cell)) : std::nullopt;
 }
 
 bool LCSQLiteUtilities::executeStatementWithLoopsReturnValue(const std::string& sql, LCResultDictionary* result) {

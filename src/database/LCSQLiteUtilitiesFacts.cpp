@@ -1,6 +1,6 @@
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "database/LCStatement.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <limits>
 
@@ -59,8 +59,9 @@ int64_t LCSQLiteUtilities::lastExtraKeywordIdFromDatabaseName(const std::optiona
                                                               sqlite3* connection) {
   if (connection == nullptr) return -1;
   LCStatement statement(
-      connection, sqlFormat("SELECT integerValue from %@%@DatabaseMigrationInfos WHERE key == 'LAST_EXTRA_KEYWORD_ID'",
-                            {database.value_or(""), database ? "." : ""}));
+      connection,
+      lc::sqlFormat("SELECT integerValue from %@%@DatabaseMigrationInfos WHERE key == 'LAST_EXTRA_KEYWORD_ID'",
+                    {database.value_or(""), database ? "." : ""}));
   return statement.step() ? statement.int64At(0) : std::numeric_limits<int64_t>::max();
 }
 

@@ -1,10 +1,10 @@
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "database/LCStatement.h"
 #include "database/LCTransaction.h"
-#include "platform/Environment.h"
 #include "platform/Path.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/platform/Environment.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include <fmt/format.h>
 #include <sqlite3.h>
@@ -78,9 +78,9 @@ constexpr std::array<NameCorrection, 5> kNameCorrections = {{
 void correctName(sqlite3* connection, std::string_view wrong, std::string_view right) {
   LCSQLiteUtilities utilities(connection);
   utilities.executeStatementWithNoReturnValue(
-      sqlFormat("UPDATE OR IGNORE Loops SET fileName = '%@.caf' WHERE fileName == '%@.caf'", {right, wrong}));
+      lc::sqlFormat("UPDATE OR IGNORE Loops SET fileName = '%@.caf' WHERE fileName == '%@.caf'", {right, wrong}));
   utilities.executeStatementWithNoReturnValue(
-      sqlFormat("UPDATE OR IGNORE Loops SET fileName = '%@' WHERE fileName == '%@'", {right, wrong}));
+      lc::sqlFormat("UPDATE OR IGNORE Loops SET fileName = '%@' WHERE fileName == '%@'", {right, wrong}));
 }
 
 // --- Names ---

@@ -1,8 +1,8 @@
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "database/LCStatement.h"
 #include "database/LCTransaction.h"
-#include "resources/LCCompiledResources.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/resources/LCCompiledResources.h"
 
 #include <array>
 #include <atomic>
@@ -20,7 +20,7 @@ bool execute(sqlite3* connection, const std::string& sql) {
 }
 
 bool createTable(sqlite3* connection, const std::string& format, const std::string& name) {
-  return execute(connection, sqlFormat(format, {"", name}));
+  return execute(connection, lc::sqlFormat(format, {"", name}));
 }
 
 bool extendLoops(sqlite3* connection, const std::string& column, const std::string& type) {
@@ -107,8 +107,8 @@ std::vector<KeywordRow> missingKeywords(sqlite3* connection) {
 }
 
 std::string insertKeywordSQL(const KeywordRow& row) {
-  return sqlFormat("INSERT OR IGNORE INTO Keywords (id, name, categoryId) VALUES (%@, \"%@\", %@);",
-                   {std::to_string(row.id), sqlDoubleQuoteEscaped(row.name), std::to_string(row.category)});
+  return lc::sqlFormat("INSERT OR IGNORE INTO Keywords (id, name, categoryId) VALUES (%@, \"%@\", %@);",
+                       {std::to_string(row.id), lc::sqlDoubleQuoteEscaped(row.name), std::to_string(row.category)});
 }
 
 // A database that has its keywords already is only read here: opening one must not wait for another's indexing run. The
@@ -145,7 +145,7 @@ bool LCSQLiteUtilities::dropDatabaseTablesForSQLite(sqlite3* connection) {
   for (const std::string& table :
        {kDefaultLoopsTablename, kDefaultTaggingTablename, kDefaultLoopsKeywordsTablename, kDefaultCratesTableName,
         kDefaultCrateLoopRelationTablename, kDefaultKeywordsTablename}) {
-    if (!execute(connection, sqlFormat("DROP TABLE IF EXISTS %@;", {table}))) return false;
+    if (!execute(connection, lc::sqlFormat("DROP TABLE IF EXISTS %@;", {table}))) return false;
   }
   return true;
 }
@@ -168,15 +168,16 @@ bool LCSQLiteUtilities::createIndicesForSQLite(sqlite3* connection) {
 bool LCSQLiteUtilities::isTableWithName(const std::string& table, const std::optional<std::string>& database,
                                         sqlite3* connection) {
   if (connection == nullptr || table.empty()) return false;
-  LCStatement statement(connection, sqlFormat("PRAGMA %@.table_info(%@);", {database.value_or("main"), table}));
+  LCStatement statement(connection, lc::sqlFormat("PRAGMA %@.table_info(%@);", {database.value_or("main"), table}));
   return !statement.isPrepared() || statement.step();
 }
 
 bool LCSQLiteUtilities::isColumnAvailableWithName(const std::string& column, const std::string& table,
                                                   const std::optional<std::string>& database, sqlite3* connection) {
   if (connection == nullptr || table.empty() || column.empty()) return false;
-  LCStatement statement(connection, sqlFormat("SELECT * FROM %@.pragma_table_info('%@') WHERE name='%@';",
-                                              {database.value_or("main"), sqlEscaped(table), sqlEscaped(column)}));
+  LCStatement statement(connection,
+                        lc::sqlFormat("SELECT * FROM %@.pragma_table_info('%@') WHERE name='%@';",
+                                      {database.value_or("main"), lc::sqlEscaped(table), lc::sqlEscaped(column)}));
   return !statement.isPrepared() || statement.step();
 }
 
@@ -187,13 +188,14 @@ bool LCSQLiteUtilities::extendTable(const std::string& table, const std::optiona
   const std::string databaseName = database.value_or("main");
   {
     constexpr int kNameColumn = 1;
-    LCStatement columns(connection, sqlFormat("PRAGMA %@.table_info(%@);", {databaseName, table}));
+    LCStatement columns(connection, lc::sqlFormat("PRAGMA %@.table_info(%@);", {databaseName, table}));
     if (!columns.isPrepared()) return true;
     while (columns.step()) {
       if (columns.textAt(kNameColumn) == column) return true;
     }
   }
-  LCStatement alter(connection, sqlFormat("ALTER TABLE %@.%@ ADD COLUMN %@ %@;", {databaseName, table, column, type}));
+  LCStatement alter(connection,
+                    lc::sqlFormat("ALTER TABLE %@.%@ ADD COLUMN %@ %@;", {databaseName, table, column, type}));
   return !alter.isPrepared() || alter.run();
 }
 

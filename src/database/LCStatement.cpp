@@ -1,4 +1,4 @@
-#include "database/LCStatement.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <sqlite3.h>
 

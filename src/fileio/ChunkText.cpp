@@ -1,6 +1,6 @@
 #include "fileio/ChunkText.h"
 
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <algorithm>
 

@@ -3,9 +3,9 @@
 #include "fileio/ChunkText.h"
 #include "fileio/LCBasicTaggingChunk.h"
 #include "fileio/LCCategoryChunk.h"
-#include "fileio/LCChunkIDs.h"
 #include "fileio/LCCollectionChunk.h"
 #include "fileio/LCCommentsChunk.h"
+#include "VeskLoopManagement/fileio/LCChunkIDs.h"
 
 // --- Open ------------------------------------------------------------------------------------------------------------
 

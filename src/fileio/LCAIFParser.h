@@ -1,7 +1,7 @@
 // LCAIFParser reads AIFF and AIFF-C loops: the binary tagging chunks and the AIFF text chunks.
 #pragma once
 
-#include "fileio/LCFileParser.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include <memory>
 #include <optional>

@@ -1,7 +1,7 @@
 #include "fileio/LCAdditionalDataChunk.h"
 
-#include "fileio/LCChunkIDs.h"
 #include "platform/KeyedArchive.h"
+#include "VeskLoopManagement/fileio/LCChunkIDs.h"
 
 #include <string_view>
 

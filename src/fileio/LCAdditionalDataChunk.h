@@ -8,8 +8,8 @@
 #include <span>
 #include <vector>
 
-#include "model/LCMetaInfo.h"
-#include "platform/PropertyList.h"
+#include "VeskLoopManagement/model/LCMetaInfo.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
 
 struct LCAdditionalDataChunk {
   std::optional<double> integratedLoudness;        // LUFS

@@ -1,9 +1,9 @@
 // LCCAFParser reads CAF loops, whose tags stand in "uuid" chunks: 16 bytes of identifier, then the payload.
 #pragma once
 
-#include "fileio/LCChunkIDs.h"
-#include "fileio/LCFileParser.h"
 #include "fileio/LCSearchInfo.h"
+#include "VeskLoopManagement/fileio/LCChunkIDs.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include <cstddef>
 #include <memory>

@@ -14,7 +14,7 @@
 // A plain value: no I/O. What a lying count or a short chunk promises beyond the payload is not there.
 #pragma once
 
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -2,7 +2,7 @@
 
 #include "fileio/ChunkText.h"
 #include "platform/audiofile/ByteReader.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 namespace {
 

@@ -1,19 +1,19 @@
-#include "fileio/LCFileParser.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include "fileio/LCAdditionalDataChunk.h"
 #include "fileio/LCAIFParser.h"
 #include "fileio/LCCAFParser.h"
-#include "fileio/LCChunkIDs.h"
 #include "fileio/LCGenInstChunk.h"
 #include "fileio/LCMetaDataParser.h"
-#include "fileio/LCRexFileParser.h"
 #include "fileio/LCSDIIParser.h"
 #include "fileio/LCWAVParser.h"
 #include "fileio/MurmurHash.h"
 #include "fileio/TempoFromFileName.h"
-#include "model/LCKeywordHelper.h"
-#include "model/LCNodeTypesHelper.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/fileio/LCChunkIDs.h"
+#include "VeskLoopManagement/fileio/LCRexFileParser.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/model/LCNodeTypesHelper.h"
 
 #include <fmt/format.h>
 
@@ -208,7 +208,7 @@ bool isPlausibleTempo(float tempo) {
 // The name's tempo when it is plausible, else that of beats and length; else what the name says, however odd, or 0.
 // Each narrowing to float is part of the rule: the tempo enters the loop's identity.
 float tempoOf(const LCFileData& record) {
-  const float namedTempo = findTempoInFileName(record.fileName().value_or("")).value_or(0.0f);
+  const float namedTempo = lc::findTempoInFileName(record.fileName().value_or("")).value_or(0.0f);
   if (isPlausibleTempo(namedTempo)) return namedTempo;
   if (record.signatureBottom == 0 || record.lengthInSeconds == 0.0f) return namedTempo;
   const double beats = static_cast<float>(record.beatCount);
@@ -299,5 +299,5 @@ void LCFileParser::calcHash() {
   const std::string text = fmt::format("{} {} {} {:f} {}", vesk::text::joined(m_fileData->allKeywords(), ","),
                                        m_fileData->fileName().value_or("(null)"), m_fileData->vireoLoopType,
                                        static_cast<double>(m_fileData->bpm), m_fileData->frameCount);
-  m_fileData->hash = static_cast<int64_t>(MurmurHash64B(text.data(), static_cast<uint32_t>(text.size()), kSeed));
+  m_fileData->hash = static_cast<int64_t>(lc::MurmurHash64B(text.data(), static_cast<uint32_t>(text.size()), kSeed));
 }

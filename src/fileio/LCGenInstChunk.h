@@ -7,8 +7,8 @@
 #include <span>
 #include <string>
 
-#include "model/LCVireoLoopType.h"
-#include "platform/PropertyList.h"
+#include "VeskLoopManagement/model/LCVireoLoopType.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
 
 struct LCGenInstChunk {
   vesk::Dictionary dictionary;  // all of it, also what only a host understands

@@ -2,7 +2,7 @@
 // is answered as it was archived: no tempo, no keywords from the path and no hash are added.
 #pragma once
 
-#include "fileio/LCFileParser.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 class LCMetaDataParser : public LCFileParser {
  public:

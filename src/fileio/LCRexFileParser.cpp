@@ -1,4 +1,4 @@
-#include "fileio/LCRexFileParser.h"
+#include "VeskLoopManagement/fileio/LCRexFileParser.h"
 
 #include <utility>
 

@@ -3,7 +3,7 @@
 #include "fileio/ChunkText.h"
 #include "platform/audiofile/ByteReader.h"
 #include "platform/audiofile/ByteWriter.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "fileio/LCWAVParser.h"
 
 #include "fileio/LCAcidChunk.h"
-#include "fileio/LCChunkIDs.h"
+#include "VeskLoopManagement/fileio/LCChunkIDs.h"
 
 // --- Open ------------------------------------------------------------------------------------------------------------
 

@@ -1,7 +1,7 @@
 // LCWAVParser reads WAV loops (RF64, BW64 and RIFX too): the "acid" chunk and the additional loop data.
 #pragma once
 
-#include "fileio/LCFileParser.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include <memory>
 

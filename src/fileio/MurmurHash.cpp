@@ -22,7 +22,7 @@ void mixWord(uint32_t& lane, uint32_t word) {
 
 }  // namespace
 
-uint64_t MurmurHash64A(const void* data, uint32_t length, uint64_t seed) {
+uint64_t lc::MurmurHash64A(const void* data, uint32_t length, uint64_t seed) {
   const auto* bytes = static_cast<const unsigned char*>(data);
   uint64_t hash = seed ^ (length * kMultiplier64);
   size_t left = length;
@@ -39,7 +39,7 @@ uint64_t MurmurHash64A(const void* data, uint32_t length, uint64_t seed) {
   return hash ^ (hash >> 47);
 }
 
-uint64_t MurmurHash64B(const void* data, uint32_t length, uint64_t seed) {
+uint64_t lc::MurmurHash64B(const void* data, uint32_t length, uint64_t seed) {
   const auto* bytes = static_cast<const unsigned char*>(data);
   uint32_t first = static_cast<uint32_t>(seed) ^ length;
   uint32_t second = static_cast<uint32_t>(seed >> 32);

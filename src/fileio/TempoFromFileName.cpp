@@ -1,6 +1,6 @@
 #include "fileio/TempoFromFileName.h"
 
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
@@ -46,7 +46,7 @@ std::optional<size_t> endOfUnit(std::string_view text, size_t position) {
 // What follows a number decides alone whether there is a match, and no shorter part of the same digits could match
 // instead. So each run of digits is read at most twice: as a number of its own and as the decimals of the number before
 // it.
-std::optional<std::string_view> findTempoText(std::string_view fileName) {
+std::optional<std::string_view> lc::findTempoText(std::string_view fileName) {
   size_t position = 0;
   while (position < fileName.size()) {
     const size_t digitsEnd = endOfDigits(fileName, position);
@@ -62,8 +62,8 @@ std::optional<std::string_view> findTempoText(std::string_view fileName) {
   return std::nullopt;
 }
 
-std::optional<float> findTempoInFileName(std::string_view fileName) {
-  const auto found = findTempoText(fileName);
+std::optional<float> lc::findTempoInFileName(std::string_view fileName) {
+  const auto found = lc::findTempoText(fileName);
   if (!found) return std::nullopt;
   return static_cast<float>(vesk::text::doubleValue(*found));
 }

@@ -1,11 +1,11 @@
-#include "indexing/LCFileIndexing.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "fileio/LCFileParser.h"
-#include "platform/Environment.h"
-#include "platform/Notifications.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/platform/Environment.h"
+#include "VeskLoopManagement/platform/Notifications.h"
 
 #include <sqlite3.h>
 
@@ -140,7 +140,7 @@ class RelationIndex {
 
 std::unique_ptr<LCFileIndexing> LCFileIndexing::initWithDatabaseConfiguration(
     const LCDatabaseConfiguration& configuration) {
-  LCConnection connection = openConnection(configuration.databaseFile(), LCOpenMode::readWriteCreate);
+  LCConnection connection = lc::openConnection(configuration.databaseFile(), LCOpenMode::readWriteCreate);
   if (!connection) return nullptr;
   return std::unique_ptr<LCFileIndexing>(new LCFileIndexing(std::move(connection), configuration.schemaVersion()));
 }
@@ -225,7 +225,7 @@ bool LCFileIndexing::removeLoopWithId(int64_t loopId) {
   for (const char* statement :
        {"DELETE FROM Loops WHERE id = %@", "DELETE FROM Tagging WHERE loopId = %@",
         "DELETE FROM LoopsKeywords WHERE loopId = %@", "DELETE FROM CrateLoopRelation WHERE loopId = %@"}) {
-    if (!executeStatementWithNoReturnValue(sqlFormat(statement, {std::to_string(loopId)}))) succeeded = false;
+    if (!executeStatementWithNoReturnValue(lc::sqlFormat(statement, {std::to_string(loopId)}))) succeeded = false;
   }
   return succeeded;
 }

@@ -1,7 +1,7 @@
 // A loop that lives on under a new id: what is not read from its file goes over to the new row, statement by statement.
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "indexing/LCFileIndexing.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
 
 namespace {
 

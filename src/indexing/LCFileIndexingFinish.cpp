@@ -1,8 +1,8 @@
 // The statements at the end of a run. Failures are passed over: each statement stands for itself.
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "indexing/LCFileIndexing.h"
-#include "platform/Notifications.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
+#include "VeskLoopManagement/platform/Notifications.h"
 
 namespace {
 
@@ -93,10 +93,10 @@ void LCFileIndexing::createOptimizationTables() {
   LCResultDictionary keywords;
   executeStatementWithGenericReturnValue("select id from keywords", &keywords);
   for (const LCCell& cell : keywords["id"]) {
-    const std::string id = cellText(cell);
+    const std::string id = lc::cellText(cell);
     const std::string table = std::string(kCachingTablePrefix) + id;
-    executeStatementWithNoReturnValue(sqlFormat(kDropCachingTable, {table}));
-    executeStatementWithNoReturnValue(sqlFormat(kCreateCachingTable, {table, table, id}));
+    executeStatementWithNoReturnValue(lc::sqlFormat(kDropCachingTable, {table}));
+    executeStatementWithNoReturnValue(lc::sqlFormat(kCreateCachingTable, {table, table, id}));
   }
   executeStatementWithNoReturnValue(kDropKeywordDistribution);
   executeStatementWithNoReturnValue(kCreateKeywordDistribution);

@@ -1,8 +1,8 @@
 // The write path of one loop: its row, its keywords and its package.
-#include "database/LCDatabaseSchema.h"
-#include "indexing/LCFileIndexing.h"
-#include "model/LCKeywordHelper.h"
-#include "resources/LCCompiledResources.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/resources/LCCompiledResources.h"
 
 #include <sqlite3.h>
 
@@ -281,6 +281,6 @@ void LCFileIndexing::updateKeywordCache() {
   m_keywordCache.clear();
   if (ids.size() != names.size()) return;
   for (size_t row = 0; row < ids.size(); ++row) {
-    m_keywordCache[cellText(names[row])] = static_cast<int32_t>(cellInteger(ids[row]));
+    m_keywordCache[lc::cellText(names[row])] = static_cast<int32_t>(lc::cellInteger(ids[row]));
   }
 }

@@ -1,4 +1,4 @@
-#include "loudness/LCLoopLoudnessInfo.h"
+#include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
 
 #include "fileio/LCCategoryChunk.h"
 #include "model/LCLoudnessTarget.h"
@@ -35,7 +35,7 @@ double archivedNumber(const vesk::ArchivedObject& object, const char* key) {
 }  // namespace
 
 const vesk::StringSet& LCLoopLoudnessInfo::topperFilenames() {
-  return resources::topperFilenames();
+  return lc::resources::topperFilenames();
 }
 
 double LCLoopLoudnessInfo::targetIntegratedLoudnessForFileData(const LCFileData& fileData) {

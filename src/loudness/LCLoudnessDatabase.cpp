@@ -1,8 +1,8 @@
-#include "loudness/LCLoudnessDatabase.h"
+#include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ std::unique_ptr<LCLoudnessDatabase> LCLoudnessDatabase::initWithDatabaseFile(con
                                                                              bool forWriting) {
   if (!path) return nullptr;
   std::unique_ptr<LCLoudnessDatabase> database(new LCLoudnessDatabase);
-  database->m_owned = openConnection(*path, forWriting ? LCOpenMode::readWriteCreate : LCOpenMode::readOnly);
+  database->m_owned = lc::openConnection(*path, forWriting ? LCOpenMode::readWriteCreate : LCOpenMode::readOnly);
   if (forWriting && !generateDatabaseTablesForSQLite(database->m_owned.get())) database->m_owned.reset();
   database->m_database = database->m_owned.get();
   return database;

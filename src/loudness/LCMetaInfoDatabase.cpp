@@ -1,7 +1,7 @@
-#include "loudness/LCMetaInfoDatabase.h"
+#include "VeskLoopManagement/loudness/LCMetaInfoDatabase.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ std::unique_ptr<LCMetaInfoDatabase> LCMetaInfoDatabase::initWithDatabaseFile(con
                                                                              bool forWriting) {
   if (!path) return nullptr;
   std::unique_ptr<LCMetaInfoDatabase> database(new LCMetaInfoDatabase);
-  database->m_owned = openConnection(*path, forWriting ? LCOpenMode::readWriteCreate : LCOpenMode::readOnly);
+  database->m_owned = lc::openConnection(*path, forWriting ? LCOpenMode::readWriteCreate : LCOpenMode::readOnly);
   if (forWriting && !generateTables(database->m_owned.get())) database->m_owned.reset();
   database->m_database = database->m_owned.get();
   return database;

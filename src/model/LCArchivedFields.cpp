@@ -58,6 +58,6 @@ std::optional<vesk::Dictionary> LCArchivedFields::plainDictionary(std::string_vi
   return *value.dictionary();
 }
 
-bool isKindOfClass(const vesk::ArchivedObject& object, std::string_view className) {
+bool lc::isKindOfClass(const vesk::ArchivedObject& object, std::string_view className) {
   return std::find(object.classNames.begin(), object.classNames.end(), className) != object.classNames.end();
 }

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/PropertyList.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 class LCArchivedFields {
  public:
@@ -35,5 +35,9 @@ class LCArchivedFields {
   bool m_valid = true;
 };
 
+namespace lc {
+
 // Whether the object's class, or one that it is made from, has this name.
 bool isKindOfClass(const vesk::ArchivedObject& object, std::string_view className);
+
+}  // namespace lc

@@ -1,8 +1,8 @@
-#include "model/LCFileData.h"
+#include "VeskLoopManagement/model/LCFileData.h"
 
-#include "model/LCKeywordHelper.h"
 #include "model/LCLoudnessTarget.h"
 #include "resources/ResourceTables.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 #include <fmt/format.h>
 
@@ -111,7 +111,7 @@ LCVireoLoopType LCFileData::ksLoopType() const {
 bool LCFileData::hasPatchWithTrackStack() const {
   if (patchInfo == 2) return true;
   const std::optional<std::string> name = fileName();
-  return name && resources::isTrackStackLoopWithMissingInfo(*name);
+  return name && lc::resources::isTrackStackLoopWithMissingInfo(*name);
 }
 
 double LCFileData::calculatedTargetIntegratedLoudness() const {

@@ -1,8 +1,8 @@
 // The keyed archive of LCFileData. Hosts store such archives, so keys and kinds of values are fixed: floats, integers
 // and truth values are number objects, present always; texts and the rest are there only when the record has them.
 #include "model/LCArchivedFields.h"
-#include "model/LCFileData.h"
 #include "platform/KeyedArchive.h"
+#include "VeskLoopManagement/model/LCFileData.h"
 
 namespace {
 
@@ -124,7 +124,7 @@ bool readMetaInfos(LCArchivedFields& fields, size_t archiveSize, LCFileData& rec
 
 // Archives made elsewhere may name the class differently; its two characteristic fields tell it.
 bool isLoopRecord(const vesk::ArchivedObject& object) {
-  if (isKindOfClass(object, "LCFileData")) return true;
+  if (lc::isKindOfClass(object, "LCFileData")) return true;
   return object.fields.contains("bpm") && object.fields.contains("hash");
 }
 

@@ -1,8 +1,8 @@
-#include "model/LCKeywordHelper.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 #include "model/LCKeywordTables.h"
 #include "platform/Path.h"
-#include "platform/PropertyList.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
 
 const int64_t kExtraKeywordsEndIndex = 1017;
 

@@ -1,7 +1,7 @@
 // The half of LCKeywordHelper that reads keywords out of paths.
-#include "model/LCKeywordHelper.h"
 #include "model/LCKeywordTables.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 namespace {
 

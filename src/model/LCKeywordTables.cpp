@@ -1,6 +1,6 @@
 #include "model/LCKeywordTables.h"
 
-#include "resources/LCCompiledResources.h"
+#include "VeskLoopManagement/resources/LCCompiledResources.h"
 
 namespace {
 
@@ -116,7 +116,7 @@ void LCKeywordTables::addGroupKeywords() {
 }
 
 std::string LCKeywordTables::builtInTranslation() {
-  const std::vector<std::byte> bytes = scrambledResource(LCCompiledResources::additionalDataDat());
+  const std::vector<std::byte> bytes = lc::scrambledResource(LCCompiledResources::additionalDataDat());
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 

@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "model/LCKeywordHelper.h"
-#include "platform/PropertyList.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 // The group keywords, built in.
 const std::vector<LCKeywordGroup>& builtInKeywordGroups();

@@ -1,7 +1,7 @@
-#include "model/LCLocalizedKeyword.h"
+#include "VeskLoopManagement/model/LCLocalizedKeyword.h"
 
-#include "platform/Environment.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Environment.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 std::string LCLocalizedString::forKey(std::string_view key) {
   return vesk::Environment::shared().localizedString(key, "Localizable").value_or(std::string(key));

@@ -1,7 +1,7 @@
 #include "model/LCLoudnessTarget.h"
 
-#include "model/LCFileData.h"
 #include "resources/ResourceTables.h"
+#include "VeskLoopManagement/model/LCFileData.h"
 
 #include <algorithm>
 #include <limits>
@@ -9,7 +9,7 @@
 namespace {
 
 bool isTopper(const LCFileData& fileData, const std::string& fileName) {
-  if (resources::topperFilenames().contains(fileName)) return true;
+  if (lc::resources::topperFilenames().contains(fileName)) return true;
   if (!fileData.metaInfos) return false;
   return std::any_of(fileData.metaInfos->begin(), fileData.metaInfos->end(), [](const LCMetaInfo& info) {
     return info.type == LCMetaInfo::kWeightedInstrumentKeyword && info.stringValue == "Topper";

@@ -1,4 +1,4 @@
-#include "model/LCMetaInfo.h"
+#include "VeskLoopManagement/model/LCMetaInfo.h"
 
 #include "model/LCArchivedFields.h"
 #include "platform/KeyedArchive.h"
@@ -60,7 +60,7 @@ std::optional<std::vector<LCMetaInfo>> LCMetaInfo::fromArchivedObjects(const ves
 
 // Archives made elsewhere may name the class differently; its two characteristic fields tell it.
 bool LCMetaInfo::isMetaInfo(const vesk::ArchivedObject& object) {
-  if (isKindOfClass(object, "LCMetaInfo")) return true;
+  if (lc::isKindOfClass(object, "LCMetaInfo")) return true;
   return object.fields.contains("typeV1") && object.fields.contains("doubleValueV1");
 }
 

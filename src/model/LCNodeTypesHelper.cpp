@@ -1,7 +1,7 @@
-#include "model/LCNodeTypesHelper.h"
+#include "VeskLoopManagement/model/LCNodeTypesHelper.h"
 
-#include "platform/Environment.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include <sys/stat.h>
 

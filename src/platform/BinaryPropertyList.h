@@ -11,7 +11,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/PropertyList.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
 
 namespace vesk {
 

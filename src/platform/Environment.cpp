@@ -1,7 +1,7 @@
-#include "platform/Environment.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include "platform/Path.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <pwd.h>
 #include <unistd.h>

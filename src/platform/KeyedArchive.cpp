@@ -1,7 +1,7 @@
 #include "platform/KeyedArchive.h"
 
 #include "platform/BinaryPropertyList.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include <algorithm>
 #include <map>

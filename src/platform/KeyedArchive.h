@@ -11,7 +11,7 @@
 #include <span>
 #include <string_view>
 
-#include "platform/PropertyList.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
 
 namespace vesk {
 

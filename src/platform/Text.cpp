@@ -1,6 +1,6 @@
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
-#include "platform/Environment.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>

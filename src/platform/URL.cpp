@@ -1,7 +1,7 @@
-#include "platform/URL.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include "platform/Path.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "resources/LCCompiledResources.h"
+#include "VeskLoopManagement/resources/LCCompiledResources.h"
 
 #include <string_view>
 
@@ -26,7 +26,7 @@ std::vector<std::byte> LCCompiledResources::additionalDataDat() {
 }
 
 // The build complements the bytes in the same way.
-std::vector<std::byte> scrambledResource(std::vector<std::byte> bytes) {
+std::vector<std::byte> lc::scrambledResource(std::vector<std::byte> bytes) {
   for (std::byte& byte : bytes) byte = ~byte;
   return bytes;
 }

@@ -13,7 +13,7 @@ extern const uint32_t legacyCrates_txt_len;
 extern const unsigned char instrumentIcons_txt[];
 extern const uint32_t instrumentIcons_txt_len;
 
-namespace resources {
+namespace lc::resources {
 namespace {
 
 // A line is a name, blanks at its ends included. Empty lines and lines that begin with "#" are none.
@@ -67,4 +67,4 @@ std::string_view contentIdentifierPrefix() {
   return VESK_CONTENT_IDENTIFIER_PREFIX;
 }
 
-}  // namespace resources
+}  // namespace lc::resources

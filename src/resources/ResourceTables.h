@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
-namespace resources {
+namespace lc::resources {
 
 const vesk::StringSet& topperFilenames();                // topper-filenames.txt: full names with extension
 const vesk::StringSet& topperRepairFilenames();          // topper-repair-filenames.txt: toppers that do not tell it
@@ -25,4 +25,4 @@ bool isTrackStackLoopWithMissingInfo(std::string_view fileName);
 // The prefix of content identifiers, without a final ".".
 std::string_view contentIdentifierPrefix();
 
-}  // namespace resources
+}  // namespace lc::resources

@@ -1,10 +1,10 @@
 // Opening: the file, its recovery when it is damaged, the defaults and the missing tables.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "loudness/LCLoudnessDatabase.h"
-#include "platform/Environment.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include <fmt/format.h>
 
@@ -49,7 +49,7 @@ LCSearchEngine::~LCSearchEngine() = default;
 bool LCSearchEngine::databaseLooksDamaged(const LCDatabaseConfiguration& configuration) {
   if (vesk::path::exists(damageIndicatorPath(configuration))) return true;
   if (!vesk::path::exists(configuration.databaseFile())) return false;
-  const LCConnection connection = openConnection(configuration.databaseFile(), LCOpenMode::readOnly);
+  const LCConnection connection = lc::openConnection(configuration.databaseFile(), LCOpenMode::readOnly);
   return connection && !LCSQLiteUtilities::checkSQLiteDatabase(connection.get(), true);
 }
 
@@ -82,7 +82,7 @@ bool LCSearchEngine::setupWithDatabaseFile() {
 bool LCSearchEngine::openDatabase() {
   int status = 0;
   const LCOpenMode mode = m_databaseConfiguration.readonly() ? LCOpenMode::readOnly : LCOpenMode::readWriteCreate;
-  m_sqlite = openConnection(m_databaseConfiguration.databaseFile(), mode, &status);
+  m_sqlite = lc::openConnection(m_databaseConfiguration.databaseFile(), mode, &status);
   if (m_sqlite) return true;
   vesk::log(fmt::format("Can't open loops database: status ({})", status));
   return false;

@@ -1,9 +1,9 @@
-#include "search/LCSearchEngineDesktop.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCPathUtilities.h"
 #include "platform/Path.h"
 #include "search/LocalizedLike.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCPathUtilities.h"
 
 #include <algorithm>
 #include <atomic>
@@ -88,7 +88,7 @@ std::string LCSearchEngineDesktop::textSearchCollate() const {
 std::string LCSearchEngineDesktop::textSearchLikeFunction() const {
   if (!sqlite3Connection()) return "LIKE";
   if (!m_textSearchLikeFunctionRegistered) {
-    textSearchLikeFunctionName = registerLocalizedLike(sqlite3Connection()) ? "LC_LOCALIZED_LIKE" : "LIKE";
+    textSearchLikeFunctionName = lc::registerLocalizedLike(sqlite3Connection()) ? "LC_LOCALIZED_LIKE" : "LIKE";
     m_textSearchLikeFunctionRegistered = true;
   }
   return textSearchLikeFunctionName.load();

@@ -1,12 +1,12 @@
 // The name and the icon under which a loop is shown.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
-#include "model/LCKeywordHelper.h"
-#include "platform/Environment.h"
 #include "platform/Path.h"
 #include "resources/ResourceTables.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 namespace {
 
@@ -24,8 +24,8 @@ std::string LCSearchEngine::localizedNameForFile(const LCSearchEngineFile& file)
 }
 
 std::optional<std::string> LCSearchEngine::iconNameForFile(const LCSearchEngineFile& file) const {
-  LCStatement loop(m_sqlite.get(),
-                   sqlFormat("SELECT instrumentSubTypeId, instrumentTypeId FROM %@ WHERE id = ?1", {m_loopsTablename}));
+  LCStatement loop(m_sqlite.get(), lc::sqlFormat("SELECT instrumentSubTypeId, instrumentTypeId FROM %@ WHERE id = ?1",
+                                                 {m_loopsTablename}));
   loop.bind(1, file.loopID());
   if (!loop.step()) return std::nullopt;
   const std::optional<std::string> ofSubType = iconNameForKeywordId(loop.int64At(0));
@@ -33,12 +33,12 @@ std::optional<std::string> LCSearchEngine::iconNameForFile(const LCSearchEngineF
 }
 
 std::optional<std::string> LCSearchEngine::iconNameForInstrumentSubType(const std::string& subType) {
-  const auto found = resources::instrumentIconNames().find(subType);
-  return found == resources::instrumentIconNames().end() ? std::nullopt : std::optional(found->second);
+  const auto found = lc::resources::instrumentIconNames().find(subType);
+  return found == lc::resources::instrumentIconNames().end() ? std::nullopt : std::optional(found->second);
 }
 
 bool LCSearchEngine::kestrelLegacyIconIdForIconName(const std::string& iconName, int64_t* iconID) {
-  for (const auto& [keyword, name] : resources::instrumentIconNames()) {
+  for (const auto& [keyword, name] : lc::resources::instrumentIconNames()) {
     if (name != iconName) continue;
     if (iconID) *iconID = LCKeywordHelper::keywordIdForKeyword(keyword);
     return true;

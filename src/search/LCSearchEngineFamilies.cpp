@@ -1,8 +1,8 @@
 // Loop families: "Funky Beat 01", "Funky Beat 02" … are variants of "Funky Beat".
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
@@ -60,19 +60,19 @@ std::vector<LCLoopFamilyMember> LCSearchEngine::findLoopFamilyForNameFilter(cons
                                                                             int64_t andKey) const {
   std::string escape;
   const std::string pattern = *_convertToFileURLSearchString(nameFilter, &escape);
-  const std::string statement =
-      sqlFormat(R"(SELECT fileURL, id, key, isWebLoop, fileName, %@ FROM %@ WHERE %@.fileURL like "%%/%@%%" %@  %@ )",
-                {vireoLoopTypeColumnName(), m_loopsTablename, m_loopsTablename, sqlDoubleQuoteEscaped(pattern), escape,
-                 keyFilterStringForKey(andKey)});
+  const std::string statement = lc::sqlFormat(
+      R"(SELECT fileURL, id, key, isWebLoop, fileName, %@ FROM %@ WHERE %@.fileURL like "%%/%@%%" %@  %@ )",
+      {vireoLoopTypeColumnName(), m_loopsTablename, m_loopsTablename, lc::sqlDoubleQuoteEscaped(pattern), escape,
+       keyFilterStringForKey(andKey)});
   LCResultDictionary rows;
   if (!utilities().executeStatementWithLoopsReturnValue(statement, &rows)) return {};
   std::vector<LCLoopFamilyMember> members;
   for (size_t row = 0; row < rows["fileURL"].size(); ++row) {
-    members.push_back({.url = vesk::URL::fromString(cellText(rows["fileURL"][row])),
-                       .loopId = cellInteger(rows["id"][row]),
-                       .isWebLoop = cellInteger(rows["isWebLoop"][row]) != 0,
-                       .fileName = cellText(rows["fileName"][row]),
-                       .vireoLoopType = cellInteger(rows[vireoLoopTypeColumnName()][row])});
+    members.push_back({.url = vesk::URL::fromString(lc::cellText(rows["fileURL"][row])),
+                       .loopId = lc::cellInteger(rows["id"][row]),
+                       .isWebLoop = lc::cellInteger(rows["isWebLoop"][row]) != 0,
+                       .fileName = lc::cellText(rows["fileName"][row]),
+                       .vireoLoopType = lc::cellInteger(rows[vireoLoopTypeColumnName()][row])});
   }
   return members;
 }
@@ -93,11 +93,11 @@ std::optional<std::vector<LCLoopFamilyMember>> LCSearchEngine::loopFamilyForLoop
   if (loopId != 0) {
     LCResultDictionary result;
     utilities().executeStatementWithLoopsReturnValue(
-        sqlFormat("SELECT id, fileURL FROM %@ WHERE %@.id = %@ %@",
-                  {m_loopsTablename, m_loopsTablename, std::to_string(loopId), keyFilterStringForKey(key)}),
+        lc::sqlFormat("SELECT id, fileURL FROM %@ WHERE %@.id = %@ %@",
+                      {m_loopsTablename, m_loopsTablename, std::to_string(loopId), keyFilterStringForKey(key)}),
         &result);
-    if (const LCCell* url = firstCell(result, "fileURL")) {
-      const std::string name = vesk::path::lastComponent(cellText(*url));
+    if (const LCCell* url = lc::firstCell(result, "fileURL")) {
+      const std::string name = vesk::path::lastComponent(lc::cellText(*url));
       return loopFamilyForName(vesk::text::replacingAll(name, "%20", " "), key);
     }
   }

@@ -1,4 +1,4 @@
-#include "search/LCSearchEngineFile.h"
+#include "VeskLoopManagement/search/LCSearchEngineFile.h"
 
 #include "platform/Path.h"
 

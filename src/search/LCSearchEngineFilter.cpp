@@ -1,8 +1,8 @@
 // The settings as one SQL condition over the loops table. Keyword membership and favourites are added by the search
 // itself.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
 
 namespace {
 
@@ -25,7 +25,8 @@ KeyBounds exactKey(int64_t rootKey) {
 }
 
 std::string keyCondition(const KeyBounds& bounds, std::string_view ifWithin, std::string_view ifWrapping) {
-  return sqlFormat(bounds.wraps() ? ifWrapping : ifWithin, {std::to_string(bounds.high), std::to_string(bounds.low)});
+  return lc::sqlFormat(bounds.wraps() ? ifWrapping : ifWithin,
+                       {std::to_string(bounds.high), std::to_string(bounds.low)});
 }
 
 bool isSet(const std::optional<std::string>& setting) {
@@ -36,7 +37,7 @@ bool isSet(const std::optional<std::string>& setting) {
 std::string fileNameCondition(std::string_view likeFunction, const std::string& searchString) {
   const std::vector<std::string> words = vesk::text::split(searchString, ' ');
   const auto condition = [&](std::string_view format, const std::string& word) {
-    return sqlFormat(format, {likeFunction, sqlDoubleQuoteEscaped(word)});
+    return lc::sqlFormat(format, {likeFunction, lc::sqlDoubleQuoteEscaped(word)});
   };
   if (words.size() == 1) return condition(R"((%@("%%%@%%", fileName)))", searchString);
   std::string text = condition(R"(((%@("%%%@%%", fileName)))", words.front());
@@ -51,21 +52,22 @@ std::string fileNameCondition(std::string_view likeFunction, const std::string& 
 std::string LCSearchEngine::generateFilterString() {
   std::vector<std::string> clauses;
   if (m_timeSignatureTop >= 1 && m_timeSignatureBottom >= 1) {
-    clauses.push_back(sqlFormat("((timeSignatureTop=%@ AND timeSignatureBottom=%@) OR timeSignatureTop=0)",
-                                {std::to_string(m_timeSignatureTop), std::to_string(m_timeSignatureBottom)}));
+    clauses.push_back(lc::sqlFormat("((timeSignatureTop=%@ AND timeSignatureBottom=%@) OR timeSignatureTop=0)",
+                                    {std::to_string(m_timeSignatureTop), std::to_string(m_timeSignatureBottom)}));
   }
   if (m_enabledLoopTypes && !m_enabledLoopTypes->empty()) clauses.push_back(loopTypesClause());
   if (m_rootKey >= kLowestRootKey) clauses.push_back(keyClause());
-  if (m_keyType >= 1) clauses.push_back(sqlFormat("(keyType = %@)", {std::to_string(m_keyType)}));
+  if (m_keyType >= 1) clauses.push_back(lc::sqlFormat("(keyType = %@)", {std::to_string(m_keyType)}));
   if (m_filterOutWebLoops) clauses.push_back("(isWebLoop = 0)");
   if (m_enabledCrateIdentifier && !m_enabledCrateIdentifier->empty()) clauses.push_back(cratesClause());
   if (isSet(m_searchString)) clauses.push_back(textClause());
   if (isSet(m_pathPrefix)) {
     const std::string url = vesk::URL::fileURLWithPath(*m_pathPrefix).absoluteString();
-    clauses.push_back(sqlFormat(R"((fileURL like "%@%%"))", {sqlDoubleQuoteEscaped(url)}));
+    clauses.push_back(lc::sqlFormat(R"((fileURL like "%@%%"))", {lc::sqlDoubleQuoteEscaped(url)}));
   }
   if (isSet(m_specialNameSearchString)) {
-    clauses.push_back(sqlFormat(R"((fileName LIKE "%%%@%%"))", {sqlDoubleQuoteEscaped(*m_specialNameSearchString)}));
+    clauses.push_back(
+        lc::sqlFormat(R"((fileName LIKE "%%%@%%"))", {lc::sqlDoubleQuoteEscaped(*m_specialNameSearchString)}));
   }
 
   std::string filter;
@@ -76,7 +78,7 @@ std::string LCSearchEngine::generateFilterString() {
 std::string LCSearchEngine::loopTypesClause() const {
   std::string list;
   for (const int64_t type : *m_enabledLoopTypes) list += (list.empty() ? "" : ",") + std::to_string(type);
-  return sqlFormat("(%@ IN (%@))", {vireoLoopTypeColumnName(), list});
+  return lc::sqlFormat("(%@ IN (%@))", {vireoLoopTypeColumnName(), list});
 }
 
 std::string LCSearchEngine::keyClause() const {
@@ -96,8 +98,8 @@ std::string LCSearchEngine::cratesClause() const {
   std::string text;
   for (const std::string& identifier : *m_enabledCrateIdentifier) {
     if (!text.empty()) text += " OR ";
-    text +=
-        sqlFormat(R"((%@.crateId = "%@"))", {kDefaultCrateLoopRelationTablename, sqlDoubleQuoteEscaped(identifier)});
+    text += lc::sqlFormat(R"((%@.crateId = "%@"))",
+                          {kDefaultCrateLoopRelationTablename, lc::sqlDoubleQuoteEscaped(identifier)});
   }
   return "(" + text + ")";
 }
@@ -113,16 +115,16 @@ std::string LCSearchEngine::textClause() const {
                                      R"(OR ( %@("%%%@%%", theme)))" + kBlanks +       //
                                      "OR %@" + kBlanks + ")";
   const std::string like = vesk::text::isASCII(*m_searchString) ? "LIKE" : textSearchLikeFunction();
-  const std::string text = sqlDoubleQuoteEscaped(*m_searchString);
+  const std::string text = lc::sqlDoubleQuoteEscaped(*m_searchString);
   const std::string textInURL = vesk::text::replacingAll(text, " ", "%%20");
-  return sqlFormat(kFormat, {textInURL, like, text, like, text, like, text, like, text, like, text,
-                             fileNameCondition(like, *m_searchString)});
+  return lc::sqlFormat(kFormat, {textInURL, like, text, like, text, like, text, like, text, like, text,
+                                 fileNameCondition(like, *m_searchString)});
 }
 
 std::optional<std::string> LCSearchEngine::_convertToFileURLSearchString(const std::optional<std::string>& value,
                                                                          std::string* escapeString) {
   if (!value) return std::nullopt;
   const std::string escape = value->find(':') == std::string::npos ? ":" : "|";
-  if (escapeString) *escapeString = sqlFormat(R"(ESCAPE "%@")", {escape});
+  if (escapeString) *escapeString = lc::sqlFormat(R"(ESCAPE "%@")", {escape});
   return vesk::text::replacingAll(*value, " ", escape + "%20");
 }

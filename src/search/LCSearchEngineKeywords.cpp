@@ -1,9 +1,9 @@
 // The keywords that would still find something: of the current result, of the whole database by category, with counts.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
-#include "model/LCKeywordHelper.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -159,7 +159,7 @@ class KeywordCounter {
 };
 
 void countTagsOfResult(sqlite3* connection, const std::string& taggingTable, KeywordCounter& counter) {
-  LCStatement tags(connection, sqlFormat(kSelectTagsOfResult, {taggingTable}));
+  LCStatement tags(connection, lc::sqlFormat(kSelectTagsOfResult, {taggingTable}));
   while (tags.step()) counter.addTag(tags.int64At(0), tags.int64At(1));
 }
 
@@ -171,7 +171,7 @@ void countAmongAllTags(sqlite3* connection, const std::string& taggingTable, Key
   while (ids.step()) result.push_back(ids.int64At(0));
   std::sort(result.begin(), result.end());
 
-  LCStatement tags(connection, sqlFormat(kSelectAllTags, {taggingTable}));
+  LCStatement tags(connection, lc::sqlFormat(kSelectAllTags, {taggingTable}));
   auto next = result.begin();
   while (tags.step()) {
     const int64_t loopId = tags.int64At(0);
@@ -240,22 +240,22 @@ std::optional<std::vector<std::string>> LCSearchEngine::keywordsOfSubCategory(co
   if (!query) return std::nullopt;
   std::string packageJoin;
   if (m_enabledCrateIdentifier && !m_enabledCrateIdentifier->empty()) {
-    packageJoin = sqlFormat(" JOIN %@ ON %@.loopId = %@.id ",
-                            {m_crateLoopRelationTablename, m_crateLoopRelationTablename, m_loopsTablename});
+    packageJoin = lc::sqlFormat(" JOIN %@ ON %@.loopId = %@.id ",
+                                {m_crateLoopRelationTablename, m_crateLoopRelationTablename, m_loopsTablename});
   }
   std::vector<std::string> arguments(query->loopsTables, m_loopsTablename);
   for (const int32_t id : query->categories) arguments.push_back(std::to_string(id));
-  std::string statement =
-      sqlFormat(sqlFormat(query->statement, {m_taggingTablename, m_taggingTablename, m_taggingTablename, packageJoin}),
-                std::span<const std::string>(arguments));
+  std::string statement = lc::sqlFormat(
+      lc::sqlFormat(query->statement, {m_taggingTablename, m_taggingTablename, m_taggingTablename, packageJoin}),
+      std::span<const std::string>(arguments));
   if (const std::string filter = generateFilterString(); !filter.empty()) {
-    statement += sqlFormat(" AND %@", {filter});
+    statement += lc::sqlFormat(" AND %@", {filter});
   }
 
   LCResultDictionary result;
   utilities().executeStatementWithKeywordsReturnValue(statement, &result);
   std::vector<std::string> keywords;
-  for (const LCCell& name : result["name"]) keywords.push_back(cellText(name));
+  for (const LCCell& name : result["name"]) keywords.push_back(lc::cellText(name));
   if (category == "Base") {
     std::erase(keywords, "All Effects");
     std::erase(keywords, "Effects");
@@ -297,7 +297,7 @@ LCKeywordCounts LCSearchEngine::availableKeywordsWithCounts() const {
   KeywordCounter counter(m_sqlite.get());
   const int64_t tagCount =
       utilities()
-          .firstIntegerOfStatement(sqlFormat("SELECT max(rowid) AS last FROM %@", {m_taggingTablename}), "last")
+          .firstIntegerOfStatement(lc::sqlFormat("SELECT max(rowid) AS last FROM %@", {m_taggingTablename}), "last")
           .value_or(0);
   const auto countTags =
       tagCount / kTagsReadInTheTimeOfASearch < numberOfLoops() ? countAmongAllTags : countTagsOfResult;
@@ -311,9 +311,9 @@ void LCSearchEngine::copyCachingTablesFromKeywordId(int64_t first, int64_t toKey
   for (int64_t id = first; id <= toKeywordId; ++id) {
     const std::string idText = std::to_string(id);
     sqlite.executeStatementWithNoReturnValue(
-        sqlFormat("CREATE TABLE IF NOT EXISTS %@%@ (loopId INTEGER PRIMARY KEY);", {intoTable, idText}));
-    sqlite.executeStatementWithNoReturnValue(sqlFormat("INSERT OR IGNORE INTO %@%@ (loopId) SELECT loopId FROM %@%@",
-                                                       {intoTable, idText, fromTable, idText}));
+        lc::sqlFormat("CREATE TABLE IF NOT EXISTS %@%@ (loopId INTEGER PRIMARY KEY);", {intoTable, idText}));
+    sqlite.executeStatementWithNoReturnValue(lc::sqlFormat(
+        "INSERT OR IGNORE INTO %@%@ (loopId) SELECT loopId FROM %@%@", {intoTable, idText, fromTable, idText}));
     if (id == toKeywordId) return;  // the last id there is has none behind it
   }
 }

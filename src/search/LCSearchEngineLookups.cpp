@@ -1,30 +1,30 @@
 // Questions about single loops.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
 
 namespace {
 
 using Row = std::map<std::string, std::string>;
 
 std::string selectLoopIdForFileURL(const std::string& loopsTable, const vesk::URL& url) {
-  return sqlFormat(R"(SELECT id FROM %@ WHERE %@.fileURL = "%@")",
-                   {loopsTable, loopsTable, sqlDoubleQuoteEscaped(url.absoluteString())});
+  return lc::sqlFormat(R"(SELECT id FROM %@ WHERE %@.fileURL = "%@")",
+                       {loopsTable, loopsTable, lc::sqlDoubleQuoteEscaped(url.absoluteString())});
 }
 
 // `format` with the pattern of `name` and its ESCAPE clause.
 std::string formattedWithName(std::string_view format, const std::string& name) {
   std::string escape;
   const std::string pattern = *LCSearchEngine::_convertToFileURLSearchString(name, &escape);
-  return sqlFormat(format, {sqlDoubleQuoteEscaped(pattern), escape});
+  return lc::sqlFormat(format, {lc::sqlDoubleQuoteEscaped(pattern), escape});
 }
 
 Row firstRow(LCSQLiteUtilities utilities, const std::string& statement) {
   LCResultDictionary result;
   utilities.executeStatementWithGenericReturnValue(statement, &result);
   Row row;
-  for (const auto& [column, cells] : result) row[column] = cellText(cells.front());
+  for (const auto& [column, cells] : result) row[column] = lc::cellText(cells.front());
   return row;
 }
 
@@ -32,7 +32,7 @@ vesk::StringSet namesFound(LCSQLiteUtilities utilities, const std::string& state
   LCResultDictionary result;
   utilities.executeStatementWithKeywordsReturnValue(statement, &result);
   vesk::StringSet names;
-  for (const LCCell& name : result["name"]) names.insert(cellText(name));
+  for (const LCCell& name : result["name"]) names.insert(lc::cellText(name));
   return names;
 }
 
@@ -43,7 +43,7 @@ std::string baseNameOf(const vesk::URL& url) {
 }  // namespace
 
 std::map<std::string, std::string> LCSearchEngine::resultDictForLoopId(int64_t loopId) const {
-  return firstRow(utilities(), sqlFormat("SELECT * FROM Loops WHERE Loops.id = %@", {std::to_string(loopId)}));
+  return firstRow(utilities(), lc::sqlFormat("SELECT * FROM Loops WHERE Loops.id = %@", {std::to_string(loopId)}));
 }
 
 std::map<std::string, std::string> LCSearchEngine::resultDictForFilename(const std::string& name) const {
@@ -53,27 +53,27 @@ std::map<std::string, std::string> LCSearchEngine::resultDictForFilename(const s
 std::unique_ptr<LCSearchEngineFile> LCSearchEngine::fileForLoopId(int64_t loopId) const {
   LCResultDictionary result;
   utilities().executeStatementWithLoopsReturnValue(
-      sqlFormat("SELECT fileURL, id FROM Loops WHERE Loops.id = %@", {std::to_string(loopId)}), &result);
-  const LCCell* url = firstCell(result, "fileURL");
-  const LCCell* id = firstCell(result, "id");
-  return url && id ? std::make_unique<LCSearchEngineFile>(cellText(*url), cellInteger(*id)) : nullptr;
+      lc::sqlFormat("SELECT fileURL, id FROM Loops WHERE Loops.id = %@", {std::to_string(loopId)}), &result);
+  const LCCell* url = lc::firstCell(result, "fileURL");
+  const LCCell* id = lc::firstCell(result, "id");
+  return url && id ? std::make_unique<LCSearchEngineFile>(lc::cellText(*url), lc::cellInteger(*id)) : nullptr;
 }
 
 std::optional<vesk::URL> LCSearchEngine::fileURLForLoopId(int64_t loopId) const {
   LCResultDictionary result;
   utilities().executeStatementWithLoopsReturnValue(
-      sqlFormat(R"(SELECT fileURL FROM %@ WHERE %@.id = "%@")",
-                {m_loopsTablename, m_loopsTablename, std::to_string(loopId)}),
+      lc::sqlFormat(R"(SELECT fileURL FROM %@ WHERE %@.id = "%@")",
+                    {m_loopsTablename, m_loopsTablename, std::to_string(loopId)}),
       &result);
-  const LCCell* url = firstCell(result, "fileURL");
-  return url ? vesk::URL::fromString(cellText(*url)) : std::nullopt;
+  const LCCell* url = lc::firstCell(result, "fileURL");
+  return url ? vesk::URL::fromString(lc::cellText(*url)) : std::nullopt;
 }
 
 int64_t LCSearchEngine::loopIdForFileURL(const vesk::URL& url) const {
   LCResultDictionary result;
   utilities().executeStatementWithLoopsReturnValue(selectLoopIdForFileURL(m_loopsTablename, url), &result);
-  const LCCell* id = firstCell(result, "id");
-  return id ? cellInteger(*id) : 0;
+  const LCCell* id = lc::firstCell(result, "id");
+  return id ? lc::cellInteger(*id) : 0;
 }
 
 int64_t LCSearchEngine::loopIdForFilepath(const std::string& path) const {
@@ -83,7 +83,7 @@ int64_t LCSearchEngine::loopIdForFilepath(const std::string& path) const {
 bool LCSearchEngine::isFileIndexed(const vesk::URL& url) const {
   LCResultDictionary result;
   utilities().executeStatementWithGenericReturnValue(selectLoopIdForFileURL(m_loopsTablename, url), &result);
-  return firstCell(result, "id") != nullptr;
+  return lc::firstCell(result, "id") != nullptr;
 }
 
 std::set<int64_t> LCSearchEngine::loopIdsForName(const std::string& name) const {
@@ -91,7 +91,7 @@ std::set<int64_t> LCSearchEngine::loopIdsForName(const std::string& name) const 
   utilities().executeStatementWithLoopsReturnValue(
       formattedWithName(R"(SELECT id FROM Loops WHERE Loops.fileURL like "%%%@%%" %@)", name), &result);
   std::set<int64_t> ids;
-  for (const LCCell& id : result["id"]) ids.insert(cellInteger(id));
+  for (const LCCell& id : result["id"]) ids.insert(lc::cellInteger(id));
   return ids;
 }
 
@@ -103,14 +103,14 @@ std::optional<std::string> LCSearchEngine::findPathForLoopname(const std::option
   const std::string pattern = *_convertToFileURLSearchString(baseName, &escape);
   LCResultDictionary result;
   utilities().executeStatementWithGenericReturnValue(
-      sqlFormat(R"(SELECT fileURL FROM %@ WHERE %@.fileURL like "%%%@%%" %@ AND %@.key = %@ AND %@.tempo = %@)",
-                {m_loopsTablename, m_loopsTablename, sqlDoubleQuoteEscaped(pattern), escape, m_loopsTablename,
-                 std::to_string(rootNote), m_loopsTablename, std::to_string(tempo < 1 ? -1 : tempo)}),
+      lc::sqlFormat(R"(SELECT fileURL FROM %@ WHERE %@.fileURL like "%%%@%%" %@ AND %@.key = %@ AND %@.tempo = %@)",
+                    {m_loopsTablename, m_loopsTablename, lc::sqlDoubleQuoteEscaped(pattern), escape, m_loopsTablename,
+                     std::to_string(rootNote), m_loopsTablename, std::to_string(tempo < 1 ? -1 : tempo)}),
       &result);
 
   std::optional<vesk::URL> first;
   for (const LCCell& cell : result["fileURL"]) {
-    const std::optional<vesk::URL> url = vesk::URL::fromString(cellText(cell));
+    const std::optional<vesk::URL> url = vesk::URL::fromString(lc::cellText(cell));
     if (url && baseNameOf(*url) == baseName) return url->path();
     if (!first) first = url;
   }
@@ -119,19 +119,19 @@ std::optional<std::string> LCSearchEngine::findPathForLoopname(const std::option
 
 vesk::StringSet LCSearchEngine::keywordsForLoopId(int64_t loopId) const {
   return namesFound(utilities(),
-                    selectKeywords() + sqlFormat(R"(%@.id = "%@")", {m_loopsTablename, std::to_string(loopId)}));
+                    selectKeywords() + lc::sqlFormat(R"(%@.id = "%@")", {m_loopsTablename, std::to_string(loopId)}));
 }
 
 vesk::StringSet LCSearchEngine::keywordsForURL(const vesk::URL& url) const {
-  return namesFound(utilities(),
-                    selectKeywords() + sqlFormat(R"(%@.fileURL = "%@")",
-                                                 {m_loopsTablename, sqlDoubleQuoteEscaped(url.absoluteString())}));
+  return namesFound(utilities(), selectKeywords() + lc::sqlFormat(R"(%@.fileURL = "%@")",
+                                                                  {m_loopsTablename,
+                                                                   lc::sqlDoubleQuoteEscaped(url.absoluteString())}));
 }
 
 // Ends in "WHERE ".
 std::string LCSearchEngine::selectKeywords() const {
   const std::string& keywords = kDefaultKeywordsTablename;
-  return sqlFormat(
+  return lc::sqlFormat(
       "SELECT Keywords.name as name FROM %@ JOIN %@ ON %@.id = %@.keywordId JOIN %@ ON %@.id = %@.loopId WHERE ",
       {keywords, m_taggingTablename, keywords, m_taggingTablename, m_loopsTablename, m_loopsTablename,
        m_taggingTablename});

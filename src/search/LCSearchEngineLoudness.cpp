@@ -1,9 +1,9 @@
 // Loudness and meta infos of single loops, by way of databases that borrow the engine's connection for one question.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "fileio/LCFileParser.h"
-#include "loudness/LCLoudnessDatabase.h"
-#include "loudness/LCMetaInfoDatabase.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
+#include "VeskLoopManagement/loudness/LCMetaInfoDatabase.h"
 
 namespace {
 

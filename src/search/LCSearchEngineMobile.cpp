@@ -1,7 +1,7 @@
-#include "search/LCSearchEngineMobile.h"
+#include "VeskLoopManagement/search/LCSearchEngineMobile.h"
 
-#include "database/LCDatabaseSchema.h"
 #include "search/LocalizedCollation.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ void LCSearchEngineMobile::fixDuplicateLoopsFromREDContent() {
 std::string LCSearchEngineMobile::textSearchCollate() const {
   if (useMacOSSorting() || !sqlite3Connection()) return "NOCASE";
   if (!LCSQLiteUtilities::isChina() && !useLocalizedSorting()) return "NOCASE";
-  const bool succeeded = registerLocalizedCollation(sqlite3Connection());
+  const bool succeeded = lc::registerLocalizedCollation(sqlite3Connection());
   m_textSearchCollateRegistered = true;
   return succeeded ? "LC_LocalizedSortingCollate" : "NOCASE";
 }
@@ -39,15 +39,16 @@ std::string LCSearchEngineMobile::textSearchLikeFunction() const {
 }
 
 std::string LCSearchEngineMobile::createLoopsResultTableFormatString() const {
-  const std::string column = LCSQLiteUtilities::isChina() ? sqlFormat(", %@ ", {kLoopsChineseTranscriptColumn}) : " ";
+  const std::string column =
+      LCSQLiteUtilities::isChina() ? lc::sqlFormat(", %@ ", {kLoopsChineseTranscriptColumn}) : " ";
   return vesk::text::replacingAll(kCreateLoopsResultTableFormatStringMobile, kPlaceholder, column);
 }
 
 std::string LCSearchEngineMobile::selectBaseString() const {
-  const std::string column =
-      LCSQLiteUtilities::isChina()
-          ? sqlFormat(" ,%@.%@ as %@", {loopsTablename(), kLoopsChineseTranscriptColumn, kLoopsChineseTranscriptColumn})
-          : " ";
+  const std::string column = LCSQLiteUtilities::isChina()
+                                 ? lc::sqlFormat(" ,%@.%@ as %@", {loopsTablename(), kLoopsChineseTranscriptColumn,
+                                                                   kLoopsChineseTranscriptColumn})
+                                 : " ";
   return vesk::text::replacingAll(formattedWithLoopsTable(kSelectLoopsFormatStringMobile), kPlaceholder, column);
 }
 

@@ -1,13 +1,13 @@
 // Repairs of loops whose files lack information. Which loops these are is data in resources/.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
 #include "resources/ResourceTables.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
 
 void LCSearchEngine::fixTopperKeyword() {
   const std::vector<LCMetaInfo> topper = {
       LCWeightedInstrumentKeyword{.keywordTitle = "Topper", .weight = 1.0}.metaInfo()};
-  for (const std::string& name : resources::topperRepairFilenames()) {
+  for (const std::string& name : lc::resources::topperRepairFilenames()) {
     for (const int64_t loopId : loopIdsForName(name)) {
       [[maybe_unused]] const bool saved = saveMetaInfos(topper, loopId);
     }
@@ -16,15 +16,15 @@ void LCSearchEngine::fixTopperKeyword() {
 
 void LCSearchEngine::fixTrackStackInfo() {
   for (const std::string& name : fileNamesWithMissingTrackInfo()) {
-    utilities().executeStatementWithNoReturnValue(sqlFormat(
-        "UPDATE OR IGNORE Loops SET patchInfo = 2, ksLoopType = 0 WHERE fileName == '%@'", {sqlEscaped(name)}));
+    utilities().executeStatementWithNoReturnValue(lc::sqlFormat(
+        "UPDATE OR IGNORE Loops SET patchInfo = 2, ksLoopType = 0 WHERE fileName == '%@'", {lc::sqlEscaped(name)}));
   }
 }
 
 const vesk::StringSet& LCSearchEngine::fileNamesWithMissingTrackInfo() {
-  return resources::trackStackFilenames();
+  return lc::resources::trackStackFilenames();
 }
 
 bool LCSearchEngine::isTrackStackLoopWithMissingInfo(const std::optional<std::string>& fileName) {
-  return fileName && resources::isTrackStackLoopWithMissingInfo(*fileName);
+  return fileName && lc::resources::isTrackStackLoopWithMissingInfo(*fileName);
 }

@@ -1,10 +1,10 @@
 // Running a search and reading its rows. The result is the temporary table "tempTable", whose rowid counts from 1 in
 // sort order.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
-#include "model/LCKeywordHelper.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ const char* directionName(bool ascending) {
 
 // Loops of equally many beats are ordered by their length.
 std::string tieBreak(const std::string& column, const char* direction) {
-  return column == "numberOfBeats" ? sqlFormat(" , lengthInSeconds %@ ", {direction}) : "";
+  return column == "numberOfBeats" ? lc::sqlFormat(" , lengthInSeconds %@ ", {direction}) : "";
 }
 
 std::set<int64_t> keywordIdsOfResult(sqlite3* connection) {
@@ -52,8 +52,8 @@ void LCSearchEngine::doSearch() {
   LCSQLiteUtilities sqlite = utilities();
   sqlite.executeStatementWithNoReturnValue("DROP TABLE IF EXISTS tempTable");
   sqlite.executeStatementWithNoReturnValue(
-      sqlFormat(createLoopsResultTableFormatString(), {"TEMPORARY", kResultTable}));
-  sqlite.executeStatementWithNoReturnValue(sqlFormat("INSERT INTO tempTable %@ ", {statement}));
+      lc::sqlFormat(createLoopsResultTableFormatString(), {"TEMPORARY", kResultTable}));
+  sqlite.executeStatementWithNoReturnValue(lc::sqlFormat("INSERT INTO tempTable %@ ", {statement}));
   doSearch_Keywords();
   resetCache();
 }
@@ -62,34 +62,35 @@ std::string LCSearchEngine::searchStatement() {
   const bool isLimitedToCrates = m_enabledCrateIdentifier && !m_enabledCrateIdentifier->empty();
   std::string statement = selectBaseString();
   if (const std::string subSelect = keywordSubSelect(); !subSelect.empty()) {
-    statement += sqlFormat("JOIN (%@) AS dummy ON %@.id=dummy.loopId", {subSelect, m_loopsTablename});
+    statement += lc::sqlFormat("JOIN (%@) AS dummy ON %@.id=dummy.loopId", {subSelect, m_loopsTablename});
   }
-  std::string joins = sqlFormat(" JOIN %@ ON %@.loopId = id", {m_loopsKeywordsTablename, m_loopsKeywordsTablename});
+  std::string joins = lc::sqlFormat(" JOIN %@ ON %@.loopId = id", {m_loopsKeywordsTablename, m_loopsKeywordsTablename});
   if (isLimitedToCrates) {
-    joins += sqlFormat(" JOIN %@ ON %@.loopId = id ", {m_crateLoopRelationTablename, m_crateLoopRelationTablename});
+    joins += lc::sqlFormat(" JOIN %@ ON %@.loopId = id ", {m_crateLoopRelationTablename, m_crateLoopRelationTablename});
   }
   const std::string condition = searchCondition();
-  statement += condition.empty() ? sqlFormat(" %@ ", {joins}) : sqlFormat(" %@ WHERE %@ ", {joins, condition});
+  statement += condition.empty() ? lc::sqlFormat(" %@ ", {joins}) : lc::sqlFormat(" %@ WHERE %@ ", {joins, condition});
   return statement + orderClause();
 }
 
 std::string LCSearchEngine::searchCondition() {
   const std::string filter = generateFilterString();
   if (!m_searchForFavorites) return filter;
-  return filter.empty() ? " isFavorite = 1 " : sqlFormat(" isFavorite = 1  AND %@ ", {filter});
+  return filter.empty() ? " isFavorite = 1 " : lc::sqlFormat(" isFavorite = 1  AND %@ ", {filter});
 }
 
 // Of the keywords that the database knows and that some loop carries. The others do not restrict the search.
 std::vector<std::string> LCSearchEngine::keywordCachingTablesRarestFirst() const {
   std::string names;
   for (const std::string& keyword : m_searchKeywords) {
-    names += sqlFormat(names.empty() ? "'%@'" : ", '%@'", {sqlEscaped(keyword)});
+    names += lc::sqlFormat(names.empty() ? "'%@'" : ", '%@'", {lc::sqlEscaped(keyword)});
   }
   if (names.empty()) return {};
   LCResultDictionary result;
-  utilities().executeStatementWithKeywordsReturnValue(sqlFormat(kSelectKeywordIdsRarestFirst, {names}), &result);
+  utilities().executeStatementWithKeywordsReturnValue(lc::sqlFormat(kSelectKeywordIdsRarestFirst, {names}), &result);
   std::vector<std::string> tables;
-  for (const LCCell& id : result["id"]) tables.push_back(m_keywordCachingTablename + std::to_string(cellInteger(id)));
+  for (const LCCell& id : result["id"])
+    tables.push_back(m_keywordCachingTablename + std::to_string(lc::cellInteger(id)));
   return tables;
 }
 
@@ -97,9 +98,9 @@ std::vector<std::string> LCSearchEngine::keywordCachingTablesRarestFirst() const
 std::string LCSearchEngine::keywordSubSelect() const {
   const std::vector<std::string> tables = keywordCachingTablesRarestFirst();
   if (tables.empty()) return "";
-  std::string text = sqlFormat("select %@.loopId as loopId from %@", {tables.front(), tables.front()});
+  std::string text = lc::sqlFormat("select %@.loopId as loopId from %@", {tables.front(), tables.front()});
   for (size_t index = 1; index < tables.size(); ++index) {
-    text = sqlFormat("%@ join %@ on %@.loopId=%@.loopId", {text, tables[index], tables.front(), tables[index]});
+    text = lc::sqlFormat("%@ join %@ on %@.loopId=%@.loopId", {text, tables[index], tables.front(), tables[index]});
   }
   return text;
 }
@@ -108,7 +109,7 @@ std::string LCSearchEngine::orderClause() const {
   if (std::string clause = sortingString(); !clause.empty()) return clause;
   if (m_sortingColumnName.empty()) return "";
   const char* direction = directionName(m_sortingDirectionAscending);
-  return sqlFormat(" ORDER BY %@ COLLATE %@ %@", {m_sortingColumnName, textSearchCollate(), direction}) +
+  return lc::sqlFormat(" ORDER BY %@ COLLATE %@ %@", {m_sortingColumnName, textSearchCollate(), direction}) +
          tieBreak(m_sortingColumnName, direction);
 }
 
@@ -117,10 +118,10 @@ std::string LCSearchEngine::sortingString() const {
   if (!m_sortDescriptors) return clause;
   for (const LCSortDescriptor& descriptor : *m_sortDescriptors) {
     const std::string collation = descriptor.key == "fileName" ? textSearchCollate() : "";
-    const std::string collationPart = collation.empty() ? "" : sqlFormat(" COLLATE %@", {collation});
+    const std::string collationPart = collation.empty() ? "" : lc::sqlFormat(" COLLATE %@", {collation});
     const char* direction = directionName(descriptor.ascending);
     clause += clause.empty() ? "ORDER BY " : ", ";
-    clause += sqlFormat("%@ %@ %@ ", {descriptor.key, collationPart, direction});
+    clause += lc::sqlFormat("%@ %@ %@ ", {descriptor.key, collationPart, direction});
     clause += tieBreak(descriptor.key, direction);
   }
   return clause;
@@ -147,8 +148,8 @@ void LCSearchEngine::prepareResultsForRange(int64_t location, uint64_t length) {
   for (const std::string& key : columnKeysToQuery()) columns += (columns.empty() ? "" : ", ") + key;
   LCResultDictionary rows;
   utilities().executeStatementWithLoopsReturnValue(
-      sqlFormat("SELECT %@ FROM tempTable LIMIT %@,%@",
-                {columns, std::to_string(m_preparedLocation), std::to_string(static_cast<int64_t>(length))}),
+      lc::sqlFormat("SELECT %@ FROM tempTable LIMIT %@,%@",
+                    {columns, std::to_string(m_preparedLocation), std::to_string(static_cast<int64_t>(length))}),
       &rows);
   setSearchResults(std::move(rows));
 }
@@ -167,7 +168,7 @@ std::unique_ptr<LCSearchEngineFile> LCSearchEngine::fileAtIndex(int64_t index) {
   const std::optional<LCCell> fileURL = resultObjectForKey("fileURL", index);
   const std::optional<LCCell> id = resultObjectForKey("id", index);
   if (!fileURL || !id) return nullptr;
-  return std::make_unique<LCSearchEngineFile>(cellText(*fileURL), cellInteger(*id));
+  return std::make_unique<LCSearchEngineFile>(lc::cellText(*fileURL), lc::cellInteger(*id));
 }
 
 int64_t LCSearchEngine::numberOfLoops() const {
@@ -190,17 +191,18 @@ int64_t LCSearchEngine::rowNumberInCurrentSearchResultForLoopWithName(const std:
   const int64_t count = numberOfLoops();
   if (count < 1 || fileName.empty()) return kNotFound;
   const std::string statement =
-      sqlFormat("SELECT count() AS rowNumber FROM tempTable WHERE fileName <= '%@'", {sqlEscaped(fileName)});
+      lc::sqlFormat("SELECT count() AS rowNumber FROM tempTable WHERE fileName <= '%@'", {lc::sqlEscaped(fileName)});
   const std::optional<int64_t> rowNumber = utilities().firstIntegerOfStatement(statement, "rowNumber");
   return rowNumber && *rowNumber < count ? *rowNumber - 1 : kNotFound;
 }
 
 int64_t LCSearchEngine::rowIndexInCurrentSearchResultForLoopWithFileURLString(const std::string& fileURL) const {
   return rowIndexFromRowId(utilities().firstIntegerOfStatement(
-      sqlFormat(R"(SELECT rowid FROM tempTable WHERE fileURL = "%@")", {sqlDoubleQuoteEscaped(fileURL)}), "rowid"));
+      lc::sqlFormat(R"(SELECT rowid FROM tempTable WHERE fileURL = "%@")", {lc::sqlDoubleQuoteEscaped(fileURL)}),
+      "rowid"));
 }
 
 int64_t LCSearchEngine::rowIndexInCurrentSearchResultForLoopId(int64_t loopId) const {
   return rowIndexFromRowId(utilities().firstIntegerOfStatement(
-      sqlFormat(R"(SELECT rowid FROM tempTable WHERE id = "%@")", {std::to_string(loopId)}), "rowid"));
+      lc::sqlFormat(R"(SELECT rowid FROM tempTable WHERE id = "%@")", {std::to_string(loopId)}), "rowid"));
 }

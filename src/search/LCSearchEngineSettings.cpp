@@ -1,7 +1,7 @@
 // The search settings and what is derived from them.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
 
 void LCSearchEngine::setSearchParameterEdited(bool edited) {
   if (edited) m_searchParameterEdited = true;
@@ -103,8 +103,8 @@ LCResultDictionary LCSearchEngine::enabledCrates() const {
   std::string statement = "SELECT * FROM Crates WHERE  ";
   bool isFirst = true;
   for (const std::string& identifier : *m_enabledCrateIdentifier) {
-    statement +=
-        sqlFormat(isFirst ? R"(identifier = "%@")" : R"(OR identifier = "%@")", {sqlDoubleQuoteEscaped(identifier)});
+    statement += lc::sqlFormat(isFirst ? R"(identifier = "%@")" : R"(OR identifier = "%@")",
+                               {lc::sqlDoubleQuoteEscaped(identifier)});
     isFirst = false;
   }
   utilities().executeStatementWithCrateReturnValue(statement, &result);

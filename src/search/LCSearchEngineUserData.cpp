@@ -1,14 +1,14 @@
 // The user's marks, in the table UserData, and the counts.
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
-#include "database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
 
 bool LCSearchEngine::setUserDataForURL(const std::string& fileURL, std::optional<bool> isFavorite,
                                        std::optional<int64_t> rating, const std::optional<std::string>& userComment) {
   LCResultDictionary row;
-  const std::string lookup =
-      sqlFormat(R"(SELECT DISTINCT id FROM %@ OUTER LEFT JOIN UserData ON Userdata.loopId = id WHERE fileURL = "%@")",
-                {m_loopsTablename, sqlDoubleQuoteEscaped(fileURL)});
+  const std::string lookup = lc::sqlFormat(
+      R"(SELECT DISTINCT id FROM %@ OUTER LEFT JOIN UserData ON Userdata.loopId = id WHERE fileURL = "%@")",
+      {m_loopsTablename, lc::sqlDoubleQuoteEscaped(fileURL)});
   if (!utilities().executeStatementWithLoopsReturnValue(lookup, &row)) return false;
   return setUserDataDict(row, isFavorite, rating, userComment);
 }
@@ -16,8 +16,8 @@ bool LCSearchEngine::setUserDataForURL(const std::string& fileURL, std::optional
 bool LCSearchEngine::setIsFavorite(bool isFavorite, int64_t forLoopId) {
   LCResultDictionary row;
   const std::string lookup =
-      sqlFormat(R"(SELECT DISTINCT id FROM %@ OUTER LEFT JOIN UserData ON Userdata.loopId = id WHERE %@.id = "%@")",
-                {m_loopsTablename, m_loopsTablename, std::to_string(forLoopId)});
+      lc::sqlFormat(R"(SELECT DISTINCT id FROM %@ OUTER LEFT JOIN UserData ON Userdata.loopId = id WHERE %@.id = "%@")",
+                    {m_loopsTablename, m_loopsTablename, std::to_string(forLoopId)});
   setSearchParameterEdited(true);
   if (!utilities().executeStatementWithLoopsReturnValue(lookup, &row)) return false;
   return setUserDataDict(row, isFavorite, std::nullopt, std::nullopt);
@@ -25,18 +25,18 @@ bool LCSearchEngine::setIsFavorite(bool isFavorite, int64_t forLoopId) {
 
 bool LCSearchEngine::setUserDataDict(const LCResultDictionary& row, std::optional<bool> isFavorite,
                                      std::optional<int64_t> rating, const std::optional<std::string>& userComment) {
-  const LCCell* id = firstCell(row, "id");
-  const int64_t loopId = id ? vesk::text::integerValueDetectingBase(cellText(*id)) : 0;
+  const LCCell* id = lc::firstCell(row, "id");
+  const int64_t loopId = id ? vesk::text::integerValueDetectingBase(lc::cellText(*id)) : 0;
   if (loopId == 0) return false;
-  const LCCell* storedFavorite = firstCell(row, "isFavorite");
-  const LCCell* storedRating = firstCell(row, "rating");
-  const LCCell* storedComment = firstCell(row, "userComment");
-  const bool favorite = isFavorite.value_or(storedFavorite && cellInteger(*storedFavorite) > 0);
-  const int64_t stars = rating.value_or(storedRating ? cellInteger(*storedRating) : 0);
-  const std::string comment = userComment.value_or(storedComment ? cellText(*storedComment) : "");
-  return utilities().executeStatementWithNoReturnValue(sqlFormat(
+  const LCCell* storedFavorite = lc::firstCell(row, "isFavorite");
+  const LCCell* storedRating = lc::firstCell(row, "rating");
+  const LCCell* storedComment = lc::firstCell(row, "userComment");
+  const bool favorite = isFavorite.value_or(storedFavorite && lc::cellInteger(*storedFavorite) > 0);
+  const int64_t stars = rating.value_or(storedRating ? lc::cellInteger(*storedRating) : 0);
+  const std::string comment = userComment.value_or(storedComment ? lc::cellText(*storedComment) : "");
+  return utilities().executeStatementWithNoReturnValue(lc::sqlFormat(
       R"(INSERT OR REPLACE INTO UserData (loopId, isFavorite, rating, userComment) VALUES (%@, %@, %@, "%@");)",
-      {std::to_string(loopId), favorite ? "1" : "0", std::to_string(stars), sqlDoubleQuoteEscaped(comment)}));
+      {std::to_string(loopId), favorite ? "1" : "0", std::to_string(stars), lc::sqlDoubleQuoteEscaped(comment)}));
 }
 
 bool LCSearchEngine::setIsFavorite(bool isFavorite, const std::string& forURL) {
@@ -52,12 +52,12 @@ bool LCSearchEngine::setComment(const std::string& comment, const std::string& f
 }
 
 int64_t LCSearchEngine::totalNumberOfLoops() const {
-  const std::string statement = sqlFormat("SELECT count() as numberOfLoops FROM %@", {m_loopsTablename});
+  const std::string statement = lc::sqlFormat("SELECT count() as numberOfLoops FROM %@", {m_loopsTablename});
   return utilities().firstIntegerOfStatement(statement, "numberOfLoops").value_or(0);
 }
 
 int64_t LCSearchEngine::numberOfFavoritesForTable(const std::string& tableName) const {
-  const std::string statement = sqlFormat(
+  const std::string statement = lc::sqlFormat(
       "SELECT count() as numberOfFavorites FROM UserData JOIN %@ ON %@.id = UserData.loopId "
       "WHERE UserData.isFavorite = 1",
       {tableName, tableName});

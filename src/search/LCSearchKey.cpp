@@ -1,4 +1,4 @@
-#include "search/LCSearchKey.h"
+#include "VeskLoopManagement/search/LCSearchKey.h"
 
 #include <algorithm>
 #include <cstring>

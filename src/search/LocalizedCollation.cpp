@@ -1,6 +1,6 @@
 #include "search/LocalizedCollation.h"
 
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <sqlite3.h>
 
@@ -21,17 +21,17 @@ std::u16string textFromBytes(int byteCount, const void* bytes) {
 }
 
 int collate(void*, int leftByteCount, const void* left, int rightByteCount, const void* right) {
-  return compareByFirstUnitThenWhole(textFromBytes(leftByteCount, left), textFromBytes(rightByteCount, right));
+  return lc::compareByFirstUnitThenWhole(textFromBytes(leftByteCount, left), textFromBytes(rightByteCount, right));
 }
 
 }  // namespace
 
-int compareByFirstUnitThenWhole(std::u16string_view left, std::u16string_view right) {
+int lc::compareByFirstUnitThenWhole(std::u16string_view left, std::u16string_view right) {
   const int byFirstUnit = vesk::text::localizedCompare(left.substr(0, 1), right.substr(0, 1));
   return sign(byFirstUnit != 0 ? byFirstUnit : vesk::text::localizedCompare(left, right));
 }
 
-bool registerLocalizedCollation(sqlite3* connection) {
+bool lc::registerLocalizedCollation(sqlite3* connection) {
   return sqlite3_create_collation(connection, "LC_LocalizedSortingCollate", SQLITE_UTF16, nullptr, collate) ==
          SQLITE_OK;
 }

@@ -40,7 +40,7 @@ std::string_view textOf(sqlite3_value* value) {
 }
 
 void destroyPattern(void* pattern) {
-  delete static_cast<LocalizedLikePattern*>(pattern);
+  delete static_cast<lc::LocalizedLikePattern*>(pattern);
 }
 
 // nullopt when the text is not exactly one character.
@@ -71,12 +71,12 @@ void localizedLike(sqlite3_context* context, int argumentCount, sqlite3_value** 
 
   // A pattern that is the same in every row is compiled once and kept by SQLite.
   const std::string_view value = textOf(arguments[1]);
-  const auto* kept = static_cast<const LocalizedLikePattern*>(sqlite3_get_auxdata(context, 0));
+  const auto* kept = static_cast<const lc::LocalizedLikePattern*>(sqlite3_get_auxdata(context, 0));
   if (kept && kept->escape() == escape) {
     sqlite3_result_int(context, kept->matches(value) ? 1 : 0);
     return;
   }
-  auto pattern = std::make_unique<LocalizedLikePattern>(textOf(arguments[0]), escape);
+  auto pattern = std::make_unique<lc::LocalizedLikePattern>(textOf(arguments[0]), escape);
   sqlite3_result_int(context, pattern->matches(value) ? 1 : 0);
   sqlite3_set_auxdata(context, 0, pattern.release(), destroyPattern);
 }
@@ -91,7 +91,8 @@ void localizedLikeCallback(sqlite3_context* context, int argumentCount, sqlite3_
 
 }  // namespace
 
-LocalizedLikePattern::LocalizedLikePattern(std::string_view pattern, std::optional<int32_t> escape) : m_escape(escape) {
+lc::LocalizedLikePattern::LocalizedLikePattern(std::string_view pattern, std::optional<int32_t> escape)
+    : m_escape(escape) {
   const std::string_view text = upToNUL(pattern);
   bool isLiteral = false;
   for (size_t position = 0; position < text.size();) {
@@ -111,7 +112,7 @@ LocalizedLikePattern::LocalizedLikePattern(std::string_view pattern, std::option
   }
 }
 
-bool LocalizedLikePattern::matches(std::string_view value) const {
+bool lc::LocalizedLikePattern::matches(std::string_view value) const {
   const std::string_view text = upToNUL(value);
   size_t position = 0;       // in text
   size_t element = 0;        // in m_elements
@@ -142,7 +143,7 @@ bool LocalizedLikePattern::matches(std::string_view value) const {
   return element == m_elements.size();
 }
 
-bool registerLocalizedLike(sqlite3* connection) {
+bool lc::registerLocalizedLike(sqlite3* connection) {
   constexpr int kFlags = SQLITE_UTF8 | SQLITE_DETERMINISTIC;
   for (const int argumentCount : {2, 3}) {
     const int status = sqlite3_create_function(connection, kFunctionName, argumentCount, kFlags, nullptr,

@@ -11,6 +11,8 @@
 
 struct sqlite3;
 
+namespace lc {
+
 class LocalizedLikePattern {
  public:
   // The character after `escape` stands for itself.
@@ -32,3 +34,5 @@ class LocalizedLikePattern {
 
 // Registers the function with 2 arguments (pattern, text) and with 3 (pattern, text, escape character) on `connection`.
 bool registerLocalizedLike(sqlite3* connection);
+
+}  // namespace lc

@@ -1,8 +1,8 @@
 // What a person and other programs have put to a loop follows it when index finds its file under a new identity.
-#include "database/LCConnection.h"
-#include "database/LCStatement.h"
 #include "platform/Path.h"
 #include "Program.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -52,7 +52,7 @@ struct CarriedMarks : testing::Test {
         "WHERE loopId NOT IN (SELECT id FROM Loops) ORDER BY 1");
   }
   int64_t rememberedFiles() const {
-    const LCConnection connection = openConnection(statesFile(), LCOpenMode::readWriteCreate);
+    const LCConnection connection = lc::openConnection(statesFile(), LCOpenMode::readWriteCreate);
     LCStatement statement(connection.get(), "SELECT count(*) FROM FileStates");
     return statement.step() ? statement.int64At(0) : -1;
   }

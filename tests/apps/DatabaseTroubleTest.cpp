@@ -1,7 +1,7 @@
-#include "database/LCConnection.h"
-#include "database/LCSQLiteUtilities.h"
 #include "platform/Path.h"
 #include "Program.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
 #include <gtest/gtest.h>
 
@@ -71,7 +71,7 @@ TEST_F(DatabaseTrouble, ANewerOneIsNotTouched) {
 
 TEST_F(DatabaseTrouble, ALockedOneIsReported) {
   makeDatabase();
-  const LCConnection other = openConnection(program.database(), LCOpenMode::readWriteCreate);
+  const LCConnection other = lc::openConnection(program.database(), LCOpenMode::readWriteCreate);
   ASSERT_TRUE(LCSQLiteUtilities(other.get()).executeStatementWithNoReturnValue("BEGIN IMMEDIATE"));
   EXPECT_EQ(program.run({"search"}).names(), Words{"A.aif"});  // readers may go on
   ASSERT_TRUE(LCSQLiteUtilities(other.get()).executeStatementWithNoReturnValue("COMMIT; BEGIN EXCLUSIVE"));

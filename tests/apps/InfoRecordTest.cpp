@@ -2,8 +2,8 @@
 // that the library reads.
 #include "Program.h"
 
-#include "fileio/LCFileParser.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include <gtest/gtest.h>
 

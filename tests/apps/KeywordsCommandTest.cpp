@@ -1,7 +1,7 @@
 // keywords, search --facets and family: what is left to choose from, and what belongs together.
-#include "database/LCConnection.h"
-#include "database/LCStatement.h"
 #include "Program.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <gtest/gtest.h>
 
@@ -31,7 +31,7 @@ struct Keywords : testing::Test {
 
   // Of the loops with both keywords, how many have each; a group stands for its members.
   Counts countedBySQL(const std::string& first, const std::string& second) const {
-    const LCConnection connection = openConnection(program.database(), LCOpenMode::readOnly);
+    const LCConnection connection = lc::openConnection(program.database(), LCOpenMode::readOnly);
     LCStatement statement(
         connection.get(),
         "WITH Tags AS (SELECT loopId, name FROM Tagging JOIN Keywords ON Keywords.id = keywordId),"

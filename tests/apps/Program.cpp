@@ -1,9 +1,9 @@
 #include "Program.h"
 
-#include "database/LCConnection.h"
-#include "database/LCSQLiteUtilities.h"
-#include "database/LCStatement.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -183,13 +183,13 @@ std::string Program::add(std::string_view relative, const fixture::Bytes& bytes)
 }
 
 void Program::execute(const std::string& sql) const {
-  const LCConnection connection = openConnection(database(), LCOpenMode::readWriteCreate);
+  const LCConnection connection = lc::openConnection(database(), LCOpenMode::readWriteCreate);
   LCSQLiteUtilities utilities(connection.get());
   ASSERT_TRUE(utilities.executeStatementWithNoReturnValue(sql)) << utilities.lastErrorMessage().value_or("");
 }
 
 Words Program::rows(const std::string& sql) const {
-  const LCConnection connection = openConnection(database(), LCOpenMode::readOnly);
+  const LCConnection connection = lc::openConnection(database(), LCOpenMode::readOnly);
   LCStatement statement(connection.get(), sql);
   EXPECT_TRUE(statement.isPrepared()) << sql;
   Words result;

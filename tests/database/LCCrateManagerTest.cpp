@@ -1,4 +1,4 @@
-#include "database/LCCrateManager.h"
+#include "VeskLoopManagement/database/LCCrateManager.h"
 
 #include "database/TestDatabase.h"
 

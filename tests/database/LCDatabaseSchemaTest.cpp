@@ -1,8 +1,8 @@
-#include "database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
 
-#include "database/LCDatabaseConfiguration.h"
 #include "database/TestDatabase.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
 
 #include <sqlite3.h>
 
@@ -86,7 +86,7 @@ TEST(DatabaseSchema, BaseSelectsFillTheirResultTablesColumnByColumn) {
                "INSERT INTO LoopsKeywords (loopId) VALUES (7);" +
                "INSERT INTO UserData (loopId, isFavorite) VALUES (7, 1)");
   const auto check = [&database](const std::string& create, const std::string& select, size_t columnCount) {
-    database.run("DROP TABLE IF EXISTS tempTable; " + sqlFormat(create, {"TEMPORARY", "tempTable"}));
+    database.run("DROP TABLE IF EXISTS tempTable; " + lc::sqlFormat(create, {"TEMPORARY", "tempTable"}));
     // A further join with a loopId of its own, and columns without their table's name.
     database.run("INSERT INTO tempTable " + vesk::text::replacingAll(select, "%@", "Loops") +
                  "JOIN LoopsKeywords ON LoopsKeywords.loopId = id WHERE isFavorite = 1 AND key = 'key' "
@@ -104,6 +104,6 @@ TEST(DatabaseSchema, BaseSelectsFillTheirResultTablesColumnByColumn) {
 }
 
 TEST(SQLFormat, TakesArgumentsInOrderAndLooksAtNoneAgain) {
-  EXPECT_EQ(sqlFormat("a %@ b %@ %%@ %i 5%", {"%@", "%%"}), "a %@ b %% %@ %i 5%");
-  EXPECT_EQ(sqlFormat("%@ %@", {"x"}), "x %@");
+  EXPECT_EQ(lc::sqlFormat("a %@ b %@ %%@ %i 5%", {"%@", "%%"}), "a %@ b %% %@ %i 5%");
+  EXPECT_EQ(lc::sqlFormat("%@ %@", {"x"}), "x %@");
 }

@@ -1,5 +1,5 @@
-#include "database/LCSQLiteUtilities.h"
 #include "database/TestDatabase.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
 #include <sqlite3.h>
 

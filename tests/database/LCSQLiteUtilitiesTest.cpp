@@ -1,8 +1,8 @@
 // Statements, transactions, and the utilities but for the repairs.
-#include "database/LCSQLiteUtilities.h"
 #include "database/LCTransaction.h"
 #include "database/TestDatabase.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
 #include <sqlite3.h>
 
@@ -15,7 +15,7 @@ std::string described(const LCResultDictionary& result) {
   std::string text;
   for (const auto& [column, cells] : result) {
     text += column + "=";
-    for (const LCCell& cell : cells) text += std::string(1, "sib"[cell.index()]) + cellText(cell) + ";";
+    for (const LCCell& cell : cells) text += std::string(1, "sib"[cell.index()]) + lc::cellText(cell) + ";";
     text += " ";
   }
   return text;
@@ -101,7 +101,7 @@ TEST_F(SQLiteUtilities, FactsAreUpdatedInPlaceAndHaveTheirOwnMarksWhenMissing) {
 TEST(DamageCheck, TellsDamageFromAMissingTable) {
   const TemporaryFolder folder;
   const auto isGood = [&folder](const std::string& contents, bool doFastCheck) {
-    const LCConnection connection = openConnection(folder.addFile("d.db", contents), LCOpenMode::readOnly);
+    const LCConnection connection = lc::openConnection(folder.addFile("d.db", contents), LCOpenMode::readOnly);
     return LCSQLiteUtilities::checkSQLiteDatabase(connection.get(), doFastCheck);
   };
   for (const bool doFastCheck : {true, false}) {

@@ -1,8 +1,8 @@
-#include "database/LCDatabaseConfiguration.h"
-#include "database/LCPathUtilities.h"
-#include "database/LCSQLiteUtilities.h"
 #include "platform/Path.h"
 #include "support/TestEnvironment.h"
+#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
+#include "VeskLoopManagement/database/LCPathUtilities.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // A loop database in a folder of its own, with short ways to ask it.
 #pragma once
 
-#include "database/LCConnection.h"
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "database/LCStatement.h"
 #include "support/TestEnvironment.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -41,10 +41,10 @@ class TestDatabase {
   void close() { m_connection.reset(); }
   void reopen(LCOpenMode mode = LCOpenMode::readWriteCreate) {
     close();
-    m_connection = openConnection(file(), mode);
+    m_connection = lc::openConnection(file(), mode);
   }
 
  private:
   TemporaryFolder m_folder;
-  LCConnection m_connection = openConnection(file(), LCOpenMode::readWriteCreate);
+  LCConnection m_connection = lc::openConnection(file(), LCOpenMode::readWriteCreate);
 };

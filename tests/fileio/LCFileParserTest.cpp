@@ -1,7 +1,7 @@
-#include "fileio/LCFileParser.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
-#include "fileio/LCRexFileParser.h"
 #include "fileio/MurmurHash.h"
+#include "VeskLoopManagement/fileio/LCRexFileParser.h"
 
 #include "ParserFixture.h"
 
@@ -94,8 +94,8 @@ TEST(LCFileParser, TakesKeywordsFromThePathOfUntaggedLoops) {
 }
 
 TEST(MurmurHash, HasThePublishedVerificationValues) {
-  EXPECT_EQ(verificationValue(MurmurHash64A), 0x1F0D3804u);
-  EXPECT_EQ(verificationValue(MurmurHash64B), 0xDD537C05u);
+  EXPECT_EQ(verificationValue(lc::MurmurHash64A), 0x1F0D3804u);
+  EXPECT_EQ(verificationValue(lc::MurmurHash64B), 0xDD537C05u);
 }
 
 TEST(LCFileParser, HashIsThatOfTheEstablishedText) {

@@ -2,8 +2,8 @@
 // as short texts.
 #pragma once
 
-#include "fileio/LCFileParser.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include "support/AudioFixture.h"
 #include "support/TestEnvironment.h"

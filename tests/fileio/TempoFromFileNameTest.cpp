@@ -24,7 +24,7 @@ std::optional<std::string> matchOfExpression(const std::string& name) {
 }
 
 std::optional<std::string> matchOfScanner(const std::string& name) {
-  const auto found = findTempoText(name);
+  const auto found = lc::findTempoText(name);
   if (!found) return std::nullopt;
   return std::string(name.data(), found->data()).append("\n").append(*found);
 }
@@ -32,11 +32,12 @@ std::optional<std::string> matchOfScanner(const std::string& name) {
 }  // namespace
 
 TEST(TempoFromFileName, IsTheNumberOfTheFirstMatch) {
-  EXPECT_EQ(findTempoInFileName("7.25.110bpm"), 25.110000610351562f);  // a number has one point
-  EXPECT_EQ(findTempoInFileName("1200bpm 96bpm"), 1200.0f);
-  EXPECT_EQ(findTempoInFileName("\u0661\u0662\u0660bpm"), 0.0f);  // digits, but not ones that we can turn into a number
-  EXPECT_EQ(findTempoInFileName("96\xFF bpm"), std::nullopt);     // no UTF-8
-  EXPECT_EQ(findTempoInFileName("\xFF\xC3 96bpm\xE2"), 96.0f);
+  EXPECT_EQ(lc::findTempoInFileName("7.25.110bpm"), 25.110000610351562f);  // a number has one point
+  EXPECT_EQ(lc::findTempoInFileName("1200bpm 96bpm"), 1200.0f);
+  EXPECT_EQ(lc::findTempoInFileName("\u0661\u0662\u0660bpm"),
+            0.0f);  // digits, but not ones that we can turn into a number
+  EXPECT_EQ(lc::findTempoInFileName("96\xFF bpm"), std::nullopt);  // no UTF-8
+  EXPECT_EQ(lc::findTempoInFileName("\xFF\xC3 96bpm\xE2"), 96.0f);
 }
 
 RC_GTEST_PROP(TempoFromFileName, FindsWhatTheRegularExpressionFinds, ()) {
@@ -51,7 +52,7 @@ RC_GTEST_PROP(TempoFromFileName, FindsWhatTheRegularExpressionFinds, ()) {
 // A scanner that tries every digit as a start needs 10^12 steps for these.
 TEST(TempoFromFileName, NamesOfAMillionDigitsTakeNoTime) {
   const std::string digits(1 << 20, '1');
-  EXPECT_EQ(findTempoInFileName(digits), std::nullopt);
-  EXPECT_EQ(findTempoInFileName(digits + "." + digits + " bp"), std::nullopt);
-  EXPECT_GT(findTempoInFileName(digits + "bpm"), 1e30f);
+  EXPECT_EQ(lc::findTempoInFileName(digits), std::nullopt);
+  EXPECT_EQ(lc::findTempoInFileName(digits + "." + digits + " bp"), std::nullopt);
+  EXPECT_GT(lc::findTempoInFileName(digits + "bpm"), 1e30f);
 }

@@ -2,12 +2,12 @@
 // to look at what was written.
 #pragma once
 
-#include "database/LCConnection.h"
-#include "database/LCDatabaseSchema.h"
-#include "database/LCStatement.h"
-#include "indexing/LCFileIndexing.h"
 #include "support/AudioFixture.h"
 #include "support/TestEnvironment.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
 
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ class IndexingTest : public testing::Test {
 
   // The rows as another connection sees them: columns joined by "|", NULL as "NULL".
   Rows rows(const std::string& sql) const {
-    const LCConnection connection = openConnection(databaseFolder.path("loops.db"), LCOpenMode::readOnly);
+    const LCConnection connection = lc::openConnection(databaseFolder.path("loops.db"), LCOpenMode::readOnly);
     LCStatement statement(connection.get(), sql);
     EXPECT_TRUE(statement.isPrepared()) << sql;
     Rows result;

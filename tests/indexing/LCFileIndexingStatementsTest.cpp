@@ -1,6 +1,6 @@
 #include "IndexingTest.h"
 
-#include "model/LCKeywordHelper.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 #include <cmath>
 #include <limits>
@@ -116,10 +116,10 @@ TEST_F(LCFileIndexingStatements, TheLastStepDecidesTheResult) {
   EXPECT_EQ(rows("SELECT loopId FROM Tagging"), Rows{"3"});
 
   const std::string failing = "CREATE TEMP TRIGGER fail%@ BEFORE INSERT ON main.%@ BEGIN SELECT RAISE(FAIL, 'no'); END";
-  indexer->executeStatementWithNoReturnValue(sqlFormat(failing, {"Tagging", "Tagging"}));
+  indexer->executeStatementWithNoReturnValue(lc::sqlFormat(failing, {"Tagging", "Tagging"}));
   EXPECT_FALSE(add(loopTagged(8, {"Jazz"}), "package"));
   EXPECT_EQ(rows("SELECT count(*) FROM Loops"), Rows{"5"});  // its row is there all the same
-  indexer->executeStatementWithNoReturnValue(sqlFormat(failing, {"LoopsKeywords", "LoopsKeywords"}));
+  indexer->executeStatementWithNoReturnValue(lc::sqlFormat(failing, {"LoopsKeywords", "LoopsKeywords"}));
   EXPECT_FALSE(add(loopTagged(9, {"Jazz"}), "package"));
   EXPECT_EQ(rows("SELECT loopId FROM CrateLoopRelation"), (Rows{"1", "8"}));  // after LoopsKeywords nothing is written
 }

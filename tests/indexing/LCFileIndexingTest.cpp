@@ -1,6 +1,6 @@
 #include "IndexingTest.h"
 
-#include "platform/Notifications.h"
+#include "VeskLoopManagement/platform/Notifications.h"
 
 #include <sys/stat.h>
 

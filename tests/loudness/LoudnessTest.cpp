@@ -1,9 +1,9 @@
 // The loudness of loops: the values, their archives, and the two databases that keep them and the meta infos.
 #include "database/TestDatabase.h"
-#include "loudness/LCLoudnessDatabase.h"
-#include "loudness/LCMetaInfoDatabase.h"
 #include "platform/KeyedArchive.h"
 #include "support/AudioFixture.h"
+#include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
+#include "VeskLoopManagement/loudness/LCMetaInfoDatabase.h"
 
 #include <limits>
 

@@ -1,6 +1,6 @@
 // The archive of a loop record and of its meta infos: what comes back, archives made elsewhere, and broken ones.
-#include "model/LCFileData.h"
 #include "platform/KeyedArchive.h"
+#include "VeskLoopManagement/model/LCFileData.h"
 
 #include <gtest/gtest.h>
 

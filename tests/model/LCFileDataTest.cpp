@@ -1,7 +1,7 @@
 // What a loop record derives from its fields.
-#include "model/LCFileData.h"
-#include "model/LCKeywordHelper.h"
 #include "model/LCLoudnessTarget.h"
+#include "VeskLoopManagement/model/LCFileData.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 
 #include <gtest/gtest.h>
 

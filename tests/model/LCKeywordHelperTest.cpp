@@ -1,8 +1,8 @@
 // The taxonomy (ids, categories, parents, groups, columns) and the resources that hold it and the word list.
-#include "model/LCKeywordHelper.h"
-#include "resources/LCCompiledResources.h"
 #include "resources/ResourceTables.h"
 #include "support/TestEnvironment.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/resources/LCCompiledResources.h"
 
 #include <gtest/gtest.h>
 
@@ -90,12 +90,12 @@ TEST(CompiledResources, HaveTheLengthsThatAreExportedAndKeepBlanksAndCase) {
   EXPECT_EQ(additionalData_dat_len, 56098u);
   EXPECT_EQ(LCCompiledResources::KeywordDictionaryPlist().dictionary()->size(), 3u);
   EXPECT_EQ(LCCompiledResources::KeywordIDsPlist().dictionary()->size(), 138u);
-  EXPECT_TRUE(resources::topperFilenames().contains("Chill Hip-Hop Hi-Hat 01 .caf"));
-  EXPECT_FALSE(resources::isTrackStackLoopWithMissingInfo("steady swing beat.caf"));
+  EXPECT_TRUE(lc::resources::topperFilenames().contains("Chill Hip-Hop Hi-Hat 01 .caf"));
+  EXPECT_FALSE(lc::resources::isTrackStackLoopWithMissingInfo("steady swing beat.caf"));
 }
 
 TEST(SearchKeyTranslation, NeverLeadsAwayFromAKeywordNorToAnythingElse) {
-  const std::vector<std::byte> bytes = scrambledResource(LCCompiledResources::additionalDataDat());
+  const std::vector<std::byte> bytes = lc::scrambledResource(LCCompiledResources::additionalDataDat());
   const vesk::Value list = vesk::valueFromXMLPropertyList({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
   ASSERT_NE(list.dictionary(), nullptr);
   EXPECT_GT(list.dictionary()->size(), 400u);

@@ -1,7 +1,7 @@
 // What paths tell: keywords, whose sets are written as one text, joined by ",", and the types of nodes.
-#include "model/LCKeywordHelper.h"
-#include "model/LCNodeTypesHelper.h"
 #include "support/TestEnvironment.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/model/LCNodeTypesHelper.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #include <cstdio>
 
-#include "indexing/LCFileIndexing.h"
-#include "resources/VeskLoopManagementVersion.h"
-#include "search/LCSearchEngineDesktop.h"
+#include "VeskLoopManagement/indexing/LCFileIndexing.h"
+#include "VeskLoopManagement/resources/VeskLoopManagementVersion.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
 // host DATABASE: makes an empty database and searches it.
 int main(int argc, char** argv) {

@@ -1,8 +1,8 @@
 // Opens bytes as an audio file without touching a disk, and says in one line what stands in it.
 #pragma once
 
-#include "platform/audiofile/AudioFile.h"
 #include "support/AudioFixture.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platform/Environment.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include "platform/Path.h"
 #include "support/TestEnvironment.h"

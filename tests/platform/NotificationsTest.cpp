@@ -1,4 +1,4 @@
-#include "platform/Notifications.h"
+#include "VeskLoopManagement/platform/Notifications.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/PropertyList.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
 
 #include "support/AudioFixture.h"
 

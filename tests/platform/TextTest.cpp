@@ -1,4 +1,4 @@
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include "support/TestEnvironment.h"
 

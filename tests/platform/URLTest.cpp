@@ -1,4 +1,4 @@
-#include "platform/URL.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include "support/TestEnvironment.h"
 

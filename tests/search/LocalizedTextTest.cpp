@@ -1,8 +1,8 @@
-#include "database/LCConnection.h"
-#include "database/LCStatement.h"
 #include "search/LocalizedCollation.h"
 #include "search/LocalizedLike.h"
 #include "support/TestEnvironment.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
@@ -15,7 +15,7 @@
 namespace {
 
 bool matches(std::string_view pattern, std::string_view value) {
-  return LocalizedLikePattern(pattern).matches(value);
+  return lc::LocalizedLikePattern(pattern).matches(value);
 }
 
 // The rule written down plainly, for ASCII in lower case; takes exponential time.
@@ -30,8 +30,8 @@ bool matchesSlowly(std::string_view pattern, std::string_view value) {
 
 // The value of an SQL expression, "NULL" or the message of its failure.
 std::string answerOf(const std::string& expression) {
-  const LCConnection connection = openConnection(":memory:", LCOpenMode::readWriteCreate);
-  EXPECT_TRUE(registerLocalizedLike(connection.get()));
+  const LCConnection connection = lc::openConnection(":memory:", LCOpenMode::readWriteCreate);
+  EXPECT_TRUE(lc::registerLocalizedLike(connection.get()));
   LCStatement statement(connection.get(), "SELECT " + expression);
   if (!statement.step()) return sqlite3_errmsg(connection.get());
   return statement.isNull(0) ? "NULL" : statement.textAt(0);
@@ -95,7 +95,7 @@ TEST(LocalizedCollation, LetsTheFirstUnitDecideAlone) {
       {u"a", u"ab", -1},  {u"\U0001F600a", u"\U0001F600b", -1},  // half a character ties: the whole decides
   };
   for (const auto& [left, right, order] : cases) {
-    EXPECT_EQ(compareByFirstUnitThenWhole(left, right), order);
-    EXPECT_EQ(compareByFirstUnitThenWhole(right, left), -order);
+    EXPECT_EQ(lc::compareByFirstUnitThenWhole(left, right), order);
+    EXPECT_EQ(lc::compareByFirstUnitThenWhole(right, left), -order);
   }
 }

@@ -1,8 +1,8 @@
 #include "search/SearchDatabase.h"
 
-#include "database/LCDatabaseSchema.h"
-#include "database/LCSQLiteUtilities.h"
-#include "database/LCStatement.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -22,7 +22,7 @@ Ids firstColumn(sqlite3* connection, const std::string& sql) {
 }  // namespace
 
 SearchDatabase::SearchDatabase()
-    : m_connection(openConnection(m_folder.path("loops.db"), LCOpenMode::readWriteCreate)) {
+    : m_connection(lc::openConnection(m_folder.path("loops.db"), LCOpenMode::readWriteCreate)) {
   execute("PRAGMA synchronous = OFF");  // nobody needs this file after a crash
   LCSQLiteUtilities::generateDatabaseTablesForSQLite(m_connection.get(), kDefaultDatabaseSchemaVersion);
   execute("INSERT INTO Keywords (id, name, categoryId) VALUES (20001, 'Zorp', 0), (20002, 'it''s', 0)");

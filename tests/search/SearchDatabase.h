@@ -1,9 +1,9 @@
 // A loop database built by plain SQL, without the indexer, and what hand-written SQL finds in it.
 #pragma once
 
-#include "database/LCConnection.h"
-#include "search/LCSearchEngineDesktop.h"
 #include "support/TestEnvironment.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
 #include <cstdint>
 #include <memory>

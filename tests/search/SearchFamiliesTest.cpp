@@ -1,6 +1,6 @@
 // Families of numbered variants, and the lookups of single loops.
-#include "search/LCSearchEngineDesktop.h"
 #include "search/SearchDatabase.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>

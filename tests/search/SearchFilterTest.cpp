@@ -1,5 +1,5 @@
-#include "search/LCSearchEngineDesktop.h"
 #include "search/SearchDatabase.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
 #include <gtest/gtest.h>
 

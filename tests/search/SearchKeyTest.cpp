@@ -1,4 +1,4 @@
-#include "search/LCSearchKey.h"
+#include "VeskLoopManagement/search/LCSearchKey.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "model/LCKeywordHelper.h"
-#include "search/LCSearchEngineDesktop.h"
-#include "search/LCSearchEngineMobile.h"
 #include "search/SearchDatabase.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
+#include "VeskLoopManagement/search/LCSearchEngineMobile.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // What is kept and shown of single loops: marks, loudness, meta infos, repairs, display.
-#include "loudness/LCLoudnessDatabase.h"
-#include "model/LCKeywordHelper.h"
 #include "platform/Path.h"
 #include "resources/ResourceTables.h"
-#include "search/LCSearchEngineDesktop.h"
 #include "search/SearchDatabase.h"
 #include "support/AudioFixture.h"
+#include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
 #include <gtest/gtest.h>
 
@@ -95,7 +95,7 @@ TEST_F(MarksTest, LoudnessComesFromTheFactoryThenTheDatabaseThenTheFile) {
 }
 
 TEST_F(MarksTest, RepairsReachTheLoopsOnTheirLists) {
-  const std::string topper = *resources::topperRepairFilenames().begin();
+  const std::string topper = *lc::resources::topperRepairFilenames().begin();
   const std::string trackStack = *engine->fileNamesWithMissingTrackInfo().begin();
   database.add(1, topper);
   database.add(2, trackStack, "ksLoopType = 6");

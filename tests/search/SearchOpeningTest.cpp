@@ -1,7 +1,7 @@
-#include "database/LCDatabaseSchema.h"
 #include "platform/Path.h"
-#include "search/LCSearchEngineDesktop.h"
 #include "search/SearchDatabase.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
 #include <gtest/gtest.h>
 

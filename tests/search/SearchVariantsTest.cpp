@@ -1,6 +1,6 @@
-#include "search/LCSearchEngineDesktop.h"
-#include "search/LCSearchEngineMobile.h"
 #include "search/SearchDatabase.h"
+#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
+#include "VeskLoopManagement/search/LCSearchEngineMobile.h"
 
 #include <gtest/gtest.h>
 

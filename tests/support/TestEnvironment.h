@@ -2,7 +2,7 @@
 // that keeps everything in such a folder. Nothing of the user's is read or written.
 #pragma once
 
-#include "platform/Environment.h"
+#include "VeskLoopManagement/platform/Environment.h"
 
 #include <map>
 #include <memory>

@@ -1,9 +1,9 @@
-#include "platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
 #include "platform/audiofile/Containers.h"
 #include "platform/audiofile/FileBytes.h"
 #include "platform/Path.h"
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <algorithm>
 #include <cstring>

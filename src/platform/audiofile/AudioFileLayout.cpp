@@ -1,4 +1,4 @@
-#include "platform/audiofile/AudioFileLayout.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFileLayout.h"
 
 #include <algorithm>
 #include <cstring>

@@ -12,7 +12,7 @@
 #include <limits>
 #include <span>
 
-#include "platform/audiofile/AudioFileLayout.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFileLayout.h"
 
 namespace vesk {
 

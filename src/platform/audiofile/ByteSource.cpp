@@ -1,4 +1,4 @@
-#include "platform/audiofile/ByteSource.h"
+#include "VeskLoopManagement/platform/audiofile/ByteSource.h"
 
 #include <algorithm>
 

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/audiofile/AudioFileLayout.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFileLayout.h"
 
 namespace vesk {
 

@@ -14,8 +14,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/audiofile/AudioFileLayout.h"
-#include "platform/audiofile/ByteSource.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFileLayout.h"
+#include "VeskLoopManagement/platform/audiofile/ByteSource.h"
 
 namespace vesk {
 

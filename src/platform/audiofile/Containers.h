@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/audiofile/AudioFileLayout.h"
-#include "platform/audiofile/ByteSource.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFileLayout.h"
+#include "VeskLoopManagement/platform/audiofile/ByteSource.h"
 
 namespace vesk {
 

@@ -11,8 +11,8 @@
 #include <span>
 #include <string>
 
-#include "platform/audiofile/AudioFile.h"
-#include "platform/audiofile/ByteSource.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/platform/audiofile/ByteSource.h"
 
 namespace vesk {
 

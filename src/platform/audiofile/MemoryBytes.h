@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/audiofile/ByteSource.h"
+#include "VeskLoopManagement/platform/audiofile/ByteSource.h"
 
 namespace vesk {
 

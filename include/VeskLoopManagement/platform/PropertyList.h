@@ -14,7 +14,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 namespace vesk {
 

@@ -15,7 +15,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/Text.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 struct sqlite3;
 
@@ -23,11 +23,15 @@ using LCCell = std::variant<std::string, int64_t, bool>;
 // Column name → the column's cells, a row each.
 using LCResultDictionary = std::map<std::string, std::vector<LCCell>>;
 
+namespace lc {
+
 // The text of a cell (numbers in decimal); the number of a cell (texts by their leading digits).
 std::string cellText(const LCCell& cell);
 int64_t cellInteger(const LCCell& cell);
 // The first cell of `column`; nullptr when the column is missing or empty. Borrowed from `result`.
 const LCCell* firstCell(const LCResultDictionary& result, std::string_view column);
+
+}  // namespace lc
 
 class LCSQLiteUtilities {
  public:

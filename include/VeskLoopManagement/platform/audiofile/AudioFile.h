@@ -17,8 +17,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/audiofile/AudioFileLayout.h"
-#include "platform/audiofile/ByteSource.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFileLayout.h"
+#include "VeskLoopManagement/platform/audiofile/ByteSource.h"
 
 namespace vesk {
 

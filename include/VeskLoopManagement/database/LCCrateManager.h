@@ -8,10 +8,10 @@
 #include <optional>
 #include <string>
 
-#include "database/LCConnection.h"
-#include "database/LCDatabaseConfiguration.h"
-#include "database/LCSQLiteUtilities.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 extern const std::string kContentIdentifierPrefix;
 extern const std::string kFactoryIndexToolIdentifier;

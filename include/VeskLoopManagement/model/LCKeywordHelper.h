@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "model/LCLocalizedKeyword.h"
-#include "platform/Text.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/model/LCLocalizedKeyword.h"
+#include "VeskLoopManagement/platform/Text.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 // What the keywords table stores in "categoryId". 0 means unknown.
 enum LCKeywordCategory : int32_t {

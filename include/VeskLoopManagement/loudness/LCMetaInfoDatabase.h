@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "database/LCConnection.h"
-#include "database/LCStatement.h"
-#include "model/LCMetaInfo.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/model/LCMetaInfo.h"
 
 class LCMetaInfoDatabase {
  public:

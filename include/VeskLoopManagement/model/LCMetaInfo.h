@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/PropertyList.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
 
 struct LCMetaInfo {
   static constexpr int64_t kWeightedInstrumentKeyword = 1;

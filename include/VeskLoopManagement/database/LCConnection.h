@@ -14,5 +14,9 @@ struct LCConnectionCloser {
 };
 using LCConnection = std::unique_ptr<sqlite3, LCConnectionCloser>;
 
+namespace lc {
+
 // The opened connection. On failure `status` (may be null) gets SQLite's code and the result is null.
 LCConnection openConnection(const std::string& databaseFile, LCOpenMode mode, int* status = nullptr);
+
+}  // namespace lc

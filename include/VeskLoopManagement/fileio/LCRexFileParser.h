@@ -2,7 +2,7 @@
 // The adapter is registered once, before indexing starts; registering is not safe beside parsing.
 #pragma once
 
-#include "fileio/LCFileParser.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include <functional>
 #include <memory>

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "search/LCSearchEngine.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 class LCSearchEngineMobile : public LCSearchEngine {
  public:

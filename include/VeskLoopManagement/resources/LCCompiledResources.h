@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/PropertyList.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
 
 extern const unsigned char Keyword_Dictionary_plist[];
 extern const uint32_t Keyword_Dictionary_plist_len;  // 4412
@@ -25,5 +25,9 @@ class LCCompiledResources {
   static std::vector<std::byte> additionalDataDat();
 };
 
+namespace lc {
+
 // Scrambling and unscrambling are the same operation. It keeps the word list out of a plain `strings`, nothing more.
 std::vector<std::byte> scrambledResource(std::vector<std::byte> bytes);
+
+}  // namespace lc

@@ -16,14 +16,14 @@
 #include <string_view>
 #include <vector>
 
-#include "database/LCConnection.h"
-#include "database/LCDatabaseConfiguration.h"
-#include "database/LCSQLiteUtilities.h"
-#include "loudness/LCLoopLoudnessInfo.h"
-#include "model/LCMetaInfo.h"
-#include "platform/Text.h"
-#include "platform/URL.h"
-#include "search/LCSearchEngineFile.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
+#include "VeskLoopManagement/model/LCMetaInfo.h"
+#include "VeskLoopManagement/platform/Text.h"
+#include "VeskLoopManagement/platform/URL.h"
+#include "VeskLoopManagement/search/LCSearchEngineFile.h"
 
 // A column to sort by and its direction.
 struct LCSortDescriptor {

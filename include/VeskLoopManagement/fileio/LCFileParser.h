@@ -11,9 +11,9 @@
 #include <string>
 #include <utility>
 
-#include "model/LCFileData.h"
-#include "platform/audiofile/AudioFile.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/model/LCFileData.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 // A set of container types that a caller admits.
 using LCFileTypes = uint32_t;

@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "model/LCMetaInfo.h"
-#include "model/LCVireoLoopType.h"
-#include "platform/PropertyList.h"
-#include "platform/Text.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/model/LCMetaInfo.h"
+#include "VeskLoopManagement/model/LCVireoLoopType.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
+#include "VeskLoopManagement/platform/Text.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 struct LCFileData {
   float bpm = 0.0f;  // beats per minute; -1 when neither the name nor beats and length give one

@@ -55,6 +55,8 @@ extern const std::string kCreateLoopsResultTableFormatStringMobile;
 extern const std::string kSelectLoopsFormatString;  // desktop base SELECT, "%@" is the loops table; ends in a blank
 extern const std::string kSelectLoopsFormatStringMobile;  // the same for the mobile layout, with "#PLACEHOLDER#"
 
+namespace lc {
+
 // `format` with its "%@" replaced by `arguments` in order and "%%" by "%". Arguments are not looked at again.
 // A "%@" without an argument stays, so that the statement does not compile.
 std::string sqlFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
@@ -64,3 +66,5 @@ std::string sqlFormat(std::string_view format, std::span<const std::string_view>
 std::string sqlEscaped(std::string_view text);
 // Double quotes doubled, for texts between double quotes.
 std::string sqlDoubleQuoteEscaped(std::string_view text);
+
+}  // namespace lc

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/URL.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 class LCSearchEngineFile {
  public:

@@ -8,9 +8,9 @@
 #include <optional>
 #include <string>
 
-#include "database/LCConnection.h"
-#include "database/LCStatement.h"
-#include "loudness/LCLoopLoudnessInfo.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
 
 class LCLoudnessDatabase {
  public:

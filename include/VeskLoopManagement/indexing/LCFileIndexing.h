@@ -13,14 +13,14 @@
 #include <string>
 #include <vector>
 
-#include "database/LCConnection.h"
-#include "database/LCCrateManager.h"
-#include "database/LCDatabaseConfiguration.h"
-#include "database/LCStatement.h"
-#include "loudness/LCLoudnessDatabase.h"
-#include "loudness/LCMetaInfoDatabase.h"
-#include "model/LCFileData.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCCrateManager.h"
+#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
+#include "VeskLoopManagement/loudness/LCMetaInfoDatabase.h"
+#include "VeskLoopManagement/model/LCFileData.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 // A loop that lives on under a new id: its file was tagged anew or renamed, and identities are made of both.
 struct LCLoopCarry {

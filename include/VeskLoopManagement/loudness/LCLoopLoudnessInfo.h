@@ -9,9 +9,9 @@
 #include <span>
 #include <string>
 
-#include "model/LCFileData.h"
-#include "platform/PropertyList.h"
-#include "platform/URL.h"
+#include "VeskLoopManagement/model/LCFileData.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 struct LCLoopLoudnessInfo {
   static constexpr double kNone = std::numeric_limits<float>::max();
