@@ -55,8 +55,7 @@ std::vector<LCSortDescriptor> sortDescriptors(const std::string& words) {
 
 void applyOrder(LCSearchEngine& engine, const SearchArguments& arguments) {
   if (arguments.sort) engine.setSortDescriptors(sortDescriptors(*arguments.sort));
-  // The engine takes a key into its ORDER BY as it is, so that any SQL expression is one.
-  if (arguments.isRandom) engine.setSortDescriptors({{LCSortDescriptor{.key = "random()"}}});
+  if (arguments.isRandom) engine.setSortDescriptors({{LCSortDescriptor::random()}});
 }
 
 class SearchRun {

@@ -109,6 +109,7 @@ void LCSearchEngine::setDefaults() {
   m_filterForMoreRelevantResults = true;
   m_availableKeywords.clear();
   m_enabledLoopTypes = std::set<int64_t>();
+  m_restrictions = {};
   m_loopsTablename = kDefaultLoopsTablename;
   m_taggingTablename = kDefaultTaggingTablename;
   m_cratesTablename = kDefaultCratesTableName;

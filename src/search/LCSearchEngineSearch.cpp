@@ -2,9 +2,14 @@
 // sort order.
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
+#include "search/RestrictionClauses.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCStatement.h"
 #include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/platform/Environment.h"
+
+#include <fmt/format.h>
+#include <sqlite3.h>
 
 namespace {
 
@@ -19,6 +24,30 @@ constexpr std::string_view kSelectKeywordIdsOfResult =
     "acousticElectricKeywordId, dryProcessedKeywordId, cleanDistortedKeywordId, cheerfulDarkKeywordId, "
     "relaxedIntenseKeywordId, groovingArrhythmicKeywordId, melodicDissonantKeywordId FROM tempTable";
 
+// The names of the columns of a CREATE TABLE statement, in lower case: SQL does not tell cases apart.
+std::set<std::string> columnNames(const std::string& createStatement) {
+  const size_t first = createStatement.find('(') + 1;
+  std::set<std::string> names;
+  for (const std::string& column : vesk::text::split(createStatement.substr(first), ',')) {
+    names.insert(vesk::text::asciiLowercase(column.substr(0, column.find(' '))));
+  }
+  return names;
+}
+
+// The desktop variant's result has every column but one of the mobile variant's.
+bool isSortKey(const std::string& key) {
+  static const std::set<std::string> columns = columnNames(kCreateLoopsResultTableFormatString);
+  const bool isColumn = columns.contains(vesk::text::asciiLowercase(key)) || key == kLoopsChineseTranscriptColumn;
+  if (!isColumn) vesk::log(fmt::format("Not sorted by \"{}\", which is no column of the result", key));
+  return isColumn;
+}
+
+bool canSortBy(const LCSortDescriptor& descriptor) {
+  if (!descriptor.isRandom) return isSortKey(descriptor.key);
+  vesk::log("Not sorted at random, which only stands alone");
+  return false;
+}
+
 const char* directionName(bool ascending) {
   return ascending ? "ASC" : "DESC";
 }
@@ -28,8 +57,7 @@ std::string tieBreak(const std::string& column, const char* direction) {
   return column == "numberOfBeats" ? lc::sqlFormat(" , lengthInSeconds %@ ", {direction}) : "";
 }
 
-std::set<int64_t> keywordIdsOfResult(sqlite3* connection) {
-  LCStatement statement(connection, kSelectKeywordIdsOfResult);
+std::set<int64_t> idsInAllColumns(LCStatement& statement) {
   const int columnCount = statement.columnCount();
   std::set<int64_t> ids;
   while (statement.step()) {
@@ -47,18 +75,41 @@ int64_t rowIndexFromRowId(std::optional<int64_t> rowId) {
 
 }  // namespace
 
+// A step that fails does not keep the later ones from running, so that the result is the old one no longer.
 void LCSearchEngine::doSearch() {
-  const std::string statement = searchStatement();
-  LCSQLiteUtilities sqlite = utilities();
-  sqlite.executeStatementWithNoReturnValue("DROP TABLE IF EXISTS tempTable");
-  sqlite.executeStatementWithNoReturnValue(
-      lc::sqlFormat(createLoopsResultTableFormatString(), {"TEMPORARY", kResultTable}));
-  sqlite.executeStatementWithNoReturnValue(lc::sqlFormat("INSERT INTO tempTable %@ ", {statement}));
+  m_lastSearchFailure.reset();
+  const auto clauses = lc::restrictionClauses(m_restrictions, m_loopsTablename);
+  const std::string statement = searchStatement(lc::conditionOf(clauses));
+  sqlite3* connection = m_sqlite.get();
+  runForSearch(LCStatement(connection, "DROP TABLE IF EXISTS tempTable"));
+  runForSearch(
+      LCStatement(connection, lc::sqlFormat(createLoopsResultTableFormatString(), {"TEMPORARY", kResultTable})));
+  if (!lc::prepareCandidates(m_restrictions, connection)) noteSearchFailure();
+  LCStatement insert(connection, lc::sqlFormat("INSERT INTO tempTable %@ ", {statement}));
+  lc::bindRestrictions(clauses, insert);
+  runForSearch(std::move(insert));
   doSearch_Keywords();
   resetCache();
 }
 
-std::string LCSearchEngine::searchStatement() {
+void LCSearchEngine::runForSearch(LCStatement statement) {
+  if (!statement.run()) noteSearchFailure();
+}
+
+// Of the connection's last statement. Of several failures the first one says why; damage is recorded as everywhere.
+void LCSearchEngine::noteSearchFailure() {
+  const LCSearchFailure failure = m_sqlite
+                                      ? LCSearchFailure{sqlite3_errcode(m_sqlite.get()), sqlite3_errmsg(m_sqlite.get())}
+                                      : LCSearchFailure{SQLITE_MISUSE, "the database is closed"};
+  vesk::log(fmt::format("Search failed: {} ({})", failure.message, failure.status));
+  if (!m_lastSearchFailure) m_lastSearchFailure = failure;
+  const bool isDamaged = failure.status == SQLITE_CORRUPT || failure.status == SQLITE_NOTADB;
+  if (isDamaged && !LCSQLiteUtilities::checkSQLiteDatabase(m_sqlite.get(), false)) {
+    LCSQLiteUtilities::setDatabaseIsCorruptFlagForSQLite(m_sqlite.get());
+  }
+}
+
+std::string LCSearchEngine::searchStatement(std::string_view restrictions) {
   const bool isLimitedToCrates = m_enabledCrateIdentifier && !m_enabledCrateIdentifier->empty();
   std::string statement = selectBaseString();
   if (const std::string subSelect = keywordSubSelect(); !subSelect.empty()) {
@@ -68,7 +119,8 @@ std::string LCSearchEngine::searchStatement() {
   if (isLimitedToCrates) {
     joins += lc::sqlFormat(" JOIN %@ ON %@.loopId = id ", {m_crateLoopRelationTablename, m_crateLoopRelationTablename});
   }
-  const std::string condition = searchCondition();
+  std::string condition = searchCondition();
+  if (!restrictions.empty()) condition.append(condition.empty() ? " " : " AND ").append(restrictions);
   statement += condition.empty() ? lc::sqlFormat(" %@ ", {joins}) : lc::sqlFormat(" %@ WHERE %@ ", {joins, condition});
   return statement + orderClause();
 }
@@ -80,22 +132,21 @@ std::string LCSearchEngine::searchCondition() {
 }
 
 // Of the keywords that the database knows and that some loop carries. The others do not restrict the search.
-std::vector<std::string> LCSearchEngine::keywordCachingTablesRarestFirst() const {
+std::vector<std::string> LCSearchEngine::keywordCachingTablesRarestFirst() {
   std::string names;
   for (const std::string& keyword : m_searchKeywords) {
     names += lc::sqlFormat(names.empty() ? "'%@'" : ", '%@'", {lc::sqlEscaped(keyword)});
   }
   if (names.empty()) return {};
-  LCResultDictionary result;
-  utilities().executeStatementWithKeywordsReturnValue(lc::sqlFormat(kSelectKeywordIdsRarestFirst, {names}), &result);
   std::vector<std::string> tables;
-  for (const LCCell& id : result["id"])
-    tables.push_back(m_keywordCachingTablename + std::to_string(lc::cellInteger(id)));
+  LCStatement ids(m_sqlite.get(), lc::sqlFormat(kSelectKeywordIdsRarestFirst, {names}));
+  while (ids.step()) tables.push_back(m_keywordCachingTablename + std::to_string(ids.int64At(0)));
+  if (!ids.succeeded()) noteSearchFailure();
   return tables;
 }
 
 // The ids of the loops that carry every keyword, joined from the smallest table outwards; "" without keywords.
-std::string LCSearchEngine::keywordSubSelect() const {
+std::string LCSearchEngine::keywordSubSelect() {
   const std::vector<std::string> tables = keywordCachingTablesRarestFirst();
   if (tables.empty()) return "";
   std::string text = lc::sqlFormat("select %@.loopId as loopId from %@", {tables.front(), tables.front()});
@@ -107,7 +158,7 @@ std::string LCSearchEngine::keywordSubSelect() const {
 
 std::string LCSearchEngine::orderClause() const {
   if (std::string clause = sortingString(); !clause.empty()) return clause;
-  if (m_sortingColumnName.empty()) return "";
+  if (m_sortingColumnName.empty() || !isSortKey(m_sortingColumnName)) return "";
   const char* direction = directionName(m_sortingDirectionAscending);
   return lc::sqlFormat(" ORDER BY %@ COLLATE %@ %@", {m_sortingColumnName, textSearchCollate(), direction}) +
          tieBreak(m_sortingColumnName, direction);
@@ -116,7 +167,9 @@ std::string LCSearchEngine::orderClause() const {
 std::string LCSearchEngine::sortingString() const {
   std::string clause;
   if (!m_sortDescriptors) return clause;
+  if (m_sortDescriptors->size() == 1 && m_sortDescriptors->front().isRandom) return "ORDER BY random() ";
   for (const LCSortDescriptor& descriptor : *m_sortDescriptors) {
+    if (!canSortBy(descriptor)) continue;
     const std::string collation = descriptor.key == "fileName" ? textSearchCollate() : "";
     const std::string collationPart = collation.empty() ? "" : lc::sqlFormat(" COLLATE %@", {collation});
     const char* direction = directionName(descriptor.ascending);
@@ -128,10 +181,12 @@ std::string LCSearchEngine::sortingString() const {
 }
 
 void LCSearchEngine::doSearch_Keywords() {
+  LCStatement statement(m_sqlite.get(), kSelectKeywordIdsOfResult);
   vesk::StringSet names;
-  for (const int64_t id : keywordIdsOfResult(m_sqlite.get())) {
+  for (const int64_t id : idsInAllColumns(statement)) {
     if (const std::optional<std::string> name = LCKeywordHelper::keywordForKeywordId(id)) names.insert(*name);
   }
+  if (!statement.succeeded()) noteSearchFailure();
   setAvailableKeywords(names);
 }
 

@@ -74,6 +74,10 @@ void LCSearchEngine::setEnabledLoopTypes(const std::optional<std::set<int64_t>>&
   assignSetting(m_enabledLoopTypes, types);
 }
 
+void LCSearchEngine::setRestrictions(const LCSearchRestrictions& value) {
+  assignSetting(m_restrictions, value);
+}
+
 void LCSearchEngine::setUseLocalizedSorting(bool value) {
   assignSetting(m_useLocalizedSorting, value);
 }
@@ -88,6 +92,7 @@ void LCSearchEngine::reset() {
   setSearchString(std::nullopt);
   setSearchKeywords(std::nullopt);
   setSearchForFavorites(false);
+  setRestrictions({});
   resetCache();
 }
 

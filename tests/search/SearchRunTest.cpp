@@ -1,4 +1,5 @@
 #include "search/SearchDatabase.h"
+#include "VeskLoopManagement/model/LCKeywordHelper.h"
 #include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
 #include <gtest/gtest.h>
@@ -60,6 +61,80 @@ TEST_F(SearchTest, FindsWhatAHandWrittenQueryFinds) {
   }
 }
 
+TEST_F(SearchTest, RestrictionsNarrowTheSearchAndWhatFollowsFromIt) {
+  database.execute("UPDATE Loops SET tempo = CASE WHEN id < 0 THEN -1 WHEN id < 6 THEN 100 + id ELSE 0 END");
+  database.execute(
+      "INSERT OR REPLACE INTO UserData (loopId, isFavorite, rating) VALUES (2, 1, 4), (5, 1, 2), (6, 0, 5)");
+  constexpr int64_t kLowest = std::numeric_limits<int64_t>::min(), kHighest = std::numeric_limits<int64_t>::max();
+  const std::pair<LCSearchRestrictions, Ids> cases[] = {
+      {{.tempos = {{101, 102}}}, {1, 2}},  // both ends
+      {{.tempos = {{50, 51}, {104, 200}}}, {4, 5}},
+      {{.tempos = {{kLowest, kHighest}}}, {1, 2, 4, 5}},  // no tempo is none, whether stored as 0 or as -1
+      {{.tempos = {{102, 101}}}, {}},
+      {{.minimumRating = 4}, {2, 6}},
+      {{.minimumRating = -1}, {2, 5, 6}},  // the others were never marked
+      {{.candidateIds = Ids{9, -3, 9, kLowest, kHighest, 10, 77}}, {-3, 9, kLowest, kHighest}},
+      {{.candidateIds = Ids{}}, {}},
+      {{.tempos = {{102, 200}}, .minimumRating = 1, .candidateIds = Ids{4, 5, 6}}, {5}},
+  };
+  database.add(kLowest, "lowest.wav");
+  database.add(kHighest, "highest.wav");
+  for (const auto& [restrictions, ids] : cases) {
+    engine->setRestrictions(restrictions);
+    EXPECT_EQ(sorted(idsFound(*engine)), sorted(ids)) << testing::PrintToString(ids);
+    EXPECT_EQ(engine->numberOfLoops(), static_cast<int64_t>(ids.size()));
+    EXPECT_EQ(engine->lastSearchFailure(), std::nullopt);
+  }
+
+  // With keywords, packages, favourites and texts; and again without.
+  engine->setRestrictions({.tempos = {{101, 104}}, .minimumRating = 1, .candidateIds = Ids{1, 2, 4, 5}});
+  engine->setSearchKeywords(names("Zorp", "Favorites"));
+  engine->setEnabledCrateIdentifier(names("b"));
+  engine->setSearchString("apple");
+  EXPECT_EQ(idsFound(*engine), Ids{2});
+  EXPECT_EQ(engine->availableKeywords(), names("Brass", "Tuba"));
+  EXPECT_EQ(engine->availableKeywordsWithCounts().at("Zorp"), 1);
+  engine->reset();
+  EXPECT_EQ(sorted(idsFound(*engine)), (Ids{2, 5}));  // packages are kept, as all filters
+}
+
+TEST_F(SearchTest, AFailureIsToldAndTheNextSearchIsNotHauntedByIt) {
+  const auto environment = TestEnvironment::install();
+  vesk::StringSet many;
+  for (int number = 0; number < 1500; ++number) many.insert("word" + std::to_string(number));
+  const std::pair<std::function<void(Engine&)>, const char*> cases[] = {
+      {[](Engine& e) { e.setSearchKeywords(LCKeywordHelper::keywordsForCategory(kCategoryInstrumentSubType)); },
+       "at most 64 tables in a join"},
+      {[&](Engine& e) { e.setEnabledCrateIdentifier(many); }, "Expression tree is too large"},
+      {[&](Engine& e) { e.setSearchString(vesk::text::joined(many, " ")); }, "Expression tree is too large"},
+      {[](Engine& e) { e.setLoopsTablename("Nowhere"); }, "no such table: Nowhere"},
+      {[](Engine& e) { e.closeDatabase(); }, "the database is closed"},
+  };
+  database.execute("DELETE FROM keyword_distribution");
+  for (const std::string& keyword : LCKeywordHelper::keywordsForCategory(kCategoryInstrumentSubType)) {
+    const std::string id = std::to_string(LCKeywordHelper::keywordIdForKeyword(keyword));
+    database.execute("INSERT INTO keyword_distribution VALUES (" + id + ", 1)");
+    database.execute("CREATE TABLE IF NOT EXISTS tagging_cache_" + id + " (loopId INTEGER PRIMARY KEY)");
+  }
+  for (const auto& [set, message] : cases) {
+    engine = database.engine();
+    engine->doSearch();
+    EXPECT_EQ(engine->lastSearchFailure(), std::nullopt);
+    set(*engine);
+    engine->doSearch();
+    ASSERT_TRUE(engine->lastSearchFailure()) << message;
+    EXPECT_NE(engine->lastSearchFailure()->message.find(message), std::string::npos)
+        << engine->lastSearchFailure()->message;
+    EXPECT_TRUE(environment->hasLogged(message));
+    EXPECT_EQ(engine->numberOfLoops(), 0) << message;
+    EXPECT_TRUE(engine->availableKeywords().empty()) << message;
+    engine->setSearchKeywords(names()), engine->setEnabledCrateIdentifier({}), engine->setSearchString({});
+    engine->setLoopsTablename("Loops");
+    engine->doSearch();
+    EXPECT_EQ(engine->numberOfLoops(), engine->sqlite3Connection() ? 9 : 0) << message;
+  }
+}
+
 TEST_F(SearchTest, RunsOneInsertThatJoinsTheRarestKeywordFirst) {
   engine->setSearchKeywords(names("Drum Kit", "Electric Bass", "Zorp"));  // carried by 1, 2 and 3 loops
   engine->setEnabledCrateIdentifier(names("a"));
@@ -100,6 +175,32 @@ TEST_F(SearchTest, SortsByOneColumnOrByDescriptors) {
   EXPECT_EQ(idsFound(*engine), (Ids{4, 5, 9, 7, 2, 1, -3, 8, 6}));
 }
 
+TEST_F(SearchTest, SortsByColumnsOfTheResultAlone) {
+  const auto environment = TestEnvironment::install();
+  const LCSortDescriptor tempo{"tempo", false}, sql{"random()"}, random = LCSortDescriptor::random();
+  const std::pair<std::vector<LCSortDescriptor>, std::string> cases[] = {
+      {{sql, tempo, {"(SELECT 1)"}, {""}}, "ORDER BY tempo  DESC "},
+      {{{"THEME"}, {"chineseTranscript"}}, "ORDER BY THEME  ASC , chineseTranscript  ASC "},  // of the other variant
+      {{random}, "ORDER BY random() "},
+      {{tempo, random}, "ORDER BY tempo  DESC "},
+      {{random, random}, ""},
+      {{sql}, ""},
+  };
+  for (const auto& [descriptors, clause] : cases) {
+    engine->setSortDescriptors(descriptors);
+    EXPECT_EQ(engine->sortingString(), clause);
+    EXPECT_EQ(engine->sortDescriptors(), descriptors);  // as they were given
+  }
+  EXPECT_TRUE(environment->hasLogged("Not sorted by \"random()\""));
+  EXPECT_TRUE(environment->hasLogged("Not sorted at random"));
+  engine->setSortingColumnName("id; DROP TABLE Loops");
+  EXPECT_EQ(idsFound(*engine).size(), 9u);
+  std::set<Ids> orders;  // of nine loops: the same order eight times is as good as impossible
+  engine->setSortDescriptors({{random}});
+  for (int count = 0; count < 8; ++count) orders.insert(idsFound(*engine));
+  EXPECT_GT(orders.size(), 1u);
+}
+
 TEST_F(SearchTest, AgainCountsTheSameAndAFailedOneIsEmpty) {
   engine->doSearch();
   engine->fileAtIndex(0);
@@ -110,7 +211,7 @@ TEST_F(SearchTest, AgainCountsTheSameAndAFailedOneIsEmpty) {
   EXPECT_EQ(engine->resultObjectForKey("lengthInSeconds", 0), LCCell(int64_t{3}));  // whole seconds
   EXPECT_EQ(engine->resultObjectForKey("isFavorite", 0), LCCell(""));               // never marked
   EXPECT_EQ(engine->resultObjectForKey("comment", 0), std::nullopt);  // in the result, but not among the columns read
-  engine->setSortingColumnName("no such column");
+  engine->setLoopsTablename("no such table");
   EXPECT_EQ(idsFound(*engine), Ids{});
   EXPECT_EQ(engine->fileAtIndex(0), nullptr);
 }

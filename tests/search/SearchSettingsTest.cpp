@@ -38,6 +38,12 @@ TEST_F(SettingsTest, RaiseTheEditedFlagWhenWhatIsSearchedForChanges) {
       [](Engine& e) { e.setEnabledCrateIdentifier(std::nullopt); },
       [](Engine& e) { e.setEnabledLoopTypes(std::nullopt); },
       [](Engine& e) { e.setUseLocalizedSorting(true); },
+      [](Engine& e) {
+        e.setRestrictions({.tempos = {{90, 100}}});
+      },
+      [](Engine& e) {
+        e.setRestrictions({.tempos = {{90, 100}}, .candidateIds = std::vector<int64_t>{}});
+      },
   };
   int index = 0;
   for (const auto& set : setters) {
@@ -68,9 +74,11 @@ TEST_F(SettingsTest, AreClearedByResetExceptFilters) {
   engine->setSearchKeywords(names("Favorites", "Bass"));
   engine->setSearchString("a");
   engine->setRootKey(60);
+  engine->setRestrictions({.minimumRating = 3});
   engine->reset();
   EXPECT_EQ(engine->searchKeywords(), names());
   EXPECT_FALSE(engine->searchForFavorites());
   EXPECT_EQ(engine->searchString(), std::nullopt);
+  EXPECT_EQ(engine->restrictions(), LCSearchRestrictions());
   EXPECT_EQ(engine->rootKey(), 60);
 }

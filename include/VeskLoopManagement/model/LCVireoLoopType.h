@@ -2,6 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 using LCVireoLoopType = int64_t;
 inline constexpr LCVireoLoopType kLoopTypeNone = -1;  // writers then write no tagging chunks
@@ -17,3 +21,12 @@ inline constexpr LCVireoLoopType kLoopTypeStepSequencer = 6;
 constexpr bool LCVireoLoopTypeIsGenInst(LCVireoLoopType type) {
   return static_cast<uint64_t>(type) - 2 < 4;
 }
+
+namespace lc {
+
+// "audio", "midi", "drummer", …; nullopt for other numbers.
+std::optional<std::string> loopTypeName(LCVireoLoopType type);
+std::optional<LCVireoLoopType> loopTypeFromText(std::string_view text);  // upper and lower case are the same
+std::vector<std::string> loopTypeNames();
+
+}  // namespace lc

@@ -1,8 +1,8 @@
 // LCSearchEngine answers searches over the loop database. One engine owns one connection (serialized mode) and is used
 // by one thread at a time; it takes no lock. Set the search settings, call doSearch(), read rows by index. Results are
 // a temporary table on the connection, so counts, paging and keyword lists read that small table and not the whole
-// database. Failures are results: empty answers, 0, nullopt or kNotFound; only opening logs. Use a variant:
-// LCSearchEngineDesktop or LCSearchEngineMobile.
+// database. Failures are results: empty answers, 0, nullopt or kNotFound; opening and searching also log why. Use a
+// variant: LCSearchEngineDesktop or LCSearchEngineMobile.
 #pragma once
 
 #include <cstdint>
@@ -24,11 +24,16 @@
 #include "VeskLoopManagement/platform/Text.h"
 #include "VeskLoopManagement/platform/URL.h"
 #include "VeskLoopManagement/search/LCSearchEngineFile.h"
+#include "VeskLoopManagement/search/LCSearchRestrictions.h"
 
-// A column to sort by and its direction.
+class LCStatement;
+
+// A column of the result and its direction; or random order, which stands alone.
 struct LCSortDescriptor {
-  std::string key;
+  std::string key;  // a column of the result in either variant; other keys are dropped
   bool ascending = true;
+  bool isRandom = false;  // then the other two have no say
+  static LCSortDescriptor random() { return {.key = "", .ascending = true, .isRandom = true}; }
   bool operator==(const LCSortDescriptor&) const = default;
 };
 
@@ -40,6 +45,13 @@ struct LCLoopFamilyMember {
   std::string fileName;
   int64_t vireoLoopType = 0;  // of the column that vireoLoopTypeColumnName() names
   bool operator==(const LCLoopFamilyMember&) const = default;
+};
+
+// Why a search failed: SQLite's result code and its words. The result is then empty or not to be trusted.
+struct LCSearchFailure {
+  int status = 0;
+  std::string message;
+  bool operator==(const LCSearchFailure&) const = default;
 };
 
 // Keyword → number of loops.
@@ -97,6 +109,8 @@ class LCSearchEngine {
   void setEnabledCrateIdentifier(const std::optional<vesk::StringSet>& identifiers);
   const std::optional<std::set<int64_t>>& enabledLoopTypes() const { return m_enabledLoopTypes; }
   void setEnabledLoopTypes(const std::optional<std::set<int64_t>>& types);
+  const LCSearchRestrictions& restrictions() const { return m_restrictions; }
+  void setRestrictions(const LCSearchRestrictions& value);  // narrow doSearch() and what follows from its result
   bool useLocalizedSorting() const { return m_useLocalizedSorting; }
   void setUseLocalizedSorting(bool value);
   bool useMacOSSorting() const { return m_useMacOSSorting; }
@@ -136,6 +150,7 @@ class LCSearchEngine {
 
   // --- Searching and paging (LCSearchEngineSearch.cpp). Row indexes count from 0 in sort order. ---
   void doSearch();
+  const std::optional<LCSearchFailure>& lastSearchFailure() const { return m_lastSearchFailure; }  // nullopt: none
   void doSearch_Keywords();
   std::string sortingString() const;
   void prepareResultsForRange(int64_t location, uint64_t length);
@@ -273,10 +288,12 @@ class LCSearchEngine {
   std::string cratesClause() const;
   std::string textClause() const;
 
-  std::vector<std::string> keywordCachingTablesRarestFirst() const;
-  std::string keywordSubSelect() const;
+  std::vector<std::string> keywordCachingTablesRarestFirst();
+  std::string keywordSubSelect();
   std::string searchCondition();
-  std::string searchStatement();
+  std::string searchStatement(std::string_view restrictions);  // a condition, or ""
+  void runForSearch(LCStatement statement);                    // what fails is noted
+  void noteSearchFailure();
   std::string orderClause() const;
 
   std::vector<std::string> keywordsOfDrillDown(const std::string& category, const std::string& subCategory,
@@ -321,4 +338,6 @@ class LCSearchEngine {
   std::optional<vesk::StringSet> m_enabledCrateIdentifier;
   std::optional<std::set<int64_t>> m_enabledLoopTypes;
   std::optional<std::vector<LCSortDescriptor>> m_sortDescriptors;
+  LCSearchRestrictions m_restrictions;
+  std::optional<LCSearchFailure> m_lastSearchFailure;
 };
