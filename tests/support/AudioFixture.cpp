@@ -169,6 +169,16 @@ Chunk cafInfoChunk(const Pairs& pairs) {
   return chunk("info", countedPairs(pairs));
 }
 
+Bytes soundDesignerFork(char sampleBytes, std::string_view rate, char channels, uint8_t attributes) {
+  Builder fork{bytesFromHex("00000010 0000002B 0000001B 0000004A 00000002 01")};
+  fork.u8(sampleBytes).raw(bytesFromHex("0000000B 0A")).text(rate).raw(bytesFromHex("00000002 01")).u8(channels);
+  fork.zeros(24).raw(bytesFromHex("001C 004A 0000")).text("STR ").raw(bytesFromHex("0002 000A"));
+  for (const auto& [id, offset] : {std::pair(1000, 0), std::pair(1001, 6), std::pair(1002, 21)}) {
+    fork.u16be(id).u16be(0xFFFF).u32be(uint32_t{attributes} << 24 | offset).zeros(4);
+  }
+  return fork.bytes;
+}
+
 // --- Well-formed files of silence ---
 
 Bytes aiffFile(const std::vector<Chunk>& chunks, int channels, uint32_t frames, int bits, double rate) {

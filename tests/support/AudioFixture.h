@@ -81,6 +81,10 @@ Chunk cafDataChunk(size_t audioBytes);  // with its edit count
 Chunk cafPaktChunk(int64_t packets, int64_t validFrames, int32_t priming, int32_t remainder, size_t tableBytes = 0);
 Chunk cafInfoChunk(const Pairs& pairs);
 
+// A Sound Designer II file's resource fork: header, three texts with their lengths, and the map that names them 1000 to
+// 1002, each with these `attributes`. `rate` has ten characters.
+Bytes soundDesignerFork(char sampleBytes, std::string_view rate, char channels, uint8_t attributes = 0);
+
 // --- Well-formed files of silence, with `chunks` after the audio ---
 
 Bytes aiffFile(const std::vector<Chunk>& chunks = {}, int channels = 2, uint32_t frames = 1000, int bits = 16,
