@@ -27,15 +27,21 @@ void askEverything(const vesk::AudioFile& file) {
   file.irregularities();
 }
 
+void open(std::span<const std::byte> bytes, std::unique_ptr<vesk::ByteSource> fork = nullptr) {
+  auto error = vesk::OpenError::none;
+  std::string detail;
+  auto source = std::make_unique<vesk::MemoryBytes>(bytes);
+  const auto file = vesk::AudioFile::open(std::move(source), &error, &detail, std::move(fork));
+  require((error == vesk::OpenError::none) == (file != nullptr) && detail.empty() == (file != nullptr));
+  if (file) askEverything(*file);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const auto input = std::as_bytes(std::span(data, size));
-  const auto bytesOf = [](std::span<const std::byte> bytes) { return std::make_unique<vesk::MemoryBytes>(bytes); };
-  if (const auto file = vesk::AudioFile::open(bytesOf(input))) askEverything(*file);
   static constexpr std::byte kSilence[64] = {};
-  if (const auto file = vesk::AudioFile::open(bytesOf(kSilence), nullptr, nullptr, bytesOf(input))) {
-    askEverything(*file);
-  }
+  const auto input = std::as_bytes(std::span(data, size));
+  open(input);
+  open(kSilence, std::make_unique<vesk::MemoryBytes>(input));
   return 0;
 }

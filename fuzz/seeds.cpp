@@ -98,6 +98,8 @@ Seeds payloads() {
       {"geninst", picking(7, archiveNamed("geninst-percussion.archive"))},
       {"additional", picking(8, archiveNamed("additional-all-keys.archive"))},
       {"additional-wrong-kinds", picking(8, archiveNamed("additional-wrong-kinds.archive"))},
+      {"additional-of-another-archiver", picking(8, archiveNamed("of-another-archiver.archive"))},
+      {"geninst-of-another-archiver", picking(7, archiveNamed("of-another-archiver.archive"))},
       {"record", picking(9, archiveNamed("record.loopdata"))},
   };
 }
