@@ -10,11 +10,14 @@
 //   key              root A (exact), 4/4, minor
 //   favorites        favourites only
 //   folder           one folder of about 200 loops
+//   tempo            118 to 122 beats per minute
+//   candidates       every loop, each named as a candidate
 // open               a search engine made on the database and closed again
 //
 // facets             LCSearchEngine::availableKeywordsWithCounts() on the result of three of these searches; beside it,
 //                    as peers, one count of the result for each keyword and one grouped count of all its tags, neither
 //                    of which knows group keywords, and as floor every id of the result stepped
+// families           LCSearchEngine::foldedFamilies() on the same results; the floor is that of the facets
 // lookup             single loops: by id, URL and name, a family; as floor the best that an index of the database
 //                    allows: the row by its id, and the row by its file name and URL
 #include "BenchFolder.h"
@@ -51,6 +54,13 @@ std::string textLike(std::string_view text) {
       text);
 }
 
+void nameEveryLoop(LCSearchEngine& engine) {
+  std::vector<int64_t> ids;
+  LCStatement loops(engine.sqlite3Connection(), "SELECT id FROM Loops");
+  while (loops.step()) ids.push_back(loops.int64At(0));
+  engine.setRestrictions({.candidateIds = ids});
+}
+
 std::vector<Workload> workloads() {
   const std::string all = "SELECT id FROM Loops";
   return {
@@ -78,6 +88,12 @@ std::vector<Workload> workloads() {
        all + " WHERE id IN (SELECT loopId FROM UserData WHERE isFavorite = 1)"},
       {"folder", [](LCSearchEngine& engine) { engine.setPathPrefix(kBenchPackFolder); },
        fmt::format("{} WHERE fileURL LIKE 'file://{}%'", all, vesk::percentEncodedPath(kBenchPackFolder))},
+      {"tempo",
+       [](LCSearchEngine& engine) {
+         engine.setRestrictions({.tempos = {{118, 122}}});
+       },
+       all + " WHERE tempo BETWEEN 118 AND 122"},
+      {"candidates", nameEveryLoop, all},
   };
 }
 
@@ -152,6 +168,19 @@ void facets(benchmark::State& state, const Workload& workload, size_t loopCount,
   for (auto _ : state) keywords = countFacets(*engine);
   state.counters["rows"] = static_cast<double>(engine->numberOfLoops());
   state.counters["keywords"] = static_cast<double>(keywords);
+}
+
+// --- Families ---
+
+void families(benchmark::State& state, const Workload& workload, size_t loopCount) {
+  const auto engine = openEngine(loopCount);
+  if (!engine) return state.SkipWithError("the database could not be opened");
+  workload.set(*engine);
+  engine->doSearch();
+  size_t families = 0;
+  for (auto _ : state) families = engine->foldedFamilies().size();
+  state.counters["rows"] = static_cast<double>(engine->numberOfLoops());
+  state.counters["families"] = static_cast<double>(families);
 }
 
 // --- Lookups ---
@@ -247,6 +276,8 @@ int main(int argc, char** argv) {
         add(prefix + workload.name, size,
             [workload, size, way = way](benchmark::State& state) { facets(state, workload, size, way); });
       }
+      add("families/" + workload.name, size,
+          [workload, size](benchmark::State& state) { families(state, workload, size); });
     }
     for (const Lookup& lookup : lookups()) {
       add("lookup/" + lookup.name, size, [lookup, size](benchmark::State& state) { lookUp(state, lookup, size); });

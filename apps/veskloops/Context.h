@@ -1,25 +1,16 @@
 // What every command is given: the options that all commands share, and where to print.
 #pragma once
 
-#include <cstdint>
+#include "OutputOptions.h"
+
 #include <functional>
 #include <optional>
 #include <string>
 
 class Output;
 
-enum class When { automatic, always, never };
-enum class ProgressStyle { automatic, always, never, json };
-enum class ResultFormat { text, json, jsonLines };
-
-struct GlobalOptions {
+struct GlobalOptions : OutputOptions {
   std::optional<std::string> database;  // from the option or the environment
-  ResultFormat format = ResultFormat::text;
-  bool quiet = false;
-  bool verbose = false;
-  bool noInput = false;
-  When color = When::automatic;
-  ProgressStyle progress = ProgressStyle::automatic;
 };
 
 struct Context {

@@ -1,5 +1,6 @@
 #include "IdentityGroups.h"
 
+#include "English.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
@@ -32,8 +33,8 @@ JSON IdentityGroups::json() const {
 
 void IdentityGroups::warn(Output& output) const {
   if (m_groups.empty()) return;
-  std::string text =
-      fmt::format("{} loops were found in several files; the database keeps the last one of each", m_groups.size());
+  std::string text = fmt::format("{} found in several files; the database keeps the last one of each",
+                                 counted(m_groups.size(), "loop"));
   size_t shown = 0;
   for (const auto& [loopId, paths] : m_groups) {
     if (++shown > kMostGroupsInWords) break;

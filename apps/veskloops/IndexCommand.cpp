@@ -3,6 +3,7 @@
 #include "Arguments.h"
 #include "CarriedLoops.h"
 #include "Database.h"
+#include "English.h"
 #include "FileStates.h"
 #include "FolderWalk.h"
 #include "IdentityGroups.h"
@@ -81,7 +82,7 @@ bool haveSameContents(const std::string& left, const std::string& right) {
 class IndexRun {
  public:
   IndexRun(Context& context, const IndexArguments& arguments)
-      : m_context(context), m_output(context.output), m_arguments(arguments), m_progress(context) {}
+      : m_context(context), m_output(context.output), m_arguments(arguments), m_progress(context.output) {}
 
   int run();
 
@@ -345,8 +346,7 @@ void IndexRun::failUnwalked(const std::string& path, const std::string& reason, 
 void IndexRun::fail(const std::string& path, const std::string& reason, const std::string& detail) {
   ++m_counts.failed;
   m_output.error(failureText(path, reason, detail));
-  const JSON failure = jsonOfFailure(path, reason, detail);
-  m_output.item(m_context.options.format == ResultFormat::jsonLines ? JSON{{"failure", failure}} : failure);
+  m_output.item(jsonOfFailure(path, reason, detail), "failure");
 }
 
 // --- The database ---
@@ -436,7 +436,7 @@ int IndexRun::report() {
         fmt::format("{} indexed, {} unchanged, {} untagged, {} of other types, {} failed in {:.1f} s", m_counts.indexed,
                     m_counts.unchanged, m_counts.untagged, m_counts.unsupported, m_counts.failed, seconds);
     if (m_arguments.prune) summary += fmt::format(", {} removed", m_counts.removed);
-    if (carried > 0) summary += fmt::format(", {} kept their marks under a new identity", carried);
+    if (carried > 0) summary += fmt::format(", marks of {} kept under a new identity", counted(carried, "loop"));
     if (m_arguments.dryRun) summary += " (dry run: nothing was changed)";
     m_output.text(summary);
   }

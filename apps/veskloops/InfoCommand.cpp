@@ -2,9 +2,9 @@
 
 #include "Arguments.h"
 #include "Database.h"
-#include "JSON.h"
 #include "LoopArguments.h"
 #include "LoopFile.h"
+#include "LoopJSON.h"
 #include "LoopRows.h"
 #include "Output.h"
 #include "platform/Path.h"
@@ -128,7 +128,7 @@ void InfoRun::addChunks(JSON& object, const Subject& subject) {
 }
 
 void InfoRun::addRow(JSON& object, const Subject& subject) {
-  if (const auto row = m_rows->rowWithId(*subject.loopId)) object["row"] = jsonOfRow(*row);
+  if (const auto row = m_rows->rowWithId(*subject.loopId)) object["row"] = jsonOfLoop(*row);
   object["keywords"] = m_engine->keywordsForLoopId(*subject.loopId);
 }
 
@@ -151,9 +151,10 @@ void InfoRun::printFields(const std::string& path, const std::string& prefix, co
     if (whole == "path") continue;
     const std::string text = value.is_string() ? value.get<std::string>() : compactJSON(value);
     if (m_output.resultIsOnTerminal()) {
-      m_output.text(fmt::format("  {}{}", m_output.faint(paddedToWidth(whole, kNameWidth)), printable(text)));
+      m_output.text(
+          fmt::format("  {}{}", m_output.faint(paddedToWidth(printable(whole), kNameWidth)), printable(text)));
     } else {
-      m_output.text(fmt::format("{}\t{}\t{}", path, whole, text));
+      m_output.text(fmt::format("{}\t{}\t{}", onOneLine(path), onOneLine(whole), onOneLine(text)));
     }
   }
 }

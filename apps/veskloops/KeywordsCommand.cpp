@@ -2,8 +2,10 @@
 
 #include "Arguments.h"
 #include "Database.h"
+#include "English.h"
 #include "KeyNames.h"
 #include "KeywordList.h"
+#include "KeywordRows.h"
 #include "LoopRows.h"
 #include "Output.h"
 #include "SearchFilters.h"
@@ -58,7 +60,7 @@ int runKeywords(Context& context, const KeywordsArguments& arguments) {
   output.endDocument();
   printKeywords(output, keywords);
   if (output.isText() && output.resultIsOnTerminal()) {
-    output.note(fmt::format("{} {}", keywords.size(), keywords.size() == 1 ? "keyword" : "keywords"));
+    output.note(counted(keywords.size(), "keyword"));
   }
   return kExitDone;
 }

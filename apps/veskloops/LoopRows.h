@@ -3,8 +3,8 @@
 // is one statement; results are handed on row by row. When the database cannot be read, a Failure is thrown.
 #pragma once
 
+#include "LoopRow.h"
 #include "VeskLoopManagement/database/LCStatement.h"
-#include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
 #include "VeskLoopManagement/platform/URL.h"
 
 #include <cstdint>
@@ -14,35 +14,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-struct LoopMarks {
-  bool isFavorite = false;
-  int64_t rating = 0;
-  std::string comment;
-  bool operator==(const LoopMarks&) const = default;
-};
-
-// One loop with what its row and the tables around it tell. Numbers are those of the columns.
-struct LoopRow {
-  int64_t id = 0;
-  std::string urlText;
-  std::string fileName;
-  int64_t tempo = 0;
-  int64_t beatCount = 0;
-  int64_t signatureTop = 0;
-  int64_t signatureBottom = 0;
-  int64_t rootNote = 0;
-  int64_t keyType = 0;
-  int64_t loopType = 0;
-  double lengthInSeconds = 0;
-  std::optional<std::string> genre;
-  std::optional<std::string> instrument;
-  std::optional<std::string> subInstrument;
-  std::vector<std::string> descriptors;
-  std::vector<std::string> crates;  // identifiers
-  std::optional<LoopMarks> marks;
-  LCLoopLoudnessInfo loudness;
-};
 
 // Just enough to find a loop again.
 struct LoopPlace {
@@ -70,13 +41,6 @@ struct ResultCondition {
   std::vector<TempoRange> tempos;  // in any of them; none: any tempo or none
   std::optional<int64_t> minimumRating;
   bool isRestricting() const { return !tempos.empty() || minimumRating; }
-};
-
-struct KeywordRow {
-  int64_t id = 0;
-  std::string name;
-  int64_t category = 0;
-  int64_t loopCount = 0;
 };
 
 class LoopRows {

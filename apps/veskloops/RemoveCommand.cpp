@@ -3,6 +3,7 @@
 #include "Arguments.h"
 #include "CarriedLoops.h"
 #include "Database.h"
+#include "English.h"
 #include "FileStates.h"
 #include "JSON.h"
 #include "LoopArguments.h"
@@ -35,7 +36,7 @@ struct RemoveArguments {
 class RemoveRun {
  public:
   RemoveRun(Context& context, const RemoveArguments& arguments)
-      : m_context(context), m_output(context.output), m_arguments(arguments), m_progress(context) {}
+      : m_context(context), m_output(context.output), m_arguments(arguments), m_progress(context.output) {}
 
   int run();
 
@@ -131,7 +132,7 @@ bool RemoveRun::addIfWanted(const LoopPlace& place) {
 
 void RemoveRun::requireConsent() const {
   if (m_arguments.yes) return;
-  const std::string count = fmt::format("{} {}", m_selected.size(), m_selected.size() == 1 ? "loop" : "loops");
+  const std::string count = counted(m_selected.size(), "loop");
   if (!m_output.canAsk()) {
     throw usageFailure(fmt::format("{} would be taken out of the database", count),
                        "Say --yes to do it, or --dry-run to see which.");

@@ -2,10 +2,12 @@
 
 #include "Arguments.h"
 #include "Database.h"
-#include "JSON.h"
+#include "English.h"
 #include "KeyNames.h"
 #include "KeywordList.h"
+#include "KeywordRows.h"
 #include "LoopColumns.h"
+#include "LoopJSON.h"
 #include "LoopRows.h"
 #include "Output.h"
 #include "SearchFilters.h"
@@ -123,7 +125,7 @@ void SearchRun::printText() {
   } else if (m_total > 0) {
     printPaths();
   }
-  if (isForPeople) m_output.note(fmt::format("{} {} found", m_total, m_total == 1 ? "loop" : "loops"));
+  if (isForPeople) m_output.note(fmt::format("{} found", counted(m_total, "loop")));
 }
 
 void SearchRun::printTable() {
@@ -168,7 +170,7 @@ void SearchRun::printLoops() {
   m_output.beginList("loops");
   if (m_total > 0) {
     m_rows->forEachResult(m_arguments.offset, m_arguments.limit, [&](const LoopRow& row) {
-      m_output.item(jsonOfRow(row));
+      m_output.item(jsonOfLoop(row));
       return m_output.canWrite();
     });
   }
@@ -178,10 +180,7 @@ void SearchRun::printLoops() {
 // Among lines of loops, those of facets have a name around them.
 void SearchRun::printFacets() {
   m_output.beginList("facets");
-  for (const auto& facet : m_facets) {
-    const JSON object = jsonOfKeyword(facet);
-    m_output.item(m_context.options.format == ResultFormat::jsonLines ? JSON{{"facet", object}} : object);
-  }
+  for (const auto& facet : m_facets) m_output.item(jsonOfKeyword(facet), "facet");
   m_output.endList();
 }
 

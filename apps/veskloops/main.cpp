@@ -228,19 +228,19 @@ int runChosen(Context& context, const Program& program) {
   return command->run(context);
 }
 
-int run(Program& program, const std::vector<std::string>& arguments) {
+int run(Sink& sink, Program& program, const std::vector<std::string>& arguments) {
   program.options.format = formatAskedFor(arguments);
   try {
     program.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::CallForHelp&) {
-    Output output(program.options);
+    Output output(sink, program.options);
     return output.finish(printHelp(output, program.app.help()));
   } catch (const CLI::ParseError& error) {
-    Output output(program.options);
+    Output output(sink, program.options);
     return output.finish(output.fail(failureFor(program, error)));
   }
 
-  Output output(program.options);
+  Output output(sink, program.options);
   vesk::Environment::setShared(std::make_shared<ProgramEnvironment>(output));
   Context context{program.options, output};
   int code = kExitDone;
@@ -261,6 +261,7 @@ int run(Program& program, const std::vector<std::string>& arguments) {
 
 int main(int count, char** arguments) {
   std::signal(SIGPIPE, SIG_IGN);  // a reader that has enough must not end a run half way
+  StandardStreams streams;
   Program program;
-  return run(program, markedArguments(count, arguments));
+  return run(streams, program, markedArguments(count, arguments));
 }

@@ -24,7 +24,6 @@ const std::string kLCCurrentDatabaseSchemaVersionStringKey = "LCCurrentDatabaseS
 const std::string kCorruptDatabaseFileIndicatorName = "LoopsDatabaseV10.db-isDamaged";
 const std::string kLoudnessDatabaseFileName = "LoudnessDatabaseV04";
 const std::string kLoudnessDatabaseExtension = "sqlite";
-const std::string kGenInstContentIdentifierSeparator = "|-|";
 
 // The layout of databases that are out in the world: these texts are never reworded, their blanks included. Columns
 // that came later are added to the table afterwards, so that an older file gains them in place.

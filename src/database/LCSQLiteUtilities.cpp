@@ -1,92 +1,14 @@
+// The front: it knows which part does what.
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
-#include "platform/Path.h"
-#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
-#include "VeskLoopManagement/database/LCDatabaseSchema.h"
-#include "VeskLoopManagement/platform/Environment.h"
+#include "database/DatabaseDamage.h"
+#include "database/DatabaseFacts.h"
+#include "database/DatabaseLocations.h"
+#include "database/DatabaseRepairs.h"
+#include "database/DatabaseTables.h"
+#include "database/StatementRunner.h"
 
-#include <sqlite3.h>
-
-#include <algorithm>
-#include <limits>
-
-// Running statements and the file locations. The tables are in LCSQLiteUtilitiesTables.cpp, the facts of
-// DatabaseMigrationInfos in LCSQLiteUtilitiesFacts.cpp, checks and repairs in LCSQLiteUtilitiesRepairs.cpp.
-
-namespace {
-
-// --- Running ---
-
-// Between SQLite, which is C, and a callback that may throw: an exception ends the statement instead.
-int callRowCallback(void* context, int count, char** values, char** names) {
-  try {
-    (*static_cast<const LCSQLiteUtilities::RowCallback*>(context))(count, values, names);
-    return 0;
-  } catch (...) {
-    return 1;
-  }
-}
-
-// Calls `collect` for each cell of each row: the column's name and the cell's text, null for NULL.
-template <typename Collect>
-LCSQLiteUtilities::RowCallback forEachCell(Collect collect) {
-  return [collect](int count, char** values, char** names) {
-    for (int column = 0; column < count; ++column) collect(names[column], values[column]);
-  };
-}
-
-bool isTextColumnOfLoops(std::string_view name) {
-  static const std::set<std::string_view> names = {"fileURL",  "instrumentType",    "instrumentSubType",
-                                                   "genre",    "descriptors",       "author",
-                                                   "fileName", "contentIdentifier", "chineseTranscript"};
-  return names.contains(name);
-}
-
-int64_t clampedTo32Bits(int64_t value) {
-  using Limits = std::numeric_limits<int32_t>;
-  return std::clamp<int64_t>(value, Limits::min(), Limits::max());
-}
-
-LCCell loopsCell(std::string_view column, const char* value) {
-  if (value == nullptr) return std::string();
-  if (isTextColumnOfLoops(column)) return std::string(value);
-  if (column == "id") return vesk::text::integerValueDetectingBase(value);
-  return clampedTo32Bits(vesk::text::integerValue(value));
-}
-
-LCCell crateCell(std::string_view column, const char* value) {
-  if (column == "isVirtualCrate") return vesk::text::integerValue(value) >= 1;
-  return std::string(value);
-}
-
-// --- Locations ---
-
-// Set by the host before first use, or computed then.
-std::optional<std::string>& databaseFileOverride() {
-  static std::optional<std::string> path;
-  return path;
-}
-
-std::optional<std::string>& loudnessUserFileOverride() {
-  static std::optional<std::string> path;
-  return path;
-}
-
-std::optional<std::string>& loudnessFactoryFileOverride() {
-  static std::optional<std::string> path;
-  return path;
-}
-
-std::string loudnessFileIn(const std::string& folder) {
-  return vesk::path::appending(folder, kLoudnessDatabaseFileName + "." + kLoudnessDatabaseExtension);
-}
-
-// Anything but an existing folder leaves the override as it is.
-void overrideLoudnessFile(std::optional<std::string>& path, const std::optional<std::string>& folder) {
-  if (folder && vesk::path::isDirectory(*folder)) path = loudnessFileIn(*folder);
-}
-
-}  // namespace
+// --- Cells
 
 std::string lc::cellText(const LCCell& cell) {
   if (const auto* text = std::get_if<std::string>(&cell)) return *text;
@@ -104,6 +26,8 @@ const LCCell* lc::firstCell(const LCResultDictionary& result, std::string_view c
   return found == result.end() || found->second.empty() ? nullptr : &found->second.front();
 }
 
+// --- Running
+
 std::optional<LCSQLiteUtilities> LCSQLiteUtilities::utilitiesForSQLite(sqlite3* connection) {
   if (connection == nullptr) return std::nullopt;
   return LCSQLiteUtilities(connection);
@@ -111,15 +35,10 @@ std::optional<LCSQLiteUtilities> LCSQLiteUtilities::utilitiesForSQLite(sqlite3* 
 
 bool LCSQLiteUtilities::executeStatement(const std::string& sql, const RowCallback& callback) {
   if (m_connection == nullptr) return false;
-  char* message = nullptr;
-  auto* context = const_cast<RowCallback*>(&callback);
-  m_lastOSStatus = sqlite3_exec(m_connection, sql.c_str(), callback ? callRowCallback : nullptr, context, &message);
-  m_lastErrorMessage.reset();
-  if (message) m_lastErrorMessage = message;
-  sqlite3_free(message);
-  const bool isDamaged = m_lastOSStatus == SQLITE_CORRUPT || m_lastOSStatus == SQLITE_NOTADB;
-  if (isDamaged && !checkSQLiteDatabase(m_connection, false)) setDatabaseIsCorruptFlagForSQLite(m_connection);
-  return m_lastOSStatus == SQLITE_OK;
+  lc::runner::Outcome outcome = lc::runner::run(m_connection, sql, callback);
+  m_lastOSStatus = outcome.status;
+  m_lastErrorMessage = std::move(outcome.message);
+  return outcome.succeeded();
 }
 
 bool LCSQLiteUtilities::executeStatementWithNoReturnValue(const std::string& sql) {
@@ -127,10 +46,7 @@ bool LCSQLiteUtilities::executeStatementWithNoReturnValue(const std::string& sql
 }
 
 bool LCSQLiteUtilities::executeStatementWithGenericReturnValue(const std::string& sql, LCResultDictionary* result) {
-  if (result == nullptr) return executeStatementWithNoReturnValue(sql);
-  return executeStatement(sql, forEachCell([result](const char* column, const char* value) {
-                            (*result)[column].emplace_back(std::string(value ? value : ""));
-                          }));
+  return executeStatement(sql, lc::runner::genericRows(result));
 }
 
 std::optional<int64_t> LCSQLiteUtilities::firstIntegerOfStatement(const std::string& sql, std::string_view column) {
@@ -141,75 +57,169 @@ std::optional<int64_t> LCSQLiteUtilities::firstIntegerOfStatement(const std::str
 }
 
 bool LCSQLiteUtilities::executeStatementWithLoopsReturnValue(const std::string& sql, LCResultDictionary* result) {
-  if (result == nullptr) return executeStatementWithNoReturnValue(sql);
-  return executeStatement(sql, forEachCell([result](const char* column, const char* value) {
-                            (*result)[column].push_back(loopsCell(column, value));
-                          }));
+  return executeStatement(sql, lc::runner::loopRows(result));
 }
 
 bool LCSQLiteUtilities::executeStatementWithKeywordsReturnValue(const std::string& sql, LCResultDictionary* result) {
-  if (result == nullptr) return executeStatementWithNoReturnValue(sql);
-  return executeStatement(sql, forEachCell([result](const char* column, const char* value) {
-                            std::vector<LCCell>& cells = (*result)[column];  // there even when every cell is NULL
-                            if (value) cells.emplace_back(std::string(value));
-                          }));
+  return executeStatement(sql, lc::runner::keywordRows(result));
 }
 
 bool LCSQLiteUtilities::executeStatementWithCrateReturnValue(const std::string& sql, LCResultDictionary* result) {
-  if (result == nullptr) return executeStatementWithNoReturnValue(sql);
-  return executeStatement(sql, forEachCell([result](const char* column, const char* value) {
-                            std::vector<LCCell>& cells = (*result)[column];
-                            if (value) cells.push_back(crateCell(column, value));
-                          }));
+  return executeStatement(sql, lc::runner::crateRows(result));
 }
 
 bool LCSQLiteUtilities::executeStatementWithCombinedKeywordsReturnValue(const std::string& sql,
                                                                         vesk::StringSet* result) {
-  if (result == nullptr) return executeStatementWithNoReturnValue(sql);
-  return executeStatement(sql, forEachCell([result](std::string_view column, const char* value) {
-                            if (value == nullptr) return;
-                            if (column != "descriptors") {
-                              result->insert(value);
-                              return;
-                            }
-                            for (std::string& part : vesk::text::split(value, ',')) result->insert(std::move(part));
-                          }));
+  return executeStatement(sql, lc::runner::combinedKeywords(result));
 }
 
+// --- Locations
+
 std::string LCSQLiteUtilities::databaseFile() {
-  std::optional<std::string>& path = databaseFileOverride();
-  if (!path) path = LCDatabaseConfiguration::defaultDatabaseFile();
-  return *path;
+  return lc::locations::databaseFile();
 }
 
 void LCSQLiteUtilities::setDatabaseFile(std::optional<std::string> path) {
-  databaseFileOverride() = std::move(path);
+  lc::locations::setDatabaseFile(std::move(path));
 }
 
 std::optional<std::string> LCSQLiteUtilities::userDatabaseFolder() {
-  const std::optional<std::string> music = vesk::Environment::shared().musicFolder(nullptr);
-  if (!music) return std::nullopt;
-  std::string folder = vesk::path::appending(vesk::path::appending(*music, "Audio Vesk"), "Databases");
-  if (!vesk::path::createDirectories(folder)) return std::nullopt;
-  return folder;
+  return lc::locations::userDatabaseFolder();
 }
 
 std::optional<std::string> LCSQLiteUtilities::loudnessUserDatabaseFile() {
-  if (loudnessUserFileOverride()) return loudnessUserFileOverride();
-  const std::optional<std::string> folder = userDatabaseFolder();
-  if (!folder) return std::nullopt;
-  return loudnessFileIn(*folder);
+  return lc::locations::loudnessUserDatabaseFile();
 }
 
 void LCSQLiteUtilities::setLoudnessUserDatabaseFolder(const std::optional<std::string>& folder) {
-  overrideLoudnessFile(loudnessUserFileOverride(), folder);
+  lc::locations::setLoudnessUserDatabaseFolder(folder);
 }
 
 std::optional<std::string> LCSQLiteUtilities::loudnessFactoryDatabaseFile() {
-  if (loudnessFactoryFileOverride()) return loudnessFactoryFileOverride();
-  return vesk::Environment::shared().hostResource(kLoudnessDatabaseFileName, kLoudnessDatabaseExtension);
+  return lc::locations::loudnessFactoryDatabaseFile();
 }
 
 void LCSQLiteUtilities::setLoudnessFactoryDatabaseFolder(const std::optional<std::string>& folder) {
-  overrideLoudnessFile(loudnessFactoryFileOverride(), folder);
+  lc::locations::setLoudnessFactoryDatabaseFolder(folder);
+}
+
+// --- Tables
+
+bool LCSQLiteUtilities::generateDatabaseTablesForSQLite(sqlite3* connection, int64_t schemaVersion) {
+  return lc::tables::generate(connection, schemaVersion);
+}
+
+bool LCSQLiteUtilities::dropDatabaseTablesForSQLite(sqlite3* connection) {
+  return lc::tables::drop(connection);
+}
+
+void LCSQLiteUtilities::fillKeywordsTableForSQLite(sqlite3* connection) {
+  lc::tables::fillKeywords(connection);
+}
+
+void LCSQLiteUtilities::addLoopsBundleReplacementTriggerForSQLite(sqlite3* connection) {
+  lc::tables::addTriggers(connection);
+}
+
+bool LCSQLiteUtilities::createIndicesForSQLite(sqlite3* connection) {
+  return lc::tables::createIndex(connection);
+}
+
+bool LCSQLiteUtilities::isTableWithName(const std::string& table, const std::optional<std::string>& database,
+                                        sqlite3* connection) {
+  return lc::tables::hasTable(table, database, connection);
+}
+
+bool LCSQLiteUtilities::isColumnAvailableWithName(const std::string& column, const std::string& table,
+                                                  const std::optional<std::string>& database, sqlite3* connection) {
+  return lc::tables::hasColumn(column, table, database, connection);
+}
+
+bool LCSQLiteUtilities::extendTable(const std::string& table, const std::optional<std::string>& database,
+                                    const std::string& column, const std::string& type, sqlite3* connection) {
+  return lc::tables::extend(table, database, column, type, connection);
+}
+
+void LCSQLiteUtilities::setChineseTranscriptEnabled(bool enabled) {
+  lc::tables::setChineseTranscriptEnabled(enabled);
+}
+
+bool LCSQLiteUtilities::isChineseTranscriptEnabled() {
+  return lc::tables::isChineseTranscriptEnabled();
+}
+
+// --- Facts
+
+int64_t LCSQLiteUtilities::databaseSchemaVersionForSQLite(sqlite3* connection) {
+  return lc::facts::schemaVersion(connection);
+}
+
+bool LCSQLiteUtilities::setDatabaseSchemaVersion(int64_t schemaVersion, sqlite3* connection) {
+  return lc::facts::setSchemaVersion(schemaVersion, connection);
+}
+
+int64_t LCSQLiteUtilities::lastExtraKeywordIdForSQLite(sqlite3* connection) {
+  return lc::facts::lastExtraKeywordId(std::nullopt, connection);
+}
+
+int64_t LCSQLiteUtilities::lastExtraKeywordIdFromDatabaseName(const std::optional<std::string>& database,
+                                                              sqlite3* connection) {
+  return lc::facts::lastExtraKeywordId(database, connection);
+}
+
+bool LCSQLiteUtilities::setLastExtraKeywordId(int64_t keywordId, sqlite3* connection) {
+  return lc::facts::setLastExtraKeywordId(keywordId, connection);
+}
+
+std::optional<std::string> LCSQLiteUtilities::indexingAppIdentifierForSQLite(sqlite3* connection) {
+  return lc::facts::indexingAppIdentifier(connection);
+}
+
+bool LCSQLiteUtilities::setIndexingAppIdentifier(const std::optional<std::string>& identifier, sqlite3* connection) {
+  return lc::facts::setIndexingAppIdentifier(identifier, connection);
+}
+
+// --- Checks and repairs
+
+bool LCSQLiteUtilities::isDatabaseCorruptFlagSetForSQLite(sqlite3* connection) {
+  return lc::damage::isRecorded(connection);
+}
+
+void LCSQLiteUtilities::setDatabaseIsCorruptFlagForSQLite(sqlite3* connection) {
+  lc::damage::record(connection);
+}
+
+bool LCSQLiteUtilities::checkSQLiteDatabase(sqlite3* connection, bool doFastCheck) {
+  return lc::damage::isFree(connection, doFastCheck ? lc::damage::Check::quick : lc::damage::Check::thorough);
+}
+
+bool LCSQLiteUtilities::isBadStatusCode(int status) {
+  return lc::damage::isStatusOfDamage(status);
+}
+
+bool LCSQLiteUtilities::replaceAbsolutePath(const std::string& oldPrefix, const std::string& newPrefix,
+                                            sqlite3* connection) {
+  return lc::repairs::replacePaths(oldPrefix, newPrefix, connection);
+}
+
+void LCSQLiteUtilities::fixTypos(sqlite3* connection) {
+  lc::repairs::fixTypos(connection);
+}
+
+bool LCSQLiteUtilities::fixFilenameUTF8EncodingForSQLite(sqlite3* connection) {
+  return lc::repairs::precomposeNames(connection);
+}
+
+bool LCSQLiteUtilities::localizeFilenamesInSQLite(sqlite3* connection, const std::string& localeIdentifier,
+                                                  const LocalizationBlock& block) {
+  lc::repairs::localizeNames(connection, localeIdentifier, block);
+  return false;
+}
+
+void LCSQLiteUtilities::deleteLocalizationFlagInSQLite(sqlite3* connection) {
+  lc::repairs::forgetLocalization(connection);
+}
+
+bool LCSQLiteUtilities::isChina() {
+  return lc::repairs::isChina();
 }

@@ -1,23 +1,23 @@
 #include "database/LCTransaction.h"
 
+#include "database/StatementRunner.h"
+
 #include <sqlite3.h>
 
-namespace {
-
-bool execute(sqlite3* connection, const char* sql) {
-  return connection && sqlite3_exec(connection, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+LCTransaction::LCTransaction(sqlite3* connection, Begin begin) : m_connection(connection) {
+  if (connection && sqlite3_get_autocommit(connection) == 0) {
+    m_isOpen = m_savepoint.emplace(connection).isOpen();
+  } else {
+    m_isOpen = lc::runner::succeeds(connection, begin == Begin::deferred ? "BEGIN;" : "BEGIN IMMEDIATE;");
+  }
 }
 
-}  // namespace
-
-LCTransaction::LCTransaction(sqlite3* connection) : m_connection(connection), m_isOurs(execute(connection, "BEGIN;")) {}
-
 LCTransaction::~LCTransaction() {
-  if (m_isOurs) execute(m_connection, "ROLLBACK;");
+  if (m_isOpen && !m_savepoint) lc::runner::succeeds(m_connection, "ROLLBACK;");
 }
 
 bool LCTransaction::commit() {
-  const bool committed = execute(m_connection, "COMMIT;");
-  if (committed) m_isOurs = false;
+  const bool committed = m_savepoint ? m_savepoint->keep() : m_isOpen && lc::runner::succeeds(m_connection, "COMMIT;");
+  if (committed) m_isOpen = false;
   return committed;
 }

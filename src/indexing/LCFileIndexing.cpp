@@ -1,5 +1,6 @@
 #include "VeskLoopManagement/indexing/LCFileIndexing.h"
 
+#include "indexing/FileCopying.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
@@ -49,36 +50,6 @@ bool isFile(const std::string& path) {
 
 vesk::URL resolvedURL(const vesk::URL& url) {
   return vesk::URL::fileURLWithPath(vesk::path::resolvingSymlinks(url.path()));
-}
-
-bool isAnythingAt(const std::string& path) {
-  std::error_code error;
-  return std::filesystem::exists(std::filesystem::symlink_status(path, error));
-}
-
-// Neither replaces what is there. A copy keeps the time of the last change; one that failed leaves nothing behind.
-bool copyFile(const std::string& source, const std::string& destination) {
-  if (isAnythingAt(destination)) return false;
-  std::error_code error;
-  if (!std::filesystem::copy_file(source, destination, std::filesystem::copy_options::none, error)) {
-    std::error_code ignored;
-    if (error != std::errc::file_exists) std::filesystem::remove(destination, ignored);
-    return false;
-  }
-  const auto lastChange = std::filesystem::last_write_time(source, error);
-  if (!error) std::filesystem::last_write_time(destination, lastChange, error);
-  return true;
-}
-
-bool moveFile(const std::string& source, const std::string& destination) {
-  if (isAnythingAt(destination)) return false;
-  std::error_code error;
-  std::filesystem::rename(source, destination, error);
-  if (!error) return true;
-  if (error != std::errc::cross_device_link || !copyFile(source, destination)) return false;
-  if (std::filesystem::remove(source, error)) return true;
-  std::filesystem::remove(destination, error);
-  return false;
 }
 
 // Whether the regular file at `path` is an audio file that is no tagged loop.
@@ -200,8 +171,9 @@ bool LCFileIndexing::addFileURL(const vesk::URL& url, const std::optional<std::s
   if (!written || !newDestination) return written;
 
   const std::string destination = vesk::path::resolvingSymlinks(newDestination->path());
-  const bool arrived = move ? moveFile(resolvedPath, destination) : copyFile(resolvedPath, destination);
-  if (!arrived && !removeFileURL(*newDestination)) removeLoopWithId(fileData->hash);
+  const std::error_code error =
+      move ? lc::moveFile(resolvedPath, destination) : lc::copyFile(resolvedPath, destination);
+  if (error && !removeFileURL(*newDestination)) removeLoopWithId(fileData->hash);
   return written;
 }
 

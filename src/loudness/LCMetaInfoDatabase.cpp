@@ -60,6 +60,7 @@ std::vector<LCMetaInfo> LCMetaInfoDatabase::metaInfosForLoopID(int64_t loopId, i
   if (type != kAnyType) statement.bind(2, type);
   std::vector<LCMetaInfo> infos;
   while (statement.step()) infos.push_back(metaInfoOfRow(statement));
+  if (!statement.succeeded()) infos.clear();
   statement.clearBindings();
   statement.reset();
   return infos;

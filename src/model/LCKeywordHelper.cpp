@@ -20,6 +20,15 @@ std::optional<typename Map::mapped_type> copyOf(const Map& map, const Key& key) 
   return found ? std::optional(*found) : std::nullopt;
 }
 
+// What was learned for `key` in the map `learned`, else what the tables say in `builtIn`.
+template <typename Map, typename Key>
+std::optional<typename Map::mapped_type> known(Map LCLearnedKeywords::*learned, Map LCKeywordTables::*builtIn,
+                                               const Key& key) {
+  auto found = LCLearnedKeywords::shared().read(
+      [&](const LCLearnedKeywords& keywords) { return copyOf(keywords.*learned, key); });
+  return found ? std::move(found) : copyOf(LCKeywordTables::shared().*builtIn, key);
+}
+
 struct DescriptorColumn {
   std::string_view first;
   std::string_view second;
@@ -48,24 +57,36 @@ std::optional<std::string> descriptorColumnName(std::string_view keyword) {
 }  // namespace
 
 std::optional<std::string> LCKeywordHelper::keywordForKeywordId(int64_t keywordId) {
-  return copyOf(LCKeywordTables::shared().keywordOfId, keywordId);
+  return known(&LCLearnedKeywords::keywordOfId, &LCKeywordTables::keywordOfId, keywordId);
 }
 
 int64_t LCKeywordHelper::keywordIdForKeyword(const std::optional<std::string>& keyword) {
   if (!keyword) return 0;
-  return copyOf(LCKeywordTables::shared().idOfKeyword, *keyword).value_or(0);
+  return known(&LCLearnedKeywords::idOfKeyword, &LCKeywordTables::idOfKeyword, *keyword).value_or(0);
 }
 
 int32_t LCKeywordHelper::keywordCategoryForKeyword(std::string_view keyword) {
-  return static_cast<int32_t>(copyOf(LCKeywordTables::shared().categoryOfKeyword, keyword).value_or(0));
+  const auto category = known(&LCLearnedKeywords::categoryOfKeyword, &LCKeywordTables::categoryOfKeyword, keyword);
+  return static_cast<int32_t>(category.value_or(0));
 }
 
 void LCKeywordHelper::setKeywordId(int64_t keywordId, int64_t categoryId, const std::optional<std::string>& keyword) {
-  if (keywordId < 1 || !keyword) return;
-  LCKeywordTables& tables = LCKeywordTables::shared();
-  tables.idOfKeyword[*keyword] = keywordId;
-  tables.keywordOfId[keywordId] = *keyword;
-  tables.categoryOfKeyword[*keyword] = categoryId;
+  if (!keyword) return;
+  const lc::LearnedKeyword learned{.keywordId = keywordId, .categoryId = categoryId, .name = *keyword};
+  learnKeywords(std::span(&learned, 1));
+}
+
+// Most keywords of a database are known already: then nothing is replaced.
+void LCKeywordHelper::learnKeywords(std::span<const lc::LearnedKeyword> keywords) {
+  LCLearnedKeywords::shared().replace([&](const LCLearnedKeywords& known) {
+    std::optional<LCLearnedKeywords> changed;
+    for (const lc::LearnedKeyword& keyword : keywords) {
+      if (keyword.keywordId < 1 || (changed ? *changed : known).knows(keyword)) continue;
+      if (!changed) changed = known;
+      changed->learn(keyword);
+    }
+    return changed;
+  });
 }
 
 std::optional<std::string> LCKeywordHelper::columnNameForKeyword(std::string_view keyword) {
@@ -103,11 +124,17 @@ const std::vector<LCKeywordGroup>& LCKeywordHelper::keywordGroups() {
 }
 
 vesk::StringSet LCKeywordHelper::keywordsForCategory(int32_t category) {
-  vesk::StringSet keywords;
-  for (const auto& [keyword, categoryId] : LCKeywordTables::shared().categoryOfKeyword) {
-    if (static_cast<int32_t>(categoryId) == category) keywords.insert(keyword);
-  }
-  return keywords;
+  const auto& builtIn = LCKeywordTables::shared().categoryOfKeyword;
+  return LCLearnedKeywords::shared().read([&](const LCLearnedKeywords& learned) {
+    vesk::StringSet keywords;
+    for (const auto& [keyword, categoryId] : learned.categoryOfKeyword) {
+      if (static_cast<int32_t>(categoryId) == category) keywords.insert(keyword);
+    }
+    for (const auto& [keyword, categoryId] : builtIn) {
+      if (categoryId == category && !learned.categoryOfKeyword.contains(keyword)) keywords.insert(keyword);
+    }
+    return keywords;
+  });
 }
 
 const std::vector<std::pair<std::string, std::string>>& LCKeywordHelper::descriptorPairs() {
@@ -134,9 +161,10 @@ bool LCKeywordHelper::createKeywordFile(const std::string& path) {
 }
 
 void LCKeywordHelper::loadSearchKeyTranslation() {
-  LCKeywordTables::shared().loadTranslation(LCKeywordTables::builtInTranslation());
+  setSearchKeyTranslation(LCSearchKeyTranslation::builtIn());
 }
 
 void LCKeywordHelper::setSearchKeyTranslation(std::string_view xml) {
-  LCKeywordTables::shared().loadTranslation(xml);
+  LCSearchKeyTranslation::shared().replace(
+      [xml](const LCSearchKeyTranslation&) { return std::optional(LCSearchKeyTranslation(xml)); });
 }

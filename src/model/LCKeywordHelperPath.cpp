@@ -16,9 +16,10 @@ std::string_view withoutOuterDigits(std::string_view word) {
   return word.substr(first, word.find_last_not_of(kDigits) - first + 1);
 }
 
-void addTranslated(const LCKeywordTables& tables, const std::string& candidate, vesk::StringSet& words) {
+void addTranslated(const std::string& candidate, vesk::StringSet& words) {
   if (candidate.empty()) return;
-  const std::vector<std::string> translations = tables.translationsOf(candidate);
+  const std::vector<std::string> translations = LCSearchKeyTranslation::shared().read(
+      [&candidate](const LCSearchKeyTranslation& translation) { return translation.translationsOf(candidate); });
   if (translations.empty()) words.insert(candidate);
   words.insert(translations.begin(), translations.end());
 }
@@ -45,11 +46,10 @@ std::string LCKeywordHelper::stripTrailingDigits(std::string_view word) {
 }
 
 vesk::StringSet LCKeywordHelper::normalizeWord(std::string_view word) {
-  const LCKeywordTables& tables = LCKeywordTables::shared();
   vesk::StringSet words;
-  addTranslated(tables, stripTrailingDigits(word), words);
+  addTranslated(stripTrailingDigits(word), words);
   if (word.find_first_of(kDigits) != std::string_view::npos) {
-    addTranslated(tables, vesk::text::trimmed(withoutOuterDigits(word)), words);
+    addTranslated(vesk::text::trimmed(withoutOuterDigits(word)), words);
   }
   return words;
 }

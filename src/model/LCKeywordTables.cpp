@@ -48,13 +48,12 @@ const std::vector<LCKeywordGroup>& builtInKeywordGroups() {
   return groups;
 }
 
-LCKeywordTables& LCKeywordTables::shared() {
-  static LCKeywordTables tables;
+const LCKeywordTables& LCKeywordTables::shared() {
+  static const LCKeywordTables tables;
   return tables;
 }
 
 LCKeywordTables::LCKeywordTables() {
-  loadTranslation(builtInTranslation());
   addIds(LCCompiledResources::KeywordIDsPlist());
   const vesk::Value dictionary = LCCompiledResources::KeywordDictionaryPlist();
   addDescriptors(vesk::valueForKey(dictionary.dictionary(), "Descriptors"));
@@ -115,27 +114,59 @@ void LCKeywordTables::addGroupKeywords() {
   }
 }
 
-std::string LCKeywordTables::builtInTranslation() {
+// --- Learned keywords
+
+lc::Snapshot<LCLearnedKeywords>& LCLearnedKeywords::shared() {
+  static lc::Snapshot<LCLearnedKeywords> keywords{{}};
+  return keywords;
+}
+
+bool LCLearnedKeywords::knows(const lc::LearnedKeyword& keyword) const {
+  const LCKeywordTables& tables = LCKeywordTables::shared();
+  const auto says = [](const auto& learned, const auto& builtIn, const auto& key, const auto& value) {
+    const auto found = learned.find(key);
+    if (found != learned.end()) return found->second == value;
+    const auto entry = builtIn.find(key);
+    return entry != builtIn.end() && entry->second == value;
+  };
+  return says(idOfKeyword, tables.idOfKeyword, keyword.name, keyword.keywordId) &&
+         says(keywordOfId, tables.keywordOfId, keyword.keywordId, keyword.name) &&
+         says(categoryOfKeyword, tables.categoryOfKeyword, keyword.name, keyword.categoryId);
+}
+
+void LCLearnedKeywords::learn(const lc::LearnedKeyword& keyword) {
+  idOfKeyword[keyword.name] = keyword.keywordId;
+  keywordOfId[keyword.keywordId] = keyword.name;
+  categoryOfKeyword[keyword.name] = keyword.categoryId;
+}
+
+// --- Search-key translation
+
+lc::Snapshot<LCSearchKeyTranslation>& LCSearchKeyTranslation::shared() {
+  static lc::Snapshot<LCSearchKeyTranslation> translation{LCSearchKeyTranslation(builtIn())};
+  return translation;
+}
+
+std::string LCSearchKeyTranslation::builtIn() {
   const std::vector<std::byte> bytes = lc::scrambledResource(LCCompiledResources::additionalDataDat());
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-void LCKeywordTables::loadTranslation(std::string_view xml) {
-  m_translations.clear();
+LCSearchKeyTranslation::LCSearchKeyTranslation(std::string_view xml) {
   const vesk::Value list = vesk::valueFromXMLPropertyList(xml);
   if (!list.dictionary()) return;
   for (const auto& [key, value] : *list.dictionary()) {
-    if (const std::string* translation = value.string()) addTranslation(key, *translation);
-    for (const std::string& translation : stringsIn(value)) addTranslation(key, translation);
+    if (const std::string* translation = value.string()) add(key, *translation);
+    for (const std::string& translation : stringsIn(value)) add(key, translation);
   }
 }
 
-void LCKeywordTables::addTranslation(std::string_view key, std::string_view translation) {
+void LCSearchKeyTranslation::add(std::string_view key, std::string_view translation) {
   if (!vesk::text::isASCII(key) || !vesk::text::isASCII(translation)) return;
   m_translations.emplace(foldedTranslationKey(key), translation.substr(0, kMaximumTranslationLength));
 }
 
-std::vector<std::string> LCKeywordTables::translationsOf(std::string_view word) const {
+std::vector<std::string> LCSearchKeyTranslation::translationsOf(std::string_view word) const {
   std::vector<std::string> translations;
   const auto [first, last] = m_translations.equal_range(foldedTranslationKey(word));
   for (auto entry = first; entry != last; ++entry) translations.push_back(entry->second);

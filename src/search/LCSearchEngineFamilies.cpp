@@ -3,11 +3,14 @@
 
 #include "platform/Path.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace {
 
@@ -44,6 +47,46 @@ std::string lastComponentOf(const LCLoopFamilyMember& member) {
 
 bool comesBefore(const LCLoopFamilyMember& left, const LCLoopFamilyMember& right) {
   return vesk::text::caseInsensitiveCompare(lastComponentOf(left), lastComponentOf(right)) < 0;
+}
+
+void appendFolded(std::string& text, UChar32 character) {
+  if (character < 0x80) {
+    text += static_cast<char>(character >= 'A' && character <= 'Z' ? character + ('a' - 'A') : character);
+    return;
+  }
+  uint8_t bytes[U8_MAX_LENGTH];
+  int32_t length = 0;
+  U8_APPEND_UNSAFE(bytes, length, u_foldCase(character, U_FOLD_CASE_DEFAULT));
+  text.append(reinterpret_cast<const char*>(bytes), static_cast<size_t>(length));
+}
+
+// The same text for all that vesk::text::equalIgnoringCase() holds equal: simple case folding, and a byte that is no
+// UTF-8 stays as it is.
+std::string folded(std::string_view name) {
+  std::string text;
+  text.reserve(name.size());
+  const auto length = static_cast<int32_t>(name.size());
+  for (int32_t offset = 0; offset < length;) {
+    const int32_t start = offset;
+    const char byte = name[static_cast<size_t>(start)];
+    UChar32 character = 0;
+    U8_NEXT(name.data(), offset, length, character);
+    if (character >= 0) {
+      appendFolded(text, character);
+    } else {
+      text += byte;
+      offset = start + 1;
+    }
+  }
+  return text;
+}
+
+// "" when the loop stands alone.
+std::string foldedFamilyName(const std::string& fileURL) {
+  const std::optional<vesk::URL> url = vesk::URL::fromString(fileURL);
+  if (!url) return "";
+  const std::string baseName = vesk::path::deletingExtension(url->lastPathComponent());
+  return folded(nameBeforeVariantNumber(baseName).value_or(baseName));
 }
 
 }  // namespace
@@ -103,4 +146,24 @@ std::optional<std::vector<LCLoopFamilyMember>> LCSearchEngine::loopFamilyForLoop
   }
   if (!fileName) return std::nullopt;
   return loopFamilyForName(vesk::path::lastComponent(*fileName), key);
+}
+
+std::vector<LCFoldedFamily> LCSearchEngine::foldedFamilies() const {
+  std::vector<LCFoldedFamily> families;
+  std::unordered_map<std::string, size_t> indexOfName;  // in `families`
+  std::unordered_set<int64_t> counted;                  // a loop of several packages has several rows
+  indexOfName.reserve(static_cast<size_t>(numberOfLoops()));
+  counted.reserve(static_cast<size_t>(numberOfLoops()));
+  LCStatement rows(m_sqlite.get(), "SELECT rowid, id, fileURL FROM tempTable ORDER BY rowid");
+  while (rows.step()) {
+    if (!counted.insert(rows.int64At(1)).second) continue;
+    const std::string name = foldedFamilyName(rows.textAt(2));
+    const auto [found, isFirst] = indexOfName.try_emplace(name, families.size());
+    if (isFirst || name.empty()) {
+      families.push_back({.firstRow = rows.int64At(0) - 1, .memberCount = 1});
+    } else {
+      ++families[found->second].memberCount;
+    }
+  }
+  return rows.succeeded() ? families : std::vector<LCFoldedFamily>();
 }

@@ -117,7 +117,10 @@ class KeywordCounter {
   explicit KeywordCounter(sqlite3* connection) {
     LCStatement keywords(connection, "SELECT id, name FROM Keywords WHERE name != ''");
     while (keywords.step()) addKeyword(keywords.int64At(0), keywords.textAt(1));
+    m_knowsKeywords = keywords.succeeded();
   }
+
+  bool knowsKeywords() const { return m_knowsKeywords; }  // else their reading failed
 
   void addTag(int64_t loopId, int64_t keywordId) {
     const auto found = m_talliesOfKeyword.find(keywordId);
@@ -154,21 +157,25 @@ class KeywordCounter {
     }
   }
 
+  bool m_knowsKeywords = false;
   std::map<std::string, Tally> m_tallies;  // by keyword
   std::unordered_map<int64_t, std::vector<Tally*>> m_talliesOfKeyword;
 };
 
-void countTagsOfResult(sqlite3* connection, const std::string& taggingTable, KeywordCounter& counter) {
+// Both answer whether every tag could be read.
+bool countTagsOfResult(sqlite3* connection, const std::string& taggingTable, KeywordCounter& counter) {
   LCStatement tags(connection, lc::sqlFormat(kSelectTagsOfResult, {taggingTable}));
   while (tags.step()) counter.addTag(tags.int64At(0), tags.int64At(1));
+  return tags.succeeded();
 }
 
 // For results that are a good part of the whole database: reads every tag there is, and passes over those of other
 // loops.
-void countAmongAllTags(sqlite3* connection, const std::string& taggingTable, KeywordCounter& counter) {
+bool countAmongAllTags(sqlite3* connection, const std::string& taggingTable, KeywordCounter& counter) {
   std::vector<int64_t> result;
   LCStatement ids(connection, "SELECT id FROM tempTable");
   while (ids.step()) result.push_back(ids.int64At(0));
+  if (!ids.succeeded()) return false;
   std::sort(result.begin(), result.end());
 
   LCStatement tags(connection, lc::sqlFormat(kSelectAllTags, {taggingTable}));
@@ -176,9 +183,10 @@ void countAmongAllTags(sqlite3* connection, const std::string& taggingTable, Key
   while (tags.step()) {
     const int64_t loopId = tags.int64At(0);
     while (next != result.end() && *next < loopId) ++next;
-    if (next == result.end()) return;
+    if (next == result.end()) return true;
     if (*next == loopId) counter.addTag(loopId, tags.int64At(1));
   }
+  return tags.succeeded();
 }
 
 }  // namespace
@@ -301,8 +309,8 @@ LCKeywordCounts LCSearchEngine::availableKeywordsWithCounts() const {
           .value_or(0);
   const auto countTags =
       tagCount / kTagsReadInTheTimeOfASearch < numberOfLoops() ? countAmongAllTags : countTagsOfResult;
-  countTags(m_sqlite.get(), m_taggingTablename, counter);
-  return counter.counts(m_availableKeywords);
+  const bool isComplete = counter.knowsKeywords() && countTags(m_sqlite.get(), m_taggingTablename, counter);
+  return isComplete ? counter.counts(m_availableKeywords) : LCKeywordCounts();
 }
 
 void LCSearchEngine::copyCachingTablesFromKeywordId(int64_t first, int64_t toKeywordId, const std::string& fromTable,
@@ -320,8 +328,10 @@ void LCSearchEngine::copyCachingTablesFromKeywordId(int64_t first, int64_t toKey
 
 void LCSearchEngine::refreshKeywordsCache() {
   LCStatement keywords(m_sqlite.get(), "SELECT id, name, categoryId FROM Keywords WHERE id >= 1000 AND id < 10000;");
+  std::vector<lc::LearnedKeyword> learned;
   while (keywords.step()) {
     const std::string name = keywords.textAt(1);
-    if (!name.empty()) LCKeywordHelper::setKeywordId(keywords.int64At(0), keywords.int64At(2), name);
+    if (!name.empty()) learned.push_back({keywords.int64At(0), keywords.int64At(2), name});
   }
+  if (keywords.succeeded()) LCKeywordHelper::learnKeywords(learned);
 }

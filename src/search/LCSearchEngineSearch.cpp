@@ -66,7 +66,7 @@ std::set<int64_t> idsInAllColumns(LCStatement& statement) {
       if (id >= 1) ids.insert(id);
     }
   }
-  return ids;
+  return statement.succeeded() ? ids : std::set<int64_t>();
 }
 
 int64_t rowIndexFromRowId(std::optional<int64_t> rowId) {

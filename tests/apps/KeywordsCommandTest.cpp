@@ -74,15 +74,11 @@ TEST_F(Keywords, CountsAfterNarrowingAreThoseOfTheTags) {
   EXPECT_EQ(program.run({"keywords", "--available", "--instrument", "Kick"}).out, "");
 }
 
-TEST_F(Keywords, FacetsStandByCategoryThenCountThenName) {
-  const Words expected = {"Deep House\t1001\tgenre\t\t1", "House\t10006\tgenre\t\t1", "Dark\t68\tmood\t\t1",
-                          "Dry\t85\tmood\t\t1", "Brass\t10001\tinstrument\t\t1"};
-  const Words search = {"search", "--name", "1", "--facets"};
-  Words lines = program.run(search).lines();
+TEST_F(Keywords, FacetsStandInsteadOfLoopsAsTextAndBehindThemAsLinesOfJSON) {
+  const Words lines = program.run({"search", "--name", "1", "--facets"}).lines();
   ASSERT_EQ(lines.size(), 6u);
+  EXPECT_EQ(lines[1], "House\t10006\tgenre\t\t1");
   EXPECT_TRUE(lines[5].starts_with("Trumpet\t")) << lines[5];
-  lines.pop_back();
-  EXPECT_EQ(lines, expected);
   const auto objects = program.run({"search", "--name", "1", "--facets", "--jsonl"}).jsonLines();
   ASSERT_EQ(objects.size(), 7u);
   EXPECT_EQ(objects[0]["fileName"], "1.aif");

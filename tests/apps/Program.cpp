@@ -114,6 +114,7 @@ void Program::become(const Words& arguments) const {
   setenv("VESKLOOPS_DATABASE", database().c_str(), 1);
   std::signal(SIGINT, SIG_DFL);
   std::signal(SIGTERM, SIG_DFL);
+  std::signal(SIGPIPE, SIG_DFL);
   if (chdir(m_folder.path().c_str()) != 0) _exit(126);
   std::vector<char*> words = {const_cast<char*>(VESKLOOPS)};
   for (const auto& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
@@ -124,13 +125,28 @@ void Program::become(const Words& arguments) const {
 
 Outcome Program::run(const Words& arguments, const std::string& input) const {
   m_folder.addFile("streams/stdin", input);
+  return runInto(open(path("streams/stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), arguments);
+}
+
+Outcome Program::runWithoutReader(const Words& arguments) const {
+  m_folder.addFile("streams/stdin", "");
+  m_folder.addFile("streams/stdout", "");
+  int ends[2] = {};
+  EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  close(ends[0]);
+  return runInto(ends[1], arguments);
+}
+
+// Closes `output`.
+Outcome Program::runInto(int output, const Words& arguments) const {
   const pid_t process = fork();
   if (process == 0) {
     redirect(path("streams/stdin"), O_RDONLY, STDIN_FILENO);
-    redirect(path("streams/stdout"), O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
+    dup2(output, STDOUT_FILENO);
     redirect(path("streams/stderr"), O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
     become(arguments);
   }
+  close(output);
   const int code = exitCodeOf(process);
   return Outcome{.code = code, .out = contentsOf(path("streams/stdout")), .err = contentsOf(path("streams/stderr"))};
 }

@@ -62,6 +62,8 @@ class Program {
 
   // Relative paths are below folder(). VESKLOOPS_DATABASE names database().
   Outcome run(const Words& arguments, const std::string& input = {}) const;
+  // Standard output is a pipe that nobody reads any more.
+  Outcome runWithoutReader(const Words& arguments) const;
   RunningProgram start(const Words& arguments) const;
   // Whether this machine offers pseudo-terminals; bare containers may not.
   static bool hasTerminals();
@@ -77,6 +79,7 @@ class Program {
   Words rows(const std::string& sql) const;    // the first column of each
 
  private:
+  Outcome runInto(int output, const Words& arguments) const;
   [[noreturn]] void become(const Words& arguments) const;
   TemporaryFolder m_folder;
 };

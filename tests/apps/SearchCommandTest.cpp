@@ -202,8 +202,7 @@ TEST_F(Search, CountIsANumberAndNothingElse) {
 }
 
 TEST_F(Search, ColumnsAreFieldsBetweenTabsWhenPiped) {
-  EXPECT_EQ(run({"--name", "Slow", "--columns", "name,tempo,key,length,instrument,descriptors,rating,gain,name"}).out,
-            kBass + "\t90\tD minor\t4\tElectric Bass\tDark, Dry\t\t\t" + kBass + "\n");
+  EXPECT_EQ(run({"--name", "Slow", "--columns", "name,tempo"}).out, kBass + "\t90\n");
   EXPECT_TRUE(run({"--json", "--columns", "tempo"}).json()["loops"][0].contains("url"));  // has everything
 }
 

@@ -1,5 +1,4 @@
-// Statements, transactions, and the utilities but for the repairs.
-#include "database/LCTransaction.h"
+// Statements, and the utilities but for the repairs.
 #include "database/TestDatabase.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
@@ -155,17 +154,4 @@ TEST(Statement, BindsValuesAsTheyAre) {
   EXPECT_TRUE(statement.bind(1, std::optional<std::string>()));
   EXPECT_EQ(bound(), "integer -5506746406385753333") << "a missing text leaves the earlier value";
   EXPECT_FALSE(statement.bind(2, "there is no such parameter"));
-}
-
-TEST(Transaction, IsUndoneUnlessCommittedAndLeavesAnOuterOneAlone) {
-  const TestDatabase database;
-  {
-    const LCTransaction left{database.connection()};
-    database.run("INSERT INTO Crates (identifier) VALUES ('left')");
-  }
-  LCTransaction kept{database.connection()};
-  database.run("INSERT INTO Crates (identifier) VALUES ('kept')");
-  { const LCTransaction inner{database.connection()}; }
-  EXPECT_TRUE(kept.commit());
-  EXPECT_EQ(database.texts("SELECT identifier FROM Crates"), Texts{"kept"});
 }

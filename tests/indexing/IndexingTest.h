@@ -20,6 +20,7 @@ class IndexingTest : public testing::Test {
   void open() {
     indexer = LCFileIndexing::initWithDatabaseConfiguration(
         {databaseFolder.path("loops.db"), false, kDefaultDatabaseSchemaVersion});
+    indexer->executeStatementWithNoReturnValue("PRAGMA synchronous = OFF");  // nobody needs this file after a crash
     indexer->prepareIndexing();
   }
 

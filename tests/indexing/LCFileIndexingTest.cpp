@@ -97,6 +97,64 @@ TEST_F(LCFileIndexingRun, FilesAreCopiedOrMovedToWhereNothingIsYet) {
   }
 }
 
+TEST_F(LCFileIndexingRun, ARecordIsWrittenTogetherWithTheCopyOfItsFileOrNotAtAll) {
+  using Kind = lc::FileTransferResult::Kind;
+  using Way = lc::FileTransfer::Way;
+  struct Case {
+    const char* source;
+    const char* destination;
+    bool isFactoryLoop;  // whose row is there already, so that it is not written again
+    Kind kind;
+  };
+  const Case cases[] = {{"from.aif", "new/sub/to.aif", false, Kind::done},
+                        {"from.aif", "taken.aif", false, Kind::destinationExists},
+                        {"from.aif", "new/to.aif", true, Kind::refusedByDatabase},
+                        {"missing.aif", "new/to.aif", false, Kind::copyFailed},
+                        {"from.aif", "taken.aif/to.aif", false, Kind::copyFailed}};
+  files.addFile("taken.aif", "occupied");
+  int64_t id = 0;
+  const auto check = [&](const Case& expected, Way way, bool isInBatch) {
+    const auto& [source, destination, isFactoryLoop, kind] = expected;
+    SCOPED_TRACE(destination + std::to_string(static_cast<int>(way)) + (isInBatch ? " in a batch" : ""));
+    const bool isDone = kind == Kind::done;
+    const std::string loop = addLoop("from.aif"), tag = "New " + std::to_string(++id);
+    const std::string idText = std::to_string(id), otherText = std::to_string(1000 + id);
+    add(loopTagged(id, {"Dark"}));
+    LCFileData record = loopTagged(id, {tag});
+    record.isFactoryBundleLoop = isFactoryLoop;
+    EXPECT_TRUE(!isInBatch || indexer->beginBatch());
+    const auto result = indexer->addFileDataAndTransferFile(
+        record, std::nullopt, {.source = url(source), .destination = url(destination), .way = way});
+    EXPECT_EQ(result.kind, kind);
+    EXPECT_EQ(result.reason.empty(), isDone || kind == Kind::refusedByDatabase);
+    add(loopTagged(1000 + id, {tag}));
+    EXPECT_TRUE(!isInBatch || indexer->commitBatch());
+    EXPECT_EQ(rows("SELECT fileURL FROM Loops WHERE id = " + idText),
+              Rows{isDone ? url(destination).absoluteString() : loopTagged(id, {}).storedFileURL->absoluteString()});
+    EXPECT_EQ(rows("SELECT loopId FROM Tagging JOIN Keywords ON id = keywordId WHERE name = '" + tag + "'"),
+              isDone ? (Rows{idText, otherText}) : Rows{otherText})
+        << "a keyword that went with the step comes again";
+    EXPECT_EQ(fs::exists(loop), !isDone || way == Way::copy);
+    EXPECT_EQ(fs::is_regular_file(files.path(destination)), isDone || kind == Kind::destinationExists);
+    fs::remove_all(files.path("new"));
+  };
+  for (const Way way : {Way::copy, Way::move}) {
+    for (const Case& expected : cases) {
+      for (const bool isInBatch : {false, true}) check(expected, way, isInBatch);
+    }
+    const LCConnection reader = lc::openConnection(databaseFolder.path("loops.db"), LCOpenMode::readOnly);
+    LCStatement row(reader.get(), "SELECT id FROM Loops");
+    EXPECT_TRUE(row.step());  // keeps what is written from being committed
+    indexer->executeStatementWithNoReturnValue("PRAGMA busy_timeout = 1");
+    const std::string loop = addLoop("from.aif");
+    const auto result =
+        indexer->addFileDataAndTransferFile(loopTagged(++id, {"Dark"}), std::nullopt,
+                                            {.source = url("from.aif"), .destination = url("to.aif"), .way = way});
+    EXPECT_EQ(result.kind, Kind::refusedByDatabase);
+    EXPECT_TRUE(fs::exists(loop) && !fs::exists(files.path("to.aif"))) << "the file is back in its place";
+  }
+}
+
 TEST_F(LCFileIndexingRun, RowsKeepTheURLThatTheCallerGaveThroughALink) {
   addLoop("store/Real.aif");
   fs::create_symlink(files.path("store/Real.aif"), files.path("Link.aif"));

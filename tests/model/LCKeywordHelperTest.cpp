@@ -62,9 +62,16 @@ TEST(KeywordTaxonomy, GroupsHoldTheirMembers) {
 }
 
 TEST(KeywordTaxonomy, ALearnedKeywordHasIdAndCategoryButIsNoneOfTheTaxonomy) {
-  LCKeywordHelper::setKeywordId(5001, 1, "Zorp");
-  EXPECT_EQ(LCKeywordHelper::keywordIdForKeyword("Zorp"), 5001);
+  using Learned = lc::LearnedKeyword;
+  for (const auto& [keywordId, categoryId, name] :
+       {Learned{5001, 2, "Zorp"}, Learned{5002, 2, "Zorp"}, Learned{5002, 1, "Zorp"}, Learned{0, 3, "Zorp"}}) {
+    LCKeywordHelper::setKeywordId(keywordId, categoryId, name);
+  }
+  LCKeywordHelper::setKeywordId(5003, 1, std::nullopt);
+  EXPECT_EQ(LCKeywordHelper::keywordIdForKeyword("Zorp"), 5002);
+  EXPECT_EQ(LCKeywordHelper::keywordForKeywordId(5001), "Zorp") << "an id once given out is known for good";
   EXPECT_TRUE(LCKeywordHelper::keywordsForCategory(1).contains("Zorp"));
+  EXPECT_FALSE(LCKeywordHelper::keywordsForCategory(2).contains("Zorp"));
   EXPECT_FALSE(LCKeywordHelper::allKeywords().contains("Zorp"));
   std::string shown;
   const Keywords asked = {"Jazz", "", "Zorp", "NoSuchWord"};

@@ -99,6 +99,41 @@ TEST_F(FamiliesTest, AreFoundByNameIdAndKey) {
   EXPECT_EQ(engine->findLoopFamilyForNameFilter("Pad Swell", 69), std::vector{swell});
 }
 
+TEST_F(FamiliesTest, FoldTheWholeResultInItsOrder) {
+  using Families = std::vector<LCFoldedFamily>;
+  EXPECT_EQ(engine->foldedFamilies(), Families{});  // nothing was searched for yet
+  engine->setSortDescriptors(std::vector<LCSortDescriptor>{{"id"}});
+  add({"Pad 1.wav",     "Σίγμα 1.wav",         "PAD.caf",         " 01.wav",      " 02.wav",
+       "Sub/pad 2.wav", "σίγμας 1_2.aif",      "ΣΊΓΜΑ.aif",       "Straße 1.wav", "STRASSE 2.wav",
+       "straẞe 3.wav",  "x\xC3 1.wav",         "X\xC3 2.wav",     "x\xE3 3.wav",  "no url 1.wav",
+       "no url 2.wav",  "x\xEF\xBF\xBD 4.wav", "\u212Aick 1.wav", "kick 2.wav",   "Pads 1.wav",
+       "Pad 1"});
+  database.execute("UPDATE Loops SET fileURL = fileName WHERE fileName LIKE 'no url%'");
+  database.execute("UPDATE Loops SET fileName = 'localized ' || id");
+  EXPECT_EQ(idsFound(*engine).size(), 21u);
+  // Rows count from 0. Half a character is equal to itself only, not to another one or to what replaces it.
+  EXPECT_EQ(engine->foldedFamilies(), (Families{{0, 4},
+                                                {1, 2},
+                                                {3, 1},
+                                                {4, 1},
+                                                {6, 1},
+                                                {8, 2},
+                                                {9, 1},
+                                                {11, 2},
+                                                {13, 1},
+                                                {14, 1},
+                                                {15, 1},
+                                                {16, 1},
+                                                {17, 2},
+                                                {19, 1}}));
+
+  // Members outside the result do not count, and a loop counts once whatever number of packages it is in.
+  database.execute("INSERT INTO CrateLoopRelation VALUES ('a', 21), ('a', 6), ('b', 6), ('a', 2)");
+  engine->setEnabledCrateIdentifier(names("a", "b"));
+  EXPECT_EQ(idsFound(*engine), (Ids{2, 6, 6, 21}));
+  EXPECT_EQ(engine->foldedFamilies(), (Families{{0, 1}, {1, 2}}));
+}
+
 TEST_F(FamiliesTest, LookupsFindSingleLoops) {
   add({"Beat 01.wav", "Sub/Beat 01.wav", "Big Beat 01 x.wav", "no tempo.wav"});
   database.execute("UPDATE Loops SET key = 50, tempo = iif(id = 4, -1, 120), comment = 'c' || id");

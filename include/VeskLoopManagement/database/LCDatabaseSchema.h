@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "VeskLoopManagement/fileio/LCChunkIDs.h"  // kGenInstContentIdentifierSeparator
+
 extern const std::string kDefaultLoopsTablename;
 extern const std::string kDefaultTaggingTablename;
 extern const std::string kDefaultLoopsKeywordsTablename;
@@ -30,7 +32,6 @@ extern const std::string kLCCurrentDatabaseSchemaVersionStringKey;
 extern const std::string kCorruptDatabaseFileIndicatorName;
 extern const std::string kLoudnessDatabaseFileName;
 extern const std::string kLoudnessDatabaseExtension;
-extern const std::string kGenInstContentIdentifierSeparator;
 
 inline constexpr int64_t kDefaultDatabaseSchemaVersion = 100930;  // patchInfo and ksLoopType are created from here on
 inline constexpr int64_t kPatchInfoListedSchemaVersion = 100926;  // … and listed from here on

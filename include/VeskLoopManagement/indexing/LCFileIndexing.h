@@ -28,6 +28,25 @@ struct LCLoopCarry {
   int64_t toLoopId = 0;
 };
 
+namespace lc {
+
+// A file that is to come to another place.
+struct FileTransfer {
+  enum class Way { copy, move };
+  vesk::URL source;       // a link is followed: what it leads to is copied or moved
+  vesk::URL destination;  // of the file itself; folders above it are made
+  Way way = Way::copy;
+};
+
+struct FileTransferResult {
+  enum class Kind { done, refusedByDatabase, destinationExists, copyFailed };
+  Kind kind = Kind::done;
+  std::string reason;  // the system's words, where it was the file system
+  bool isDone() const { return kind == Kind::done; }
+};
+
+}  // namespace lc
+
 // Will-start and did-finish reach observers on the main thread; reload is posted on the thread that ends the run.
 extern const std::string LCFileIndexingWillStartNotification;
 extern const std::string LCFileIndexingDidFinishNotification;
@@ -36,11 +55,12 @@ extern const std::string kLCIndexingFinished;
 
 class LCFileIndexing {
  public:
+  // --- Opening and loudness (LCFileIndexing.cpp) ---
   // Opens the database file for writing, creating it with all tables; null when it cannot be opened.
   [[nodiscard]] static std::unique_ptr<LCFileIndexing> initWithDatabaseConfiguration(
       const LCDatabaseConfiguration& configuration);
   ~LCFileIndexing();
-
+  sqlite3* sqlite3Connection() const { return m_sqlite.get(); }  // borrowed
   // Loudness is recorded while a service is set. `service` is shared with the caller; null removes it.
   void setLoudnessAnalyzerService(std::shared_ptr<LCLoudnessAnalyzerService> service, bool createSeparateFile);
   LCLoudnessDatabase* loudnessDatabase() const { return m_loudnessDatabase.get(); }  // borrowed; may be null
@@ -48,29 +68,8 @@ class LCFileIndexing {
   LCMetaInfoDatabase* metaInfoDatabase() const { return m_metaInfoDatabase.get(); }
   void setMetaInfoDatabase(std::unique_ptr<LCMetaInfoDatabase> database) { m_metaInfoDatabase = std::move(database); }
 
-  void prepareIndexing();
-  void finishIndexingInBlock(bool inBlock);  // with its own BEGIN and COMMIT when `inBlock`
-
-  // One file. The path is resolved for reading; the row stores `url` as given, or the new destination.
-  bool addFileURL(const vesk::URL& url, const std::optional<std::string>& toCrateId,
-                  const std::optional<vesk::URL>& newDestination, bool move);
-  // Takes out the first loop with this URL and answers whether the lookup ran. The URL stands in the statement as it
-  // is, so one with an apostrophe is not found; removeLoopWithId() takes out any loop.
-  bool removeFileURL(const vesk::URL& url);
-  bool removeLoopWithId(int64_t loopId);  // the loop's own rows and its relations; whether all statements ran
-  // The same for many loops, which is far quicker than one by one; call it between beginBatch and commitBatch.
-  bool removeLoopsWithIds(std::span<const int64_t> loopIds);
-  // Takes out a loop whose file is known under a new id, after everything that is not read from the file went over to
-  // the row of `toLoopId`: the user's marks, packages, loudness, meta infos. What the new row has already wins; it is a
-  // favourite when either was. Loudness stays behind when the length has changed, for then it was measured on other
-  // audio. Writes within the caller's transaction; false when there is no such new row or a statement fails. A separate
-  // loudness file is left alone.
-  bool carryLoopWithId(int64_t loopId, int64_t toLoopId);
-  bool carryLoopsWithIds(std::span<const LCLoopCarry> carries);  // quicker for many, as above
-  bool updateFileURL(const vesk::URL& url);                      // always false
-
-  // Each answers the URLs that failed. `numberOfIndexedFiles` (may be null) gets items walked, sub-folders included,
-  // minus failures.
+  // --- Runs (LCFileIndexing.cpp). Each answers the URLs that failed. `numberOfIndexedFiles` (may be null) gets items
+  // walked, sub-folders included, minus failures. ---
   std::vector<vesk::URL> addFilenames(std::span<const vesk::URL> urls, const std::optional<std::string>& toCrate,
                                       uint32_t* numberOfIndexedFiles = nullptr);
   // nullopt without a folder, when the destination cannot be made, or after an abort.
@@ -80,26 +79,68 @@ class LCFileIndexing {
                                                         const std::optional<vesk::URL>& newDestination, bool move);
   void removeFilenames(std::span<const std::string> paths);
 
-  // Hosts that walk the files themselves (for progress and batches) call prepareIndexing, then for each batch
-  // beginBatch, addFileURL or addFileDataToDatabase for each file, commitBatch, and at the end finishIndexingInBlock.
+  // --- Runs of the host's own (LCFileIndexing.cpp), which walks the files itself, for progress and batches:
+  // prepareIndexing, then for each batch beginBatch, a write or a removal for each file, commitBatch, and at the end
+  // finishIndexingInBlock. ---
+  void prepareIndexing();
   bool beginBatch();
   bool commitBatch();
+
+  // --- One file (LCFileIndexing.cpp) ---
+  // The path is resolved for reading; the row stores `url` as given, or the new destination.
+  bool addFileURL(const vesk::URL& url, const std::optional<std::string>& toCrateId,
+                  const std::optional<vesk::URL>& newDestination, bool move);
+  // Takes out the first loop with this URL and answers whether the lookup ran. The URL stands in the statement as it
+  // is, so one with an apostrophe is not found; removeLoopWithId() takes out any loop.
+  bool removeFileURL(const vesk::URL& url);
+  bool removeLoopWithId(int64_t loopId);  // the loop's own rows and its relations; whether all statements ran
+  // The same for many loops, which is far quicker than one by one; call it between beginBatch and commitBatch.
+  bool removeLoopsWithIds(std::span<const int64_t> loopIds);
+  bool updateFileURL(const vesk::URL& url);  // always false
+
+  // --- Writing a record (LCFileIndexingStatements.cpp) ---
   // True when the last statement of the write ran to its end. Loudness that had to be measured is entered into the
   // record.
   bool addFileDataToDatabase(LCFileData& fileData, const std::optional<std::string>& relateToCrateId);
   bool addFileDataToDatabase(const LCFileData& fileData, const std::optional<std::string>& relateToCrateId);
+  int32_t keywordCategoryForKeyword(const std::string& keyword);
+  // Reads anew which keywords the database has: before a run, and after writes were undone that may have brought some.
+  void updateKeywordCache();
 
+  // --- Writing a record and bringing its file to its place (LCFileIndexingTransfer.cpp) ---
+  // Writes the record, which was read from the source, under the destination, and copies or moves the file there. All
+  // or nothing, within a batch or by itself: what the record's row replaced stays unless the result is done, and so do
+  // the files. Folders that were made for it stay, and loudness in a file of its own.
+  [[nodiscard]] lc::FileTransferResult addFileDataAndTransferFile(const LCFileData& fileData,
+                                                                  const std::optional<std::string>& toCrateId,
+                                                                  const lc::FileTransfer& transfer);
+
+  // --- Carrying what belongs to a loop (LCFileIndexingCarry.cpp) ---
+  // Takes out a loop whose file is known under a new id, after everything that is not read from the file went over to
+  // the row of `toLoopId`: the user's marks, packages, loudness, meta infos. What the new row has already wins; it is a
+  // favourite when either was. Loudness stays behind when the length has changed, for then it was measured on other
+  // audio. Writes within the caller's transaction; false when there is no such new row or a statement fails. A separate
+  // loudness file is left alone.
+  bool carryLoopWithId(int64_t loopId, int64_t toLoopId);
+  bool carryLoopsWithIds(std::span<const LCLoopCarry> carries);  // quicker for many, as above
+
+  // --- The end of a run (LCFileIndexingFinish.cpp) ---
+  void finishIndexingInBlock(bool inBlock);  // all of the next three, with its own BEGIN and COMMIT when `inBlock`
+  void addSpecialCategoriesKeywords();       // loops with a keyword of a group get the group's
+  void createOptimizationTables();           // the loops of each keyword, and how many
+  void removeEmptyCrates();
+
+  // --- The database as a whole (LCFileIndexing.cpp) ---
   void setIndexFileSchemaVersion(int64_t schemaVersion, const std::optional<std::string>& appIdentifier = std::nullopt);
   void setLastExtraKeywordId(int64_t keywordId);
   bool replaceAbsolutePath(const std::string& oldPrefix, const std::string& newPrefix);
   void deleteLocalization();
   bool localizeLoopNamesForLocalIdentifier(const std::string& localeIdentifier);
   void fixTypos();
-
   bool executeStatementWithNoReturnValue(const std::string& sql);
   bool executeStatementWithGenericReturnValue(const std::string& sql, LCResultDictionary* result);
-  sqlite3* sqlite3Connection() const { return m_sqlite.get(); }  // borrowed
 
+  // --- The whole process (LCFileIndexing.cpp) ---
   static void startMultipleIndexRuns();
   static void endMultipleIndexRuns(LCFileIndexing& indexer);
   static void abortIndexingForTermination();  // from any thread; never cleared
@@ -107,13 +148,6 @@ class LCFileIndexing {
   static bool isFileIndexable(const vesk::URL& url);
   static bool anyNonVireoLoopsAudioFilesForURLs(std::span<const vesk::URL> urls);
   static void setErrorLoggingEnabled(bool enabled);
-
-  // The write path of one loop.
-  void addSpecialCategoriesKeywords();
-  void createOptimizationTables();
-  void removeEmptyCrates();
-  int32_t keywordCategoryForKeyword(const std::string& keyword);
-  void updateKeywordCache();
 
  private:
   LCFileIndexing(LCConnection connection, int64_t schemaVersion);
@@ -128,6 +162,8 @@ class LCFileIndexing {
                                        bool move);
   bool addFolder(const vesk::URL& folderURL, const std::string& resolvedFolder, Run& run);  // false after an abort
   void addSubpath(const vesk::URL& folderURL, const std::string& subpath, Run& run);
+  lc::FileTransferResult writeAndTransfer(const LCFileData& fileData, const std::optional<std::string>& toCrateId,
+                                          const lc::FileTransfer& transfer);
   bool addRelations(const LCFileData& fileData, const std::optional<std::string>& crateId);
   bool addTagging(int64_t loopId, const std::string& keyword);
   std::optional<int64_t> idOfKeyword(const std::string& keyword);  // entered when it is new; nullopt when that failed

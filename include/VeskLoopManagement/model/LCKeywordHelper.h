@@ -1,6 +1,6 @@
 // The keyword taxonomy, process-wide, and the keywords in a loop file's path.
-// Every class operation builds the tables on first use, once and thread-safely; lookups afterwards are plain reads.
-// setKeywordId() is the only one that changes them and must not run beside lookups.
+// Every class operation builds the tables on first use, once and thread-safely. Class operations may run on any threads
+// at once, learning and looking up among them; lookups never wait. What a reference leads to never changes.
 #pragma once
 
 #include <cstdint>
@@ -31,6 +31,17 @@ struct LCKeywordGroup {
   vesk::StringSet members;
 };
 
+namespace lc {
+
+// A keyword met outside the dictionary.
+struct LearnedKeyword {
+  int64_t keywordId = 0;
+  int64_t categoryId = 0;
+  std::string name;
+};
+
+}  // namespace lc
+
 extern const int64_t kExtraKeywordsEndIndex;  // 1017, the last built-in keyword id
 
 class LCKeywordHelper {
@@ -40,6 +51,8 @@ class LCKeywordHelper {
   static int32_t keywordCategoryForKeyword(std::string_view keyword);             // 0 when unknown
   // Registers a keyword met outside the dictionary. Ignored when the id is below 1 or the keyword is nullopt.
   static void setKeywordId(int64_t keywordId, int64_t categoryId, const std::optional<std::string>& keyword);
+  // The same for many, in one step that costs as much as one by itself; those with an id below 1 are passed over.
+  static void learnKeywords(std::span<const lc::LearnedKeyword> keywords);
   // The loops-table column that holds the keyword's id; nullopt for "Acoustic", "Electric" and unknown keywords.
   static std::optional<std::string> columnNameForKeyword(std::string_view keyword);
   static const vesk::StringSet& allKeywords();
@@ -55,7 +68,7 @@ class LCKeywordHelper {
   static bool createKeywordFile(const std::string& path);
   static void loadSearchKeyTranslation();
   // Replaces the search-key translation by `xml`, a property list of strings to strings or arrays of strings; ""
-  // empties it. For hosts with words of their own and for tests; must not run beside lookups.
+  // empties it. For hosts with words of their own and for tests.
   static void setSearchKeyTranslation(std::string_view xml);
 
   // An instance holds the tags found in one path.

@@ -47,6 +47,13 @@ struct LCLoopFamilyMember {
   bool operator==(const LCLoopFamilyMember&) const = default;
 };
 
+// A family of the current result, folded to its first row.
+struct LCFoldedFamily {
+  int64_t firstRow = 0;     // row index, from 0
+  int64_t memberCount = 0;  // loops of the family in the result; 1 for a loop that stands alone
+  bool operator==(const LCFoldedFamily&) const = default;
+};
+
 // Why a search failed: SQLite's result code and its words. The result is then empty or not to be trusted.
 struct LCSearchFailure {
   int status = 0;
@@ -201,6 +208,12 @@ class LCSearchEngine {
   std::optional<std::vector<LCLoopFamilyMember>> loopFamilyForLoopId(int64_t loopId,
                                                                      const std::optional<std::string>& fileName,
                                                                      int64_t key) const;
+
+  // The whole current result, each family folded to one entry, in the order of their first rows. Of one family are the
+  // loops whose file names, as their URLs have them, are equal without extension and variant number, ignoring case; a
+  // name that is nothing but a number, and a row whose text is no URL, stands alone. A loop that is in the result
+  // twice counts once. Empty without a result, and when it cannot be read.
+  std::vector<LCFoldedFamily> foldedFamilies() const;
 
   // --- Lookups (LCSearchEngineLookups.cpp). The search settings have no say here. ---
   std::map<std::string, std::string> resultDictForLoopId(int64_t loopId) const;  // column → text; empty when unknown

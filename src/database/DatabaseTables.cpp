@@ -1,13 +1,16 @@
+#include "database/DatabaseTables.h"
+
 #include "database/LCTransaction.h"
+#include "database/StatementRunner.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
-#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 #include "VeskLoopManagement/database/LCStatement.h"
 #include "VeskLoopManagement/resources/LCCompiledResources.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
-
-// The side of LCSQLiteUtilities that creates, fills, drops and extends tables.
+#include <set>
+#include <vector>
 
 namespace {
 
@@ -15,28 +18,38 @@ constexpr int64_t kKSLoopTypeCreatedSchemaVersion = kDefaultDatabaseSchemaVersio
 
 std::atomic<unsigned char> s_chineseTranscriptEnabled = 0;
 
+// --- Tables
+
 bool execute(sqlite3* connection, const std::string& sql) {
-  return LCSQLiteUtilities(connection).executeStatementWithNoReturnValue(sql);
+  return lc::runner::succeeds(connection, sql);
 }
 
 bool createTable(sqlite3* connection, const std::string& format, const std::string& name) {
   return execute(connection, lc::sqlFormat(format, {"", name}));
 }
 
-bool extendLoops(sqlite3* connection, const std::string& column, const std::string& type) {
-  return LCSQLiteUtilities::extendTable(kDefaultLoopsTablename, std::nullopt, column, type, connection);
+struct Column {
+  const std::string& name;
+  const char* type;
+};
+
+// The columns that came to the loops table after its first layout.
+std::vector<Column> lateColumns(int64_t schemaVersion) {
+  std::vector<Column> columns = {{kLoopsContentIdentifierColumn, "TEXT"}};
+  if (lc::tables::isChineseTranscriptEnabled()) columns.push_back({kLoopsChineseTranscriptColumn, "TEXT"});
+  if (schemaVersion >= kKSLoopTypeCreatedSchemaVersion) {
+    columns.push_back({kLoopsPatchInfoColumn, "INTEGER"});
+    columns.push_back({kLoopsKSLoopTypeColumn, "INTEGER"});
+  }
+  return columns;
 }
 
 bool createLoopsTable(sqlite3* connection, int64_t schemaVersion) {
-  if (!createTable(connection, kCreateLoopsTableFormatString, kDefaultLoopsTablename)) return false;
-  if (!extendLoops(connection, kLoopsContentIdentifierColumn, "TEXT")) return false;
-  if (LCSQLiteUtilities::isChineseTranscriptEnabled() &&
-      !extendLoops(connection, kLoopsChineseTranscriptColumn, "TEXT")) {
-    return false;
-  }
-  if (schemaVersion < kKSLoopTypeCreatedSchemaVersion) return true;
-  return extendLoops(connection, kLoopsPatchInfoColumn, "INTEGER") &&
-         extendLoops(connection, kLoopsKSLoopTypeColumn, "INTEGER");
+  const std::vector<Column> columns = lateColumns(schemaVersion);
+  return createTable(connection, kCreateLoopsTableFormatString, kDefaultLoopsTablename) &&
+         std::all_of(columns.begin(), columns.end(), [connection](const Column& column) {
+           return lc::tables::extend(kDefaultLoopsTablename, std::nullopt, column.name, column.type, connection);
+         });
 }
 
 bool createRelationTables(sqlite3* connection) {
@@ -45,6 +58,8 @@ bool createRelationTables(sqlite3* connection) {
          createTable(connection, kCreateCrateTableString, kDefaultCratesTableName) &&
          createTable(connection, kCreateCrateRelationTableString, kDefaultCrateLoopRelationTablename);
 }
+
+// --- Built-in keywords
 
 struct KeywordRow {
   int64_t id;
@@ -91,11 +106,12 @@ const std::vector<KeywordRow>& builtInKeywords() {
   return rows;
 }
 
+// None when they cannot be read: then every insert decides for itself.
 std::set<int64_t> keywordIds(sqlite3* connection) {
   std::set<int64_t> ids;
   LCStatement statement(connection, "SELECT id FROM Keywords;");
   while (statement.step()) ids.insert(statement.int64At(0));
-  return ids;
+  return statement.succeeded() ? ids : std::set<int64_t>();
 }
 
 // The rows that INSERT OR IGNORE would not ignore: ids are all that is unique in the table.
@@ -111,69 +127,112 @@ std::string insertKeywordSQL(const KeywordRow& row) {
                        {std::to_string(row.id), lc::sqlDoubleQuoteEscaped(row.name), std::to_string(row.category)});
 }
 
-// A database that has its keywords already is only read here: opening one must not wait for another's indexing run. The
-// first failure ends the filling, for while the database is locked every further row would wait for the whole busy
+// The first failure ends the filling, for while the database is locked every further row would wait for the whole busy
 // time-out.
-void insertMissingKeywords(sqlite3* connection) {
-  for (const KeywordRow& row : missingKeywords(connection)) {
+void insertKeywords(sqlite3* connection, const std::vector<KeywordRow>& rows) {
+  for (const KeywordRow& row : rows) {
     if (!execute(connection, insertKeywordSQL(row))) return;
   }
 }
+
+// --- All of them
 
 bool createAllTables(sqlite3* connection, int64_t schemaVersion) {
   const bool isLoopsUsable = createLoopsTable(connection, schemaVersion) && createRelationTables(connection);
   execute(connection, kCreateKeywordDistriubtionTableString);
   execute(connection, kCreateDatabaseMigrationInfosTableString);
   if (!isLoopsUsable || !createTable(connection, kCreateKeywordTableString, kDefaultKeywordsTablename)) return false;
-  insertMissingKeywords(connection);
+  insertKeywords(connection, missingKeywords(connection));
   return execute(connection, kCreateUserDataTableString);
+}
+
+// The name in "CREATE … IF NOT EXISTS name …".
+std::string createdName(std::string_view statement) {
+  constexpr std::string_view kBeforeName = "EXISTS ";
+  const size_t begin = statement.find(kBeforeName) + kBeforeName.size();
+  return std::string(statement.substr(begin, statement.find_first_of(" (", begin) - begin));
+}
+
+std::set<std::string> neededNames() {
+  std::set<std::string> names = {kDefaultLoopsTablename,    kDefaultTaggingTablename,
+                                 kDefaultKeywordsTablename, kDefaultLoopsKeywordsTablename,
+                                 kDefaultCratesTableName,   kDefaultCrateLoopRelationTablename};
+  for (const std::string& statement : {kCreateKeywordDistriubtionTableString, kCreateDatabaseMigrationInfosTableString,
+                                       kCreateUserDataTableString, kCreateLoopsIndexString}) {
+    names.insert(createdName(statement));
+  }
+  for (const std::string& trigger : kCreateLoopsTriggerStrings) names.insert(createdName(trigger));
+  return names;
+}
+
+bool hasAllNames(sqlite3* connection) {
+  std::set<std::string> missing = neededNames();
+  LCStatement names(connection, "SELECT name FROM sqlite_master;");
+  while (names.step()) missing.erase(names.textAt(0));
+  return names.succeeded() && missing.empty();
+}
+
+// Reads only.
+bool isComplete(sqlite3* connection, int64_t schemaVersion) {
+  const std::vector<Column> columns = lateColumns(schemaVersion);
+  return hasAllNames(connection) && missingKeywords(connection).empty() &&
+         std::all_of(columns.begin(), columns.end(), [connection](const Column& column) {
+           return lc::tables::hasColumn(column.name, kDefaultLoopsTablename, std::nullopt, connection);
+         });
 }
 
 }  // namespace
 
-// One transaction, so that a new database is written to disk once. What could be created is kept when the rest fails.
-bool LCSQLiteUtilities::generateDatabaseTablesForSQLite(sqlite3* connection, int64_t schemaVersion) {
+namespace lc::tables {
+
+// One transaction, so that a new database is written to disk once. It begins with writing: one that had read before
+// could not wait when another connection writes, and everything that is missing would stay so.
+bool generate(sqlite3* connection, int64_t schemaVersion) {
   if (connection == nullptr) return false;
-  LCTransaction transaction{connection};
-  const bool isComplete = createAllTables(connection, schemaVersion);
-  addLoopsBundleReplacementTriggerForSQLite(connection);
-  createIndicesForSQLite(connection);
-  return transaction.commit() && isComplete;
+  if (isComplete(connection, schemaVersion)) return true;
+  LCTransaction transaction{connection, LCTransaction::Begin::immediately};
+  if (!transaction.isOpen()) return false;
+  const bool hasAllTables = createAllTables(connection, schemaVersion);
+  addTriggers(connection);
+  createIndex(connection);
+  return transaction.commit() && hasAllTables;
 }
 
-bool LCSQLiteUtilities::dropDatabaseTablesForSQLite(sqlite3* connection) {
-  for (const std::string& table :
-       {kDefaultLoopsTablename, kDefaultTaggingTablename, kDefaultLoopsKeywordsTablename, kDefaultCratesTableName,
-        kDefaultCrateLoopRelationTablename, kDefaultKeywordsTablename}) {
-    if (!execute(connection, lc::sqlFormat("DROP TABLE IF EXISTS %@;", {table}))) return false;
-  }
-  return true;
+bool drop(sqlite3* connection) {
+  const std::string tables[] = {
+      kDefaultLoopsTablename,  kDefaultTaggingTablename,           kDefaultLoopsKeywordsTablename,
+      kDefaultCratesTableName, kDefaultCrateLoopRelationTablename, kDefaultKeywordsTablename};
+  return std::all_of(std::begin(tables), std::end(tables), [connection](const std::string& table) {
+    return execute(connection, lc::sqlFormat("DROP TABLE IF EXISTS %@;", {table}));
+  });
 }
 
-void LCSQLiteUtilities::fillKeywordsTableForSQLite(sqlite3* connection) {
+// What is missing is found out before the transaction, whose first statement writes and so waits for other writing.
+void fillKeywords(sqlite3* connection) {
+  const std::vector<KeywordRow> rows = missingKeywords(connection);
+  if (rows.empty()) return;
   LCTransaction transaction{connection};
-  insertMissingKeywords(connection);
+  insertKeywords(connection, rows);
   static_cast<void>(transaction.commit());
 }
 
-void LCSQLiteUtilities::addLoopsBundleReplacementTriggerForSQLite(sqlite3* connection) {
+void addTriggers(sqlite3* connection) {
   for (const std::string& trigger : kCreateLoopsTriggerStrings) LCStatement(connection, trigger).run();
 }
 
-bool LCSQLiteUtilities::createIndicesForSQLite(sqlite3* connection) {
+bool createIndex(sqlite3* connection) {
   return LCStatement(connection, kCreateLoopsIndexString).run();
 }
 
 // An unreadable schema counts as "present", so that callers do not recreate tables in a database that they cannot read.
-bool LCSQLiteUtilities::isTableWithName(const std::string& table, const std::optional<std::string>& database,
-                                        sqlite3* connection) {
+bool hasTable(const std::string& table, const std::optional<std::string>& database, sqlite3* connection) {
   if (connection == nullptr || table.empty()) return false;
   LCStatement statement(connection, lc::sqlFormat("PRAGMA %@.table_info(%@);", {database.value_or("main"), table}));
   return !statement.isPrepared() || statement.step();
 }
 
-bool LCSQLiteUtilities::isColumnAvailableWithName(const std::string& column, const std::string& table,
-                                                  const std::optional<std::string>& database, sqlite3* connection) {
+bool hasColumn(const std::string& column, const std::string& table, const std::optional<std::string>& database,
+               sqlite3* connection) {
   if (connection == nullptr || table.empty() || column.empty()) return false;
   LCStatement statement(connection,
                         lc::sqlFormat("SELECT * FROM %@.pragma_table_info('%@') WHERE name='%@';",
@@ -182,8 +241,8 @@ bool LCSQLiteUtilities::isColumnAvailableWithName(const std::string& column, con
 }
 
 // A statement that does not compile counts as success, so that callers go on with their next step.
-bool LCSQLiteUtilities::extendTable(const std::string& table, const std::optional<std::string>& database,
-                                    const std::string& column, const std::string& type, sqlite3* connection) {
+bool extend(const std::string& table, const std::optional<std::string>& database, const std::string& column,
+            const std::string& type, sqlite3* connection) {
   if (connection == nullptr || table.empty() || column.empty()) return false;
   const std::string databaseName = database.value_or("main");
   {
@@ -193,16 +252,19 @@ bool LCSQLiteUtilities::extendTable(const std::string& table, const std::optiona
     while (columns.step()) {
       if (columns.textAt(kNameColumn) == column) return true;
     }
+    if (!columns.succeeded()) return false;
   }
   LCStatement alter(connection,
                     lc::sqlFormat("ALTER TABLE %@.%@ ADD COLUMN %@ %@;", {databaseName, table, column, type}));
   return !alter.isPrepared() || alter.run();
 }
 
-void LCSQLiteUtilities::setChineseTranscriptEnabled(bool enabled) {
+void setChineseTranscriptEnabled(bool enabled) {
   s_chineseTranscriptEnabled = enabled ? 1 : 0;
 }
 
-bool LCSQLiteUtilities::isChineseTranscriptEnabled() {
+bool isChineseTranscriptEnabled() {
   return s_chineseTranscriptEnabled != 0;
 }
+
+}  // namespace lc::tables

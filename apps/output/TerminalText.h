@@ -7,6 +7,8 @@
 
 // Control characters replaced by U+FFFD, so that a file's name cannot steer the terminal.
 std::string printable(std::string_view text);
+// The same with line ends left in place.
+std::string printableLines(std::string_view text);
 // Only tabs, line ends and other control characters replaced by U+FFFD, everything else as it is, ill-formed bytes,
 // too: for a field of a line that a script reads.
 std::string onOneLine(std::string_view text);
@@ -17,5 +19,3 @@ std::string cutToWidth(std::string_view text, size_t width);
 // Cut or filled with blanks to exactly `width` columns.
 std::string paddedToWidth(std::string_view text, size_t width);
 std::string paddedLeftToWidth(std::string_view text, size_t width);
-// Columns of the terminal behind `descriptor`; 80 when it does not say.
-size_t terminalWidth(int descriptor);

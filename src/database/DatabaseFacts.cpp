@@ -1,10 +1,10 @@
+#include "database/DatabaseFacts.h"
+
+#include "database/StatementRunner.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
-#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 #include "VeskLoopManagement/database/LCStatement.h"
 
 #include <limits>
-
-// The side of LCSQLiteUtilities that keeps facts about a database in its table DatabaseMigrationInfos, a row each.
 
 namespace {
 
@@ -38,25 +38,22 @@ bool insertOrUpdateInteger(sqlite3* connection, const char* selectSQL, const cha
 
 }  // namespace
 
-int64_t LCSQLiteUtilities::databaseSchemaVersionForSQLite(sqlite3* connection) {
+namespace lc::facts {
+
+int64_t schemaVersion(sqlite3* connection) {
   LCStatement statement(connection,
                         "SELECT integerValue from DatabaseMigrationInfos WHERE key == 'DATABASE_SCHEMA_VERSION'");
   return statement.step() ? statement.int64At(0) : -1;
 }
 
-bool LCSQLiteUtilities::setDatabaseSchemaVersion(int64_t schemaVersion, sqlite3* connection) {
+bool setSchemaVersion(int64_t schemaVersion, sqlite3* connection) {
   return insertOrUpdateInteger(
       connection, "SELECT id, integerValue from DatabaseMigrationInfos WHERE key == 'DATABASE_SCHEMA_VERSION'",
       "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, integerValue) VALUES ('DATABASE_SCHEMA_VERSION', ?);",
       schemaVersion);
 }
 
-int64_t LCSQLiteUtilities::lastExtraKeywordIdForSQLite(sqlite3* connection) {
-  return lastExtraKeywordIdFromDatabaseName(std::nullopt, connection);
-}
-
-int64_t LCSQLiteUtilities::lastExtraKeywordIdFromDatabaseName(const std::optional<std::string>& database,
-                                                              sqlite3* connection) {
+int64_t lastExtraKeywordId(const std::optional<std::string>& database, sqlite3* connection) {
   if (connection == nullptr) return -1;
   LCStatement statement(
       connection,
@@ -65,24 +62,23 @@ int64_t LCSQLiteUtilities::lastExtraKeywordIdFromDatabaseName(const std::optiona
   return statement.step() ? statement.int64At(0) : std::numeric_limits<int64_t>::max();
 }
 
-bool LCSQLiteUtilities::setLastExtraKeywordId(int64_t keywordId, sqlite3* connection) {
+bool setLastExtraKeywordId(int64_t keywordId, sqlite3* connection) {
   return insertOrUpdateInteger(
       connection, "SELECT id, integerValue from DatabaseMigrationInfos WHERE key == 'LAST_EXTRA_KEYWORD_ID'",
       "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, integerValue) VALUES ('LAST_EXTRA_KEYWORD_ID', ?);",
       keywordId);
 }
 
-std::optional<std::string> LCSQLiteUtilities::indexingAppIdentifierForSQLite(sqlite3* connection) {
+std::optional<std::string> indexingAppIdentifier(sqlite3* connection) {
   LCStatement statement(connection,
                         "SELECT textValue from DatabaseMigrationInfos WHERE key == 'INDEXING_APP_IDENTIFIER'");
   if (!statement.step() || statement.isNull(0)) return std::nullopt;
   return statement.textAt(0);
 }
 
-bool LCSQLiteUtilities::setIndexingAppIdentifier(const std::optional<std::string>& identifier, sqlite3* connection) {
+bool setIndexingAppIdentifier(const std::optional<std::string>& identifier, sqlite3* connection) {
   if (connection == nullptr || !identifier || identifier->empty()) return false;
-  LCSQLiteUtilities(connection)
-      .executeStatementWithNoReturnValue("DELETE FROM DatabaseMigrationInfos WHERE key == 'INDEXING_APP_IDENTIFIER';");
+  runner::succeeds(connection, "DELETE FROM DatabaseMigrationInfos WHERE key == 'INDEXING_APP_IDENTIFIER';");
   LCStatement insert(
       connection,
       "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, textValue) VALUES ('INDEXING_APP_IDENTIFIER', ?);");
@@ -90,3 +86,5 @@ bool LCSQLiteUtilities::setIndexingAppIdentifier(const std::optional<std::string
   insert.run();
   return insert.isPrepared();  // whatever the row's own writing gave
 }
+
+}  // namespace lc::facts

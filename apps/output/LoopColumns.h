@@ -2,7 +2,7 @@
 // list of columns, and every value from the loop's JSON, so that all three say the same.
 #pragma once
 
-#include "LoopRows.h"
+#include "LoopRow.h"
 
 #include <string>
 #include <string_view>

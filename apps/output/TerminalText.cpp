@@ -1,6 +1,5 @@
 #include "TerminalText.h"
 
-#include <sys/ioctl.h>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
@@ -9,6 +8,7 @@
 namespace {
 
 constexpr UChar32 kReplacement = 0xFFFD;
+constexpr UChar32 kNone = -1;  // no code point
 constexpr std::string_view kEllipsis = "…";
 
 // The code point at `offset`, which moves behind it.
@@ -33,6 +33,15 @@ bool isControl(UChar32 codePoint) {
   const auto category = u_charType(codePoint);
   return category == U_CONTROL_CHAR || category == U_FORMAT_CHAR || category == U_LINE_SEPARATOR ||
          category == U_PARAGRAPH_SEPARATOR;
+}
+
+std::string withoutControls(std::string_view text, UChar32 spared) {
+  std::string result;
+  for (size_t offset = 0; offset < text.size();) {
+    const UChar32 codePoint = nextCodePoint(text, offset);
+    append(result, isControl(codePoint) && codePoint != spared ? kReplacement : codePoint);
+  }
+  return result;
 }
 
 size_t columnsOf(UChar32 codePoint) {
@@ -63,12 +72,11 @@ std::string_view endOfWidth(std::string_view text, size_t width) {
 }  // namespace
 
 std::string printable(std::string_view text) {
-  std::string result;
-  for (size_t offset = 0; offset < text.size();) {
-    const UChar32 codePoint = nextCodePoint(text, offset);
-    append(result, isControl(codePoint) ? kReplacement : codePoint);
-  }
-  return result;
+  return withoutControls(text, kNone);
+}
+
+std::string printableLines(std::string_view text) {
+  return withoutControls(text, '\n');
 }
 
 std::string onOneLine(std::string_view text) {
@@ -109,10 +117,4 @@ std::string paddedToWidth(std::string_view text, size_t width) {
 std::string paddedLeftToWidth(std::string_view text, size_t width) {
   const std::string cut = cutToWidth(text, width);
   return std::string(width - displayWidth(cut), ' ') + cut;
-}
-
-size_t terminalWidth(int descriptor) {
-  winsize size{};
-  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
-  return size.ws_col;
 }

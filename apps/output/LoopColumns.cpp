@@ -1,13 +1,12 @@
 #include "LoopColumns.h"
 
 #include "Failure.h"
-#include "JSON.h"
+#include "LoopJSON.h"
 #include "Output.h"
 #include "TerminalText.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 
@@ -53,7 +52,7 @@ constexpr size_t kNarrowestShare = 20;
 
 // The loop's JSON with what reads better as text put in its place.
 JSON shownFields(const LoopRow& row, Reader reader) {
-  JSON fields = jsonOfRow(row);
+  JSON fields = jsonOfLoop(row);
   fields["fileName"] = row.fileName;  // JSON is never made of these bytes, so they may be ill-formed
   fields["path"] = pathOfURLText(row.urlText);
   if (fields.contains("subInstrument")) fields["instrument"] = fields["subInstrument"];
@@ -144,7 +143,7 @@ std::string tabSeparated(const LoopColumns& columns, const LoopRow& row) {
 }
 
 LoopTable::LoopTable(Output& output, LoopColumns columns) : m_output(output), m_columns(std::move(columns)) {
-  const size_t width = terminalWidth(STDOUT_FILENO);
+  const size_t width = output.resultTraits().columns;
   if (m_columns.empty()) m_columns = usualColumns(width);
   m_sharedWidth = sharedWidth(m_columns, width);
 }

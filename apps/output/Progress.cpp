@@ -5,7 +5,6 @@
 #include "TerminalText.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 
@@ -35,21 +34,21 @@ std::string clockText(int64_t seconds) {
 
 }  // namespace
 
-Progress::Style Progress::styleFor(const GlobalOptions& options) {
-  switch (options.progress) {
+Progress::Style Progress::styleFor(const Output& output) {
+  switch (output.options().progress) {
     case ProgressStyle::json:
       return Style::json;
     case ProgressStyle::never:
       return Style::none;
     case ProgressStyle::always:
-      return isatty(STDERR_FILENO) ? Style::statusLine : Style::lines;
+      return output.messageTraits().isTerminal ? Style::statusLine : Style::lines;
     case ProgressStyle::automatic:
       break;
   }
-  return !options.quiet && isWantedOn(STDERR_FILENO, When::automatic) ? Style::statusLine : Style::none;
+  return !output.options().quiet && output.messageTraits().isDecorated ? Style::statusLine : Style::none;
 }
 
-Progress::Progress(Context& context) : m_context(context), m_style(styleFor(context.options)) {}
+Progress::Progress(Output& output) : m_output(output), m_style(styleFor(output)) {}
 
 void Progress::begin(std::string_view phase, std::optional<int64_t> total) {
   m_phase = phase;
@@ -73,22 +72,21 @@ void Progress::step(int64_t done, std::string_view path) {
 void Progress::end() {
   const bool isWorkItself = m_phase == "index" || m_phase == "remove";
   if (isShown() && isWorkItself && !m_isCurrentShown) show();
-  m_context.output.setStatusLine({});
+  m_output.setStatusLine({});
 }
 
 void Progress::show() {
   m_lastShown = Clock::now();
   m_isCurrentShown = true;
-  Output& output = m_context.output;
   if (m_style == Style::statusLine) {
-    output.setStatusLine(cutToWidth(line(), terminalWidth(STDERR_FILENO) - 1));
+    m_output.setStatusLine(cutToWidth(line(), m_output.messageTraits().columns - 1));
   } else if (m_style == Style::lines) {
-    output.plainLine(line());
+    m_output.plainLine(line());
   } else if (m_style == Style::json) {
     JSON event = {{"event", "progress"}, {"phase", m_phase}, {"done", m_done}};
     if (m_total) event["total"] = *m_total;
     if (!m_path.empty()) event["path"] = m_path;
-    output.eventLine(event);
+    m_output.eventLine(event);
   }
 }
 

@@ -1,11 +1,11 @@
 #include "Output.h"
 
+#include "English.h"
+#include "TerminalText.h"
+
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -17,13 +17,8 @@ constexpr std::string_view kFaint = "\x1b[2m";
 constexpr std::string_view kPlain = "\x1b[0m";
 constexpr std::string_view kClearLine = "\r\x1b[K";
 
-void writeMessage(std::string_view text) {
-  if (!text.empty()) std::fwrite(text.data(), 1, text.size(), stderr);
-}
-
-bool hasValue(const char* variable) {
-  const char* value = std::getenv(variable);
-  return value != nullptr && *value != '\0';
+bool isWanted(When when, const StreamTraits& stream) {
+  return when == When::automatic ? stream.isDecorated : when == When::always;
 }
 
 JSON errorObject(const Failure& failure) {
@@ -40,39 +35,18 @@ std::string messageText(const Failure& failure) {
 
 std::string nextStepText(const Failure& failure) {
   if (failure.suggestions.empty()) return failure.nextStep;
-  std::string text = "Did you mean ";
-  for (size_t index = 0; index < failure.suggestions.size(); ++index) {
-    if (index > 0) text += index + 1 == failure.suggestions.size() ? " or " : ", ";
-    text += fmt::format("\"{}\"", failure.suggestions[index]);
-  }
-  text += "?";
+  const std::string text = fmt::format("Did you mean {}?", quotedChoices(failure.suggestions));
   return failure.nextStep.empty() ? text : text + " " + failure.nextStep;
 }
 
 }  // namespace
 
-bool isWantedOn(int descriptor, When when) {
-  if (when != When::automatic) return when == When::always;
-  const char* terminal = std::getenv("TERM");
-  const bool isDumb = terminal != nullptr && std::string_view(terminal) == "dumb";
-  return isatty(descriptor) && !hasValue("NO_COLOR") && !isDumb;
-}
-
-std::string compactJSON(const JSON& value) {
-  return value.dump(-1, ' ', false, JSON::error_handler_t::replace);
-}
-
-Output::Output(const GlobalOptions& options)
-    : m_options(options),
-      m_resultIsOnTerminal(isatty(STDOUT_FILENO)),
-      m_colorsResult(isWantedOn(STDOUT_FILENO, options.color)),
-      m_colorsMessages(isWantedOn(STDERR_FILENO, options.color)) {}
-
-void Output::writeResult(std::string_view text) {
-  if (text.empty() || m_writeError != 0) return;
-  errno = 0;
-  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) m_writeError = errno;
-}
+Output::Output(Sink& sink, const OutputOptions& options)
+    : m_sink(sink),
+      m_options(options),
+      m_resultIsOnTerminal(sink.resultTraits().isTerminal),
+      m_colorsResult(isWanted(options.color, sink.resultTraits())),
+      m_colorsMessages(isWanted(options.color, sink.messageTraits())) {}
 
 // --- Results as text ---
 
@@ -84,7 +58,7 @@ void Output::text(std::string_view line) {
 void Output::rawText(std::string_view text) {
   if (!isText()) return;
   setStatusLine({});
-  writeResult(text);
+  m_sink.writeResult(text);
 }
 
 std::string Output::emphasized(std::string_view text) const {
@@ -99,8 +73,8 @@ std::string Output::faint(std::string_view text) const {
 
 void Output::beginDocument(std::string_view schema, Summary summary) {
   m_summary = summary;
-  m_documentIsOpen = !isText();
-  if (m_options.format == ResultFormat::json) writeResult("{");
+  m_document = Document::open;
+  if (m_options.format == ResultFormat::json) m_sink.writeResult("{");
   field("schema", schema);
 }
 
@@ -108,7 +82,7 @@ void Output::field(std::string_view name, JSON value) {
   if (m_options.format == ResultFormat::jsonLines) m_lastLine[std::string(name)] = std::move(value);
   if (m_options.format != ResultFormat::json) return;
   writeName(name);
-  writeResult(compactJSON(value));
+  m_sink.writeResult(compactJSON(value));
 }
 
 void Output::beginList(std::string_view name) {
@@ -116,46 +90,62 @@ void Output::beginList(std::string_view name) {
   m_listNeedsComma = false;
   if (m_options.format != ResultFormat::json) return;
   writeName(name);
-  writeResult("[");
+  m_sink.writeResult("[");
 }
 
-void Output::item(const JSON& value) {
+void Output::item(const JSON& value, std::string_view nameAsLine) {
   if (isText()) return;
-  const bool isLine = m_options.format == ResultFormat::jsonLines;
-  if (!isLine && m_listNeedsComma) writeResult(",");
+  if (m_options.format == ResultFormat::jsonLines) {
+    m_sink.writeResult(compactJSON(nameAsLine.empty() ? value : JSON{{nameAsLine, value}}) + "\n");
+    return;
+  }
+  if (m_listNeedsComma) m_sink.writeResult(",");
   m_listNeedsComma = true;
-  writeResult(compactJSON(value));
-  if (isLine) writeResult("\n");
+  m_sink.writeResult(compactJSON(value));
 }
 
 void Output::endList() {
-  if (m_options.format == ResultFormat::json) writeResult("]");
+  if (m_options.format == ResultFormat::json) m_sink.writeResult("]");
   m_listIsOpen = false;
 }
 
 void Output::endDocument() {
-  if (m_options.format == ResultFormat::json) writeResult("}\n");
+  if (m_options.format == ResultFormat::json) m_sink.writeResult("}\n");
   if (m_options.format == ResultFormat::jsonLines && m_summary == Summary::alsoAsLastLine) {
-    writeResult(compactJSON(m_lastLine) + "\n");
+    m_sink.writeResult(compactJSON(m_lastLine) + "\n");
   }
-  m_documentIsOpen = false;
+  m_document = Document::complete;
+}
+
+// Lines of JSON end with the error: in the summary where there is one, else by itself.
+void Output::failDocument(const JSON& error) {
+  const bool isLines = m_options.format == ResultFormat::jsonLines;
+  if (m_document == Document::open && !(isLines && m_summary == Summary::inDocumentOnly)) {
+    if (m_listIsOpen) endList();
+    field("error", error);
+    endDocument();
+  } else if (m_document == Document::none || isLines) {
+    m_sink.writeResult(compactJSON({{"error", error}}) + "\n");
+    m_document = Document::complete;
+  }
 }
 
 void Output::writeName(std::string_view name) {
-  if (m_needsComma) writeResult(",");
+  if (m_needsComma) m_sink.writeResult(",");
   m_needsComma = true;
-  writeResult(compactJSON(JSON(name)) + ":");
+  m_sink.writeResult(compactJSON(JSON(name)) + ":");
 }
 
 // --- Messages ---
 
 void Output::message(std::string_view label, std::string_view color, std::string_view text, std::string_view nextStep) {
   setStatusLine({});
+  std::string lines(text);
+  if (!nextStep.empty()) lines.append("\n  ").append(nextStep);
+  if (messageTraits().isTerminal) lines = printableLines(lines);
   const std::string shownLabel =
       m_colorsMessages ? fmt::format("{}{}:{}", color, label, kPlain) : fmt::format("{}:", label);
-  std::string lines = fmt::format("veskloops: {} {}\n", shownLabel, text);
-  if (!nextStep.empty()) lines += fmt::format("  {}\n", nextStep);
-  writeMessage(lines);
+  m_sink.writeMessage(fmt::format("veskloops: {} {}\n", shownLabel, lines));
 }
 
 void Output::error(std::string_view text, std::string_view nextStep) {
@@ -177,49 +167,35 @@ void Output::eventLine(const JSON& event) {
   plainLine(compactJSON(event));
 }
 void Output::plainLine(std::string_view line) {
-  writeMessage(std::string(line) + "\n");
+  m_sink.writeMessage(std::string(line) + "\n");
 }
 
 void Output::setStatusLine(std::string_view line) {
   if (line.empty() && !m_hasStatusLine) return;
   m_hasStatusLine = !line.empty();
-  writeMessage(kClearLine);
-  writeMessage(line);
-  std::fflush(stderr);
+  m_sink.writeMessage(kClearLine);
+  m_sink.writeMessage(line);
 }
 
 int Output::fail(const Failure& failure) {
   error(messageText(failure), nextStepText(failure));
-  if (isText()) return failure.code;
-  if (m_listIsOpen) endList();
-  if (m_documentIsOpen) {
-    field("error", errorObject(failure));
-    endDocument();
-  } else {
-    writeResult(compactJSON({{"error", errorObject(failure)}}) + "\n");
-  }
+  if (!isText()) failDocument(errorObject(failure));
   return failure.code;
-}
-
-bool Output::canAsk() const {
-  return !m_options.noInput && isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
 }
 
 bool Output::confirm(std::string_view question) {
   if (!canAsk()) return false;
   setStatusLine({});
-  writeMessage(fmt::format("{} [y/N] ", question));
-  std::fflush(stderr);
-  char answer[16] = {};
-  if (std::fgets(answer, sizeof answer, stdin) == nullptr) return false;
-  return answer[0] == 'y' || answer[0] == 'Y';
+  m_sink.writeMessage(fmt::format("{} [y/N] ", printable(question)));
+  m_sink.flush();
+  const std::string answer = m_sink.readAnswer().value_or("");
+  return answer.starts_with('y') || answer.starts_with('Y');
 }
 
 int Output::finish(int code) {
   setStatusLine({});
-  if (m_writeError == 0 && std::fflush(stdout) != 0) m_writeError = errno;
-  if (m_writeError == 0) return code;
-  // A reader that had enough has closed the pipe on purpose.
-  if (m_writeError != EPIPE) error(fmt::format("the result could not be written: {}", std::strerror(m_writeError)));
+  m_sink.flush();
+  if (canWrite() || m_sink.error() == EPIPE) return code;
+  error(fmt::format("the result could not be written: {}", std::strerror(m_sink.error())));
   return code == kExitDone ? static_cast<int>(kExitFailed) : code;
 }

@@ -1,7 +1,9 @@
+#include "database/DatabaseRepairs.h"
+
 #include "database/LCTransaction.h"
+#include "database/StatementRunner.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
-#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 #include "VeskLoopManagement/database/LCStatement.h"
 #include "VeskLoopManagement/platform/Environment.h"
 #include "VeskLoopManagement/platform/URL.h"
@@ -13,43 +15,7 @@
 #include <chrono>
 #include <utility>
 
-// The side of LCSQLiteUtilities that looks for damage and repairs what older databases hold.
-
 namespace {
-
-// --- Damage ---
-
-bool insertCorruptFlag(sqlite3* connection) {
-  LCStatement insert(connection,
-                     "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, integerValue) "
-                     "VALUES ('DATABASE_IS_CORRUPT', ?);");
-  insert.bind(1, 1);
-  return insert.run();
-}
-
-// The marker has one name, whatever the database file is called.
-void writeCorruptMarkerFile(sqlite3* connection) {
-  const char* file = sqlite3_db_filename(connection, "main");
-  if (file == nullptr || *file == '\0') return;  // no file: a database in memory
-  const std::string folder = vesk::path::deletingLastComponent(file);
-  if (!vesk::path::isDirectory(folder)) return;
-  vesk::path::writeFileAtomically(vesk::path::appending(folder, kCorruptDatabaseFileIndicatorName), "1");
-}
-
-// Whether preparing and first stepping of `sql` show no sign of damage. A missing table is none.
-bool isReadable(sqlite3* connection, const char* sql) {
-  LCStatement statement(connection, sql);
-  if (statement.isPrepared()) statement.step();
-  return !LCSQLiteUtilities::isBadStatusCode(statement.lastStatus());
-}
-
-bool passesQuickCheck(sqlite3* connection) {
-  LCStatement statement(connection, "PRAGMA quick_check;");
-  while (statement.step()) {
-    if (statement.textAt(0) == "ok") return true;
-  }
-  return false;
-}
 
 // --- Paths ---
 
@@ -76,11 +42,10 @@ constexpr std::array<NameCorrection, 5> kNameCorrections = {{
 }};
 
 void correctName(sqlite3* connection, std::string_view wrong, std::string_view right) {
-  LCSQLiteUtilities utilities(connection);
-  utilities.executeStatementWithNoReturnValue(
-      lc::sqlFormat("UPDATE OR IGNORE Loops SET fileName = '%@.caf' WHERE fileName == '%@.caf'", {right, wrong}));
-  utilities.executeStatementWithNoReturnValue(
-      lc::sqlFormat("UPDATE OR IGNORE Loops SET fileName = '%@' WHERE fileName == '%@'", {right, wrong}));
+  for (const char* update : {"UPDATE OR IGNORE Loops SET fileName = '%@.caf' WHERE fileName == '%@.caf'",
+                             "UPDATE OR IGNORE Loops SET fileName = '%@' WHERE fileName == '%@'"}) {
+    lc::runner::succeeds(connection, lc::sqlFormat(update, {right, wrong}));
+  }
 }
 
 // --- Names ---
@@ -91,24 +56,48 @@ double secondsSince2001() {
   return Seconds(std::chrono::system_clock::now().time_since_epoch()).count() - kUnixTimeOf2001;
 }
 
-// Loop ids with the precomposed forms of those names that are not precomposed yet.
-std::vector<std::pair<int64_t, std::string>> namesToPrecompose(sqlite3* connection) {
-  std::vector<std::pair<int64_t, std::string>> names;
+using LoopNames = std::vector<std::pair<int64_t, std::string>>;
+
+// Loop ids with the precomposed forms of those names that are not precomposed yet; nullopt when the rows broke off.
+std::optional<LoopNames> namesToPrecompose(sqlite3* connection) {
+  LoopNames names;
   LCStatement statement(connection, "SELECT id, fileName FROM Loops;");
+  if (!statement.isPrepared()) return names;  // no table, no names
   while (statement.step()) {
     const std::string name = statement.textAt(1);
     std::string precomposed = vesk::text::precomposed(name);
     if (precomposed != name) names.emplace_back(statement.int64At(0), std::move(precomposed));
   }
+  if (!statement.succeeded()) return std::nullopt;
   return names;
 }
 
-void recordPrecomposedNames(sqlite3* connection) {
+bool arePrecomposedNamesRecorded(sqlite3* connection) {
+  return LCStatement(connection,
+                     "SELECT id from DatabaseMigrationInfos WHERE key == 'FIXED_UTF8_CANONICAL_MAPPING_BUG'")
+      .step();
+}
+
+// A database without the table is none the worse for it.
+bool recordPrecomposedNames(sqlite3* connection) {
   LCStatement insert(connection,
                      "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, floatValue) "
                      "VALUES ('FIXED_UTF8_CANONICAL_MAPPING_BUG', ?);");
   insert.bind(1, secondsSince2001());
-  insert.run();
+  return !insert.isPrepared() || insert.run();
+}
+
+bool storePrecomposedNames(sqlite3* connection) {
+  // The names are collected first: reading them follows the index on them, which the updates change.
+  const std::optional<LoopNames> names = namesToPrecompose(connection);
+  if (!names) return false;
+  LCStatement update(connection, "UPDATE Loops SET fileName = ? WHERE id = ?;");
+  for (const auto& [id, name] : *names) {
+    update.bind(1, name);
+    update.bind(2, id);
+    if (!update.run()) return false;
+  }
+  return true;
 }
 
 // --- Localization ---
@@ -126,7 +115,7 @@ std::optional<std::string> storedLocalization(sqlite3* connection) {
 }
 
 void storeLocalization(sqlite3* connection, const std::string& localeIdentifier) {
-  LCSQLiteUtilities::deleteLocalizationFlagInSQLite(connection);
+  lc::repairs::forgetLocalization(connection);
   LCStatement insert(connection,
                      "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, textValue) "
                      "VALUES ('LOOPS_LOCALIZATION_IDENTIFIER_V2', ?);");
@@ -154,7 +143,7 @@ std::string transcript(const std::string& displayName) {
   return uppercase(withoutDiacritics(latinFromMandarin(displayName)));
 }
 
-// False when the names stay as they were: the transcript column is missing, or COMMIT failed.
+// False when the names stay as they were: the transcript column is missing, or a row could not be written.
 bool rewriteNames(sqlite3* connection, const LCSQLiteUtilities::LocalizationBlock& block) {
   LCTransaction transaction{connection};
   LCStatement loops(connection, "SELECT id, fileURL FROM Loops;");
@@ -165,37 +154,16 @@ bool rewriteNames(sqlite3* connection, const LCSQLiteUtilities::LocalizationBloc
     update.bind(1, vesk::text::precomposed(displayName));
     update.bind(2, transcript(displayName));
     update.bind(3, loops.int64At(0));
-    update.run();
+    if (!update.run()) return false;
   }
-  return transaction.commit();
+  return loops.succeeded() && transaction.commit();
 }
 
 }  // namespace
 
-bool LCSQLiteUtilities::isDatabaseCorruptFlagSetForSQLite(sqlite3* connection) {
-  LCStatement statement(connection,
-                        "SELECT integerValue from DatabaseMigrationInfos WHERE key == 'DATABASE_IS_CORRUPT'");
-  return statement.step() && statement.int64At(0) != 0;
-}
+namespace lc::repairs {
 
-void LCSQLiteUtilities::setDatabaseIsCorruptFlagForSQLite(sqlite3* connection) {
-  if (connection == nullptr) return;
-  if (!insertCorruptFlag(connection)) writeCorruptMarkerFile(connection);
-}
-
-bool LCSQLiteUtilities::checkSQLiteDatabase(sqlite3* connection, bool doFastCheck) {
-  if (connection == nullptr || isDatabaseCorruptFlagSetForSQLite(connection)) return false;
-  if (!doFastCheck) return passesQuickCheck(connection);
-  return isReadable(connection, "SELECT * FROM sqlite_master LIMIT 1;") &&
-         isReadable(connection, "SELECT * FROM Loops LIMIT 1;");
-}
-
-bool LCSQLiteUtilities::isBadStatusCode(int status) {
-  return status == SQLITE_IOERR || status == SQLITE_CORRUPT || status == SQLITE_CANTOPEN || status == SQLITE_NOTADB;
-}
-
-bool LCSQLiteUtilities::replaceAbsolutePath(const std::string& oldPrefix, const std::string& newPrefix,
-                                            sqlite3* connection) {
+bool replacePaths(const std::string& oldPrefix, const std::string& newPrefix, sqlite3* connection) {
   if (connection == nullptr) return false;
   LCTransaction transaction{connection};
   LCStatement loops(connection, "SELECT id, fileURL FROM Loops;");
@@ -207,12 +175,12 @@ bool LCSQLiteUtilities::replaceAbsolutePath(const std::string& oldPrefix, const 
     const std::string path = replacedPath(url->path(), oldPrefix, newPrefix);
     update.bind(1, vesk::URL::fileURLWithPath(path, false).absoluteString());
     update.bind(2, loops.textAt(0));
-    update.run();
+    if (!update.run()) return false;
   }
-  return transaction.commit();
+  return loops.succeeded() && transaction.commit();
 }
 
-void LCSQLiteUtilities::fixTypos(sqlite3* connection) {
+void fixTypos(sqlite3* connection) {
   for (int number = 1; number <= kSandRababLoopCount; ++number) {
     const std::string name = fmt::format("Afghanistan Sand Rabab {:02}", number);
     correctName(connection, name, name);  // these rewrite the names to themselves, which is deliberate
@@ -220,41 +188,29 @@ void LCSQLiteUtilities::fixTypos(sqlite3* connection) {
   for (const auto& [wrong, right] : kNameCorrections) correctName(connection, wrong, right);
 }
 
-bool LCSQLiteUtilities::fixFilenameUTF8EncodingForSQLite(sqlite3* connection) {
+// Recording comes first: a transaction whose first statement writes waits for another connection's writing.
+bool precomposeNames(sqlite3* connection) {
   if (connection == nullptr) return false;
-  if (LCStatement(connection, "SELECT id from DatabaseMigrationInfos WHERE key == 'FIXED_UTF8_CANONICAL_MAPPING_BUG'")
-          .step()) {
-    return true;
-  }
+  if (arePrecomposedNamesRecorded(connection) || sqlite3_db_readonly(connection, "main") == 1) return true;
   LCTransaction transaction{connection};
-  LCStatement update(connection, "UPDATE Loops SET fileName = ? WHERE id = ?;");
-  // The names are collected first: reading them follows the index on them, which the updates change.
-  for (const auto& [id, name] : namesToPrecompose(connection)) {
-    update.bind(1, name);
-    update.bind(2, id);
-    update.run();
-  }
-  recordPrecomposedNames(connection);
-  return transaction.commit();
+  return recordPrecomposedNames(connection) && storePrecomposedNames(connection) && transaction.commit();
 }
 
-bool LCSQLiteUtilities::localizeFilenamesInSQLite(sqlite3* connection, const std::string& localeIdentifier,
-                                                  const LocalizationBlock& block) {
-  if (connection == nullptr) return false;
+void localizeNames(sqlite3* connection, const std::string& localeIdentifier,
+                   const LCSQLiteUtilities::LocalizationBlock& block) {
+  if (connection == nullptr) return;
   const std::optional<std::string> stored = storedLocalization(connection);
-  if (stored == localeIdentifier) return false;
+  if (stored == localeIdentifier) return;
   const bool involvesChinese = isChineseLocale(localeIdentifier) || isChineseLocale(stored.value_or(""));
-  if (involvesChinese && !rewriteNames(connection, block)) return false;
-  storeLocalization(connection, localeIdentifier);
-  return false;
+  if (!involvesChinese || rewriteNames(connection, block)) storeLocalization(connection, localeIdentifier);
 }
 
-void LCSQLiteUtilities::deleteLocalizationFlagInSQLite(sqlite3* connection) {
-  LCSQLiteUtilities(connection)
-      .executeStatementWithNoReturnValue(
-          "DELETE FROM DatabaseMigrationInfos WHERE key == 'LOOPS_LOCALIZATION_IDENTIFIER_V2';");
+void forgetLocalization(sqlite3* connection) {
+  runner::succeeds(connection, "DELETE FROM DatabaseMigrationInfos WHERE key == 'LOOPS_LOCALIZATION_IDENTIFIER_V2';");
 }
 
-bool LCSQLiteUtilities::isChina() {
+bool isChina() {
   return isChineseLocale(vesk::Environment::shared().localeIdentifier());
 }
+
+}  // namespace lc::repairs

@@ -1,8 +1,6 @@
-// Tells on standard error how far a long command is: a line on the terminal, plain lines, or lines of JSON; at most ten
-// a second, the first and the last always. Says nothing when nobody wants it.
+// Tells among the messages how far a long command is: a line of the terminal, plain lines, or lines of JSON; at most
+// ten a second, the first and the last always. Says nothing when nobody wants it.
 #pragma once
-
-#include "Context.h"
 
 #include <chrono>
 #include <cstdint>
@@ -10,9 +8,11 @@
 #include <string>
 #include <string_view>
 
+class Output;
+
 class Progress {
  public:
-  explicit Progress(Context& context);
+  explicit Progress(Output& output);  // borrowed
 
   bool isShown() const { return m_style != Style::none; }
   // `phase` is "scan", "index", "remove" or "finish"; `total` is unknown when the work is not counted beforehand.
@@ -24,11 +24,11 @@ class Progress {
   using Clock = std::chrono::steady_clock;
   enum class Style { none, statusLine, lines, json };
 
-  static Style styleFor(const GlobalOptions& options);
+  static Style styleFor(const Output& output);
   void show();
   std::string line() const;
 
-  Context& m_context;
+  Output& m_output;
   Style m_style;
   std::string m_phase;
   std::optional<int64_t> m_total;

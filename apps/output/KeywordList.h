@@ -1,15 +1,12 @@
 // Keywords with the number of loops that carry them, as search --facets and keywords show them.
 #pragma once
 
-#include "LoopRows.h"
+#include "LoopRow.h"
 #include "Output.h"
-#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <span>
 #include <vector>
 
-// The database's rows of these keywords, with these counts.
-std::vector<KeywordRow> rowsOfKeywords(LoopRows& rows, LCKeywordCounts counts);
 // Genres, moods, instruments, others; in each the most frequent first, then by name.
 void sortForReading(std::vector<KeywordRow>& keywords);
 

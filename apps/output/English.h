@@ -1,0 +1,12 @@
+// Parts of English sentences. Pure functions.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+// "1 loop", "0 loops", "2 loops".
+std::string counted(int64_t count, std::string_view noun);
+// "a", "b" or "c", each between quotation marks.
+std::string quotedChoices(std::span<const std::string> choices);

@@ -1,0 +1,12 @@
+// Loops, records and files as JSON. Numbers stand under the names that the database and the record use.
+#pragma once
+
+#include "JSON.h"
+#include "LoopRow.h"
+#include "VeskLoopManagement/model/LCFileData.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
+
+JSON jsonOfLoop(const LoopRow& row);
+// Every field of the record under its own name; bytes in base 64.
+JSON jsonOfRecord(const LCFileData& record);
+JSON jsonOfChunks(const vesk::AudioFile& file);

@@ -1,0 +1,20 @@
+// Looks for damage in a database and records it, in the database or else in a file beside it. Connections are borrowed;
+// on the thread that uses them. Logs nothing.
+#pragma once
+
+struct sqlite3;
+
+namespace lc::damage {
+
+enum class Check {
+  quick,    // whether the schema and a loop can be read
+  thorough  // every page
+};
+
+// False for a null connection and for a database in which damage is recorded. A missing table is no damage.
+bool isFree(sqlite3* connection, Check check);
+bool isStatusOfDamage(int status);  // SQLite's result codes of files that cannot be read
+bool isRecorded(sqlite3* connection);
+void record(sqlite3* connection);
+
+}  // namespace lc::damage

@@ -1,0 +1,21 @@
+// Repairs what older databases hold: paths, misspelt names, names that are not composed, names in another language.
+// Connections are borrowed; on the thread that uses them. Paths and names change for all loops or for none.
+#pragma once
+
+#include <string>
+
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+
+namespace lc::repairs {
+
+bool replacePaths(const std::string& oldPrefix, const std::string& newPrefix, sqlite3* connection);
+void fixTypos(sqlite3* connection);
+// Once for a database, which remembers it. True when there is nothing left to do or the database cannot be written.
+bool precomposeNames(sqlite3* connection);
+// Into Chinese and out of it only; the locale is remembered.
+void localizeNames(sqlite3* connection, const std::string& localeIdentifier,
+                   const LCSQLiteUtilities::LocalizationBlock& block);
+void forgetLocalization(sqlite3* connection);
+bool isChina();
+
+}  // namespace lc::repairs

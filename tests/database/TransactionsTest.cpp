@@ -1,0 +1,92 @@
+// Transactions within transactions, and what becomes of writing while another connection writes.
+#include "database/LCTransaction.h"
+#include "database/Savepoint.h"
+#include "database/TestDatabase.h"
+
+namespace {
+
+void insert(const TestDatabase& database, const std::string& crate) {
+  database.run("INSERT INTO Crates (identifier) VALUES ('" + crate + "')");
+}
+
+// Another connection to the same file, which writes and has not committed yet.
+class Writer {
+ public:
+  explicit Writer(const TestDatabase& database)
+      : m_connection(lc::openConnection(database.file(), LCOpenMode::readWriteCreate)) {
+    run("BEGIN IMMEDIATE");
+    run("INSERT INTO Crates (identifier) VALUES ('other')");
+  }
+  void commit() { run("COMMIT"); }
+
+ private:
+  void run(const char* sql) {
+    EXPECT_EQ(sqlite3_exec(m_connection.get(), sql, nullptr, nullptr, nullptr), SQLITE_OK) << sql;
+  }
+  LCConnection m_connection;
+};
+
+}  // namespace
+
+TEST(Transaction, InsideAnotherOneIsAPartOfItThatIsKeptOrUndoneByItself) {
+  const TestDatabase database;
+  for (const bool isOuterCommitted : {false, true}) {
+    {
+      LCTransaction outer{database.connection()};
+      insert(database, "outer");
+      for (const bool isInnerCommitted : {false, true}) {
+        LCTransaction inner{database.connection(), LCTransaction::Begin::immediately};
+        for (const bool isKept : {false, true}) {
+          lc::Savepoint step{database.connection()};
+          insert(database, isKept && isInnerCommitted ? "inner" : "left");
+          EXPECT_TRUE(!isKept || step.keep());
+        }
+        EXPECT_TRUE(!isInnerCommitted || inner.commit());
+      }
+      EXPECT_EQ(sqlite3_get_autocommit(database.connection()), 0) << "the outer one is still open";
+      EXPECT_TRUE(!isOuterCommitted || outer.commit());
+    }
+    EXPECT_EQ(database.texts("SELECT identifier FROM Crates ORDER BY 1"),
+              isOuterCommitted ? (Texts{"inner", "outer"}) : Texts{});
+  }
+}
+
+TEST(WritingWhileAnotherConnectionWrites, WaitsAndThenCompletesTheDatabase) {
+  struct Case {
+    const char* missing;
+    void (*complete)(sqlite3* connection);
+    const char* question;
+    const char* answer;
+  };
+  const auto generate = [](sqlite3* connection) {
+    LCSQLiteUtilities::generateDatabaseTablesForSQLite(connection, kDefaultDatabaseSchemaVersion);
+  };
+  const Case cases[] = {
+      {"ALTER TABLE Loops DROP COLUMN ksLoopType", generate, "SELECT count(*) FROM pragma_table_info('Loops')", "34"},
+      {"DROP TRIGGER trigger_delete_loops_references_crates", generate,
+       "SELECT count(*) FROM sqlite_master WHERE type = 'trigger'", "4"},
+      {"DELETE FROM Keywords", generate, "SELECT count(*) FROM Keywords", "146"},
+      {"DELETE FROM Keywords", LCSQLiteUtilities::fillKeywordsTableForSQLite, "SELECT count(*) FROM Keywords", "146"},
+      {"INSERT INTO Loops (fileName) VALUES ('e\u0301')",
+       [](sqlite3* connection) { LCSQLiteUtilities::fixFilenameUTF8EncodingForSQLite(connection); },
+       "SELECT fileName FROM Loops", "\u00E9"},
+  };
+  for (const auto& [missing, complete, question, answer] : cases) {
+    SCOPED_TRACE(missing);
+    const TestDatabase database;
+    EXPECT_EQ(database.text("PRAGMA busy_timeout"), "5000") << "how long connections wait by themselves";
+    database.run(missing);
+    Writer writer(database);
+    int waits = 0;
+    const auto giveUp = [](void* counter, int) { return (++*static_cast<int*>(counter), 0); };
+    sqlite3_busy_handler(database.connection(), giveUp, &waits);
+    complete(database.connection());
+    EXPECT_EQ(waits, 1) << "while the database stays locked, nothing else is tried";
+    EXPECT_NE(database.text(question), answer);
+    const auto goOn = [](void* other, int) { return (static_cast<Writer*>(other)->commit(), 1); };
+    sqlite3_busy_handler(database.connection(), goOn, &writer);
+    complete(database.connection());
+    EXPECT_EQ(database.text(question), answer);
+    EXPECT_EQ(database.text("SELECT identifier FROM Crates"), "other");
+  }
+}

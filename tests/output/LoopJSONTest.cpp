@@ -1,0 +1,166 @@
+// Loops, records, files and archived values as JSON.
+#include "LoopJSON.h"
+
+#include "platform/Path.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+
+#include "support/AudioFixture.h"
+#include "support/TestEnvironment.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using fixture::chunk;
+
+// A loop of which everything is known.
+LoopRow knownLoop() {
+  return {.id = std::numeric_limits<int64_t>::min(),
+          .urlText = "file:///l/r%FFr.aif",
+          .fileName = "r\xFFr.aif",
+          .tempo = 120,
+          .beatCount = 8,
+          .signatureTop = 3,
+          .signatureBottom = 4,
+          .rootNote = 57,
+          .keyType = 1,
+          .loopType = kLoopTypeMIDI,
+          .lengthInSeconds = static_cast<double>(4.1f),
+          .genre = "Funk",
+          .instrument = "Drums",
+          .subInstrument = "Drum Kit",
+          .descriptors = {"Dry", "Grooving"},
+          .crates = {"x.y"},
+          .marks = LoopMarks{.isFavorite = true, .rating = 4, .comment = "so"},
+          .loudness = {.integratedLoudness = -14.5, .globalMaxTruePeak = -0.5, .targetIntegratedLoudness = -18}};
+}
+
+TEST(LoopJSON, TellsWhatIsKnownOfALoopAndLeavesOutWhatIsNot) {
+  EXPECT_EQ(compactJSON(jsonOfLoop(knownLoop())),
+            R"({"id":"-9223372036854775808","path":"/l/r�r.aif","pathIsExact":false,"url":"file:///l/r%FFr.aif",)"
+            R"("fileName":"r�r.aif","tempo":120,"beats":8,"signature":"3/4","key":"A","keyNote":57,"scale":"minor",)"
+            R"("seconds":4.1,"loopType":"midi","genre":"Funk","instrument":"Drums","subInstrument":"Drum Kit",)"
+            R"("descriptors":["Dry","Grooving"],"crates":["x.y"],"favorite":true,"rating":4,"comment":"so",)"
+            R"("loudness":{"integrated":-14.5,"truePeak":-0.5,"target":-18.0,"gain":-3.5}})");
+  EXPECT_EQ(compactJSON(jsonOfLoop({.urlText = "no url", .loudness = {.targetIntegratedLoudness = -18}})),
+            R"({"id":"0","path":"no url","url":"no url","fileName":"","loopType":"audio","descriptors":[],"crates":[],)"
+            R"("loudness":{"target":-18.0}})");
+}
+
+TEST(LoopJSON, ARecordHasEveryFieldUnderItsOwnName) {
+  const auto archive = [](std::string_view name) {
+    return fixture::bytesOf(vesk::path::readFile(std::string(TEST_DATA_DIR "/") + std::string(name)).value_or(""));
+  };
+  struct Case {
+    const char* file;
+    fixture::Bytes bytes;
+    const char* expected;  // of the enhanced record; only a part of it for the second and third
+  };
+  const Case cases[] = {
+      // 2 beats of 3/4 in 1 s; the collection chunk, the patch of the additional data and the step sequencer win.
+      {"q1.aif",
+       fixture::aiffFile(
+           {chunk("basc", fixture::bascPayload(2, 57, 1, 3, 4, 1)),
+            chunk("cate", fixture::catePayload("Drums", "Tom", "Funk", {"Dry", "Single"})),
+            chunk("coll", fixture::collPayload("The collection", "The theme")),
+            chunk("genI", archive("geninst-bass-player.archive")), chunk("Sequ", "event"),
+            chunk("adLD", archive("additional-all-keys.archive")), chunk("StSq", "steps"), chunk("PTCH", "patch"),
+            chunk(".mid", "MThd"), chunk("AUTH", "The author"), chunk("(c) ", "The copyright"),
+            chunk("NAME", "The title"), chunk("COMT", fixture::comtPayload({" The comment "}))},
+           1, 44100),
+       R"({"authorTag":"The author", "beatCount":2, "bpm":120.0, "collectionTag":"The collection",
+        "commentTag":"The comment", "contentIdentifier":"g|-|c", "copyrightTag":"The copyright",
+        "descriptors":["Dry", "Single"], "enhancedFileDataAvailable":true, "eventSequenceData":"ZXZlbnQ=",
+        "fileType":1, "frameCount":44100, "genInstDictionary":{"kGenInst_Chunk_CharacterDict":{"Identifier":"c",
+        "Type":"Type_BassPlayer"}, "kGenInst_Chunk_GenreDict":{"Identifier":"g"}}, "genreTag":"Funk",
+        "globalMaxTruePeak":-0.5, "hasAuthoredChunks":true, "hasLoopTypeChunks":true, "iconId":7,
+        "instrumentSubTypeTag":"Tom", "instrumentTypeTag":"Drums", "integratedLoudness":-14.25,
+        "isFactoryBundleLoop":false, "isWebLoop":false, "keyType":1, "lengthInSeconds":1.0,
+        "metaInfos":[{"doubleValue":0.5, "integerValue":0, "stringValue":"Drums", "type":1},{"doubleValue":0.25,
+        "integerValue":0, "stringValue":"Bass", "type":1}], "midiData":"TVRoZA==", "midiRootNote":57,
+        "patchInfo":2, "preferFileName":true, "signatureBottom":4, "signatureTop":3,
+        "stepSequencerData":"c3RlcHM=", "taggingDictionary":{"mood":["dark", "dry"]},
+        "targetIntegratedLoudness":-18.0, "themeTag":"The theme", "title":"The title", "vireoLoopType":6})"},
+      {"q2.wav",
+       fixture::wavFile({chunk("acid", fixture::acidPayload(2, 62, 2, 3, 4, 77)),
+                         chunk("LIST", fixture::infoListPayload({{"INAM", "The title"}, {"ICMT", "The comment"}}))}),
+       R"({"title":"The title", "commentTag":"The comment", "enhancedFileDataAvailable":true})"},
+      {"q3.caf",
+       fixture::cafFile(
+           {chunk("uuid", fixture::uuidPayload(fixture::kGeneratedInstrumentID, archive("geninst-percussion.archive"))),
+            chunk("midi", "MThd")}),
+       R"({"midiData":"TVRoZA==", "genInstDictionary":{"kGenInst_Chunk_CharacterDict":{"Identifier":"c",
+        "Subtype":"Percussion", "Type":"Type_EDrummer"}, "kGenInst_Chunk_GenreDict":{"Identifier":"g"}}})"}};
+  const TemporaryFolder folder;
+  for (const auto& [file, bytes, expected] : cases) {
+    fixture::writeFile(folder.path(file), bytes);
+    const auto url = vesk::URL::fileURLWithPath(folder.path(file));
+    const auto parser = LCFileParser::fileParserForURL(url);
+    ASSERT_TRUE(parser) << file;
+    const LCFileData* record = parser->enhancedFileData();
+    ASSERT_TRUE(record) << file;
+    const nlohmann::json whole = jsonOfRecord(*record);
+    nlohmann::json wanted = nlohmann::json::parse(expected);
+    if (file == cases[0].file) {
+      wanted["hash"] = std::to_string(record->hash);
+      wanted["fileURL"] = url.absoluteString();
+      EXPECT_EQ(whole, wanted) << whole;
+    } else {
+      auto merged = whole;
+      merged.update(wanted);
+      EXPECT_EQ(whole, merged) << file;
+    }
+  }
+}
+
+TEST(LoopJSON, ListsTheChunksOfAFileAsTheyStandThere) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("q.aif");
+  fixture::writeFile(path, fixture::aiffFile({chunk("NAME", "abc"), {.id = "(c) ", .declaredSize = 9}}));
+  const auto file = vesk::AudioFile::open(path);
+  ASSERT_TRUE(file);
+  const JSON listed = jsonOfChunks(*file);
+  EXPECT_EQ(listed["kind"], "AIFF");
+  EXPECT_EQ(listed["fileSize"], 4074);
+  EXPECT_EQ(listed["irregularities"].size(), 1u);
+  EXPECT_EQ(listed["chunks"], JSON::parse(R"([{"id":"COMM","offset":12,"size":18},{"id":"SSND","offset":38,"size":4008},
+                            {"id":"NAME","offset":4054,"size":3},
+                            {"id":"(c) ","offset":4066,"size":0,"declaredSize":9}])"));
+}
+
+TEST(JSON, ArchivedValuesOfEveryKindStandAsWhatTheyAre) {
+  using vesk::Value;
+  const vesk::Dictionary dictionary = {{"array", vesk::Array{true, 7, 0.5, Value()}},
+                                       {"bytes", vesk::Bytes{std::byte{0xFB}, std::byte{0xFF}}},
+                                       {"date", vesk::Date{1.5}},
+                                       {"set", Value::Set{std::make_shared<const vesk::Array>(vesk::Array{"a"})}},
+                                       {"text", "\xFF"},
+                                       {"url", Value::URLText{"file:///x"}}};
+  EXPECT_EQ(compactJSON(jsonOfDictionary(dictionary)),
+            R"({"array":[true,7,0.5,null],"bytes":"+/8=","date":{"secondsSince2001":1.5},"set":["a"],"text":"�",)"
+            R"("url":"file:///x"})");
+}
+
+TEST(JSON, ValuesThatShareTheirPartsEndWithTheBudget) {
+  vesk::Value doubled("x");
+  for (int level = 0; level < 40; ++level) doubled = vesk::Array{doubled, doubled};  // 2^40 texts when written out
+  vesk::Value deep("x");
+  for (int level = 0; level < 1000; ++level) deep = vesk::Array{deep};
+  for (const auto& value : {doubled, deep}) {
+    const std::string text = compactJSON(jsonOfDictionary({{"v", value}}, {.bytes = 10000, .depth = 50}));
+    EXPECT_LT(text.size(), 20000u);
+    EXPECT_NE(text.find("(too much to show)"), std::string::npos);
+  }
+}
+
+TEST(JSON, BytesAreInBase64AndNumbersInFewDigits) {
+  for (const auto& [bytes, text] : {std::pair("", ""), std::pair("f", "Zg=="), std::pair("fo", "Zm8="),
+                                    std::pair("foo", "Zm9v"), std::pair("foob", "Zm9vYg==")}) {
+    EXPECT_EQ(base64(fixture::bytesOf(bytes)), text);
+  }
+  for (const auto& [value, text] : {std::pair(101.7f, "101.7"), std::pair(4.0f, "4.0"), std::pair(-1e-5f, "-1e-05")}) {
+    EXPECT_EQ(compactJSON(shortDecimal(value)), text);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,238 @@
+// What is written in each format and to whom, over a sink in memory; and the sink over the streams of a process.
+#include "Output.h"
+
+#include "support/TestEnvironment.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+
+namespace {
+
+using Summary = Output::Summary;
+
+constexpr StreamTraits kTerminal{.isTerminal = true, .isDecorated = true};
+
+// Everything that a command does up to `stage`, where it fails.
+StringSink failedAt(int stage, ResultFormat format, Summary summary) {
+  StringSink sink;
+  Output output(sink, {.format = format});
+  const std::function<void()> steps[] = {[&] { output.beginDocument("s/1", summary); },
+                                         [&] { output.beginList("loops"); },
+                                         [&] {
+                                           output.item({{"id", 1}});
+                                         },
+                                         [&] {
+                                           output.item({{"id", 2}}, "loop");
+                                         },
+                                         [&] { output.endList(); },
+                                         [&] { output.field("total", 2); },
+                                         [&] { output.endDocument(); }};
+  for (int step = 0; step < stage; ++step) steps[step]();
+  EXPECT_EQ(output.finish(output.fail({.code = 3, .kind = "notFound", .message = "none"})), 3);
+  return sink;
+}
+
+TEST(Output, IsOneDocumentOrLinesThatEndWithTheErrorWhereverACommandFails) {
+  constexpr auto kJSON = ResultFormat::json, kLines = ResultFormat::jsonLines, kText = ResultFormat::text;
+  constexpr auto kPlain = Summary::inDocumentOnly, kLastLine = Summary::alsoAsLastLine;
+  const std::string error = R"("error":{"code":3,"kind":"notFound","message":"none"})";
+  const std::string only = "{" + error + "}\n", begun = R"({"schema":"s/1",)",
+                    items = "{\"id\":1}\n{\"loop\":{\"id\":2}}\n";
+  const std::string list = begun + R"("loops":[{"id":1},{"id":2}])", total = R"("total":2)";
+  const std::tuple<int, ResultFormat, Summary, std::string> cases[] = {
+      {0, kJSON, kPlain, only},
+      {1, kJSON, kPlain, begun + error + "}\n"},
+      {2, kJSON, kPlain, begun + R"("loops":[],)" + error + "}\n"},
+      {4, kJSON, kPlain, list + "," + error + "}\n"},  // the list was open
+      {6, kJSON, kPlain, list + "," + total + "," + error + "}\n"},
+      {7, kJSON, kPlain, list + "," + total + "}\n"},  // complete: it stays the only one
+      {0, kLines, kPlain, only},
+      {4, kLines, kPlain, items + only},
+      {7, kLines, kPlain, items + only},
+      {4, kLines, kLastLine, items + begun + error + "}\n"},
+      {6, kLines, kLastLine, items + begun + total + "," + error + "}\n"},
+      {7, kLines, kLastLine, items + begun + total + "}\n" + only},
+      {4, kText, kLastLine, ""},
+  };
+  for (const auto& [stage, format, summary, expected] : cases) {
+    const StringSink sink = failedAt(stage, format, summary);
+    EXPECT_EQ(sink.result, expected) << stage;
+    EXPECT_EQ(sink.messages, "veskloops: error: none\n");
+  }
+}
+
+TEST(Output, AFailureSaysWhatToDoNextInWordsAndInJSON) {
+  StringSink sink;
+  Output output(sink, {.format = ResultFormat::json});
+  output.fail(
+      {.message = "no such loop", .subject = "b\xFF", .suggestions = {"a", "b", "c"}, .nextStep = "List them."});
+  EXPECT_EQ(sink.messages, "veskloops: error: no such loop: b\xFF\n  Did you mean \"a\", \"b\" or \"c\"? List them.\n");
+  EXPECT_EQ(JSON::parse(sink.result)["error"], (JSON{{"code", 1},
+                                                     {"kind", ""},
+                                                     {"message", "no such loop"},
+                                                     {"subject", "b\uFFFD"},
+                                                     {"suggestions", {"a", "b", "c"}},
+                                                     {"nextStep", "List them."}}));
+}
+
+TEST(Output, ColourIsForDecoratedTerminalsUnlessAskedFor) {
+  struct Case {
+    When when;
+    StreamTraits stream;
+    bool hasColor;
+  };
+  for (const auto& [when, stream, hasColor] :
+       {Case{When::automatic, kTerminal, true}, Case{When::automatic, {.isTerminal = true}, false},
+        Case{When::automatic, {}, false}, Case{When::always, {}, true}, Case{When::never, kTerminal, false}}) {
+    StringSink sink;
+    sink.resultStream = stream;
+    Output output(sink, {.color = when});
+    output.text(output.emphasized("a") + output.faint("b"));
+    output.error("c");  // the other stream is no terminal
+    EXPECT_EQ(sink.result, hasColor ? "\x1b[1ma\x1b[0m\x1b[2mb\x1b[0m\n" : "ab\n");
+    EXPECT_EQ(sink.messages.find('\x1b') != std::string::npos, when == When::always);
+  }
+}
+
+TEST(Output, MessagesCannotSteerATerminalAndElsewhereAreExact) {
+  const std::string name = "a\x1b[31m\xC2\x9B\xFF\r.aif";
+  for (const bool isTerminal : {true, false}) {
+    StringSink sink;
+    sink.messageStream.isTerminal = isTerminal;
+    Output(sink, {}).warning("one\n  two " + name, "next " + name);
+    const std::string shown = isTerminal ? "a\uFFFD[31m\uFFFD\uFFFD\uFFFD.aif" : name;
+    EXPECT_EQ(sink.messages, "veskloops: warning: one\n  two " + shown + "\n  next " + shown + "\n");
+  }
+}
+
+TEST(Output, QuietLeavesOutNotesAndVerboseAddsComments) {
+  struct Case {
+    OutputOptions options;
+    std::string_view said;
+  };
+  for (const auto& [options, said] : {Case{{}, "warning note "}, Case{{.quiet = true}, "warning "},
+                                      Case{{.verbose = true}, "warning note comment "}}) {
+    StringSink sink;
+    Output output(sink, options);
+    output.warning("warning");
+    output.note("note");
+    output.comment("comment");
+    std::string expected;
+    for (const std::string_view word : {"warning", "note", "comment"}) {
+      if (said.find(word) == std::string_view::npos) continue;
+      expected += fmt::format("veskloops: {}: {}\n", word == "warning" ? "warning" : "note", word);
+    }
+    EXPECT_EQ(sink.messages, expected);
+  }
+}
+
+TEST(Output, TheStatusLineGivesWayToResultsAndMessages) {
+  StringSink sink;
+  Output output(sink, {});
+  output.setStatusLine("1/2");
+  output.text("loop");
+  output.setStatusLine("2/2");
+  output.error("bad");
+  output.finish(0);
+  EXPECT_EQ(sink.messages, "\r\x1b[K1/2\r\x1b[K\r\x1b[K2/2\r\x1b[Kveskloops: error: bad\n");
+}
+
+TEST(Output, OnlyAPersonWhoIsThereAndSaysYesAgrees) {
+  struct Case {
+    std::optional<std::string> answer;
+    bool noInput;
+    bool agrees;
+  };
+  for (const auto& [answer, noInput, agrees] :
+       {Case{"y", false, true}, Case{"Yes", false, true}, Case{"n", false, false}, Case{"", false, false},
+        Case{"y", true, false}, Case{std::nullopt, false, false}}) {
+    StringSink sink;
+    sink.answer = answer;
+    Output output(sink, {.noInput = noInput});
+    EXPECT_EQ(output.confirm("Really?"), agrees) << answer.value_or("-");
+    EXPECT_EQ(sink.messages, output.canAsk() ? "Really? [y/N] " : "");
+  }
+}
+
+// --- The streams of a process ---
+
+struct File {
+  explicit File(int descriptor) : stream(fdopen(descriptor, "r+")) {}
+  ~File() { fclose(stream); }
+  FILE* stream;
+};
+
+int writingEndWithoutReader() {
+  int ends[2] = {-1, -1};
+  EXPECT_EQ(pipe(ends), 0);
+  close(ends[0]);
+  return ends[1];
+}
+
+TEST(StandardStreams, AFullDiskIsAFailureAndAReaderThatHasEnoughIsNone) {
+  std::signal(SIGPIPE, SIG_IGN);
+  struct Case {
+    bool isPipe;
+    size_t size;  // of the result: found while writing, or only at the end
+    int code;
+    int finished;
+  };
+  for (const auto& [isPipe, size, code, finished] :
+       {Case{false, 100000, 0, 1}, Case{false, 1, 0, 1}, Case{false, 1, 4, 4}, Case{true, 100000, 0, 0},
+        Case{true, 1, 0, 0}, Case{true, 1, 4, 4}}) {
+    const int descriptor = isPipe ? writingEndWithoutReader() : open("/dev/full", O_WRONLY);
+    FILE* result = fdopen(descriptor, "w");
+    FILE* messages = tmpfile();
+    StandardStreams sink(stdin, result, messages);
+    Output output(sink, {});
+    output.rawText(std::string(size, 'x'));
+    EXPECT_EQ(output.canWrite(), size == 1);
+    EXPECT_EQ(output.finish(code), finished);
+    EXPECT_FALSE(output.canWrite());
+    rewind(messages);
+    char said[200] = {};
+    const std::string_view text(said, fread(said, 1, sizeof said, messages));
+    EXPECT_EQ(text, isPipe ? "" : "veskloops: error: the result could not be written: No space left on device\n");
+    fclose(messages);
+    fclose(result);
+  }
+}
+
+TEST(StandardStreams, TellTerminalsAndTheSurroundingsThatWantThemPlain) {
+  int ends[2] = {-1, -1};
+  winsize size{.ws_row = 40, .ws_col = 97, .ws_xpixel = 0, .ws_ypixel = 0};
+  if (openpty(&ends[0], &ends[1], nullptr, nullptr, &size) != 0) GTEST_SKIP() << "no pseudo-terminals here";
+  const File terminal(ends[1]);
+  FILE* const noTerminal = tmpfile();
+  struct Case {
+    const char* noColor;
+    const char* term;
+    bool isDecorated;
+  };
+  for (const auto& [noColor, term, isDecorated] :
+       {Case{"", "xterm", true}, Case{"1", "xterm", false}, Case{"", "dumb", false}}) {
+    setenv("NO_COLOR", noColor, 1);
+    setenv("TERM", term, 1);
+    StandardStreams sink(terminal.stream, noTerminal, terminal.stream);
+    EXPECT_TRUE(sink.messageTraits().isTerminal);
+    EXPECT_EQ(sink.messageTraits().isDecorated, isDecorated) << noColor << term;
+    EXPECT_EQ(sink.messageTraits().columns, 97u);
+    EXPECT_FALSE(sink.resultTraits().isTerminal || sink.resultTraits().isDecorated);
+    EXPECT_EQ(sink.resultTraits().columns, 80u);
+    EXPECT_TRUE(sink.canAsk());
+    EXPECT_FALSE(StandardStreams(noTerminal, noTerminal, terminal.stream).canAsk());
+    EXPECT_FALSE(StandardStreams(terminal.stream, noTerminal, noTerminal).canAsk());
+  }
+  ASSERT_EQ(write(ends[0], "yes\nno", 6), 6);
+  EXPECT_EQ(StandardStreams(terminal.stream).readAnswer(), "yes");
+  close(ends[0]);
+  fclose(noTerminal);
+}
+
+}  // namespace
