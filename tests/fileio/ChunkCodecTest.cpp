@@ -1,4 +1,5 @@
 // The payloads of tagging chunks, read and written: what comes back, and what writing drops.
+#include "fileio/ChunkText.h"
 #include "fileio/LCAcidChunk.h"
 #include "fileio/LCAdditionalDataChunk.h"
 #include "fileio/LCBasicTaggingChunk.h"
@@ -12,6 +13,7 @@
 #include "ParserFixture.h"
 
 using namespace fixture;
+using namespace std::string_view_literals;
 
 namespace {
 
@@ -72,8 +74,10 @@ TEST(ChunkCodecs, ArchivesComeBackWithEveryFieldTheyHave) {
   const vesk::Dictionary taggings = {{"mood", vesk::Array{"dark", "dry"}}};
   const std::vector<LCMetaInfo> infos = {{"Drums", 0.5, 0, 1}, {"Bass", 0.25, 0, 1}};
   EXPECT_EQ(additional, (LCAdditionalDataChunk{-14.25, -0.5, -18.0, seven, yes, 2, infos, taggings}));
-  const vesk::Value root = vesk::unarchivedRoot(writtenBothWays(additional), "rootDict", LCMetaInfo::isMetaInfo);
+  const Bytes written = writtenBothWays(additional);
+  const vesk::Value root = vesk::unarchivedRoot(written, "rootDict", LCMetaInfo::isMetaInfo);
   EXPECT_EQ(vesk::valueForKey(root.dictionary(), "Version"), vesk::Value(1));
+  EXPECT_NE(lc::characters(written).find("\x22\x3F\0\0\0"sv), std::string_view::npos) << "0.5 as a float of 4 bytes";
   EXPECT_EQ(LCAdditionalDataChunk{}.encode(), std::nullopt);
   writtenBothWays(LCAdditionalDataChunk{.patchInfo = 1});
 
