@@ -1,7 +1,7 @@
 # The library out of the layers, its headers, its CMake package and its pkg-config file.
 #
-# VeskLoopManagement is shared or static as BUILD_SHARED_LIBS says; with VESK_BUILD_BOTH_KINDS the other kind is made of the
-# same objects and installed beside it. The libraries that it stands on show in no header: a host of the shared library
+# VeskLoopManagement, which the program links, is shared or static as BUILD_SHARED_LIBS says; with VESK_BUILD_BOTH_KINDS the
+# other kind is made of the same objects and installed beside it. The libraries that it stands on show in no header: a host of the shared library
 # needs none of them, a host of the static one links them.
 set(VESK_PRIVATE_LIBRARIES ICU::i18n ICU::uc SQLite::SQLite3 EXPAT::EXPAT fmt::fmt)
 set(VESK_PKGCONFIG_PRIVATE_LIBRARIES "-licui18n -licuuc -licudata -lsqlite3 -lexpat -lfmt -lstdc++ -ldl -lpthread -lm")

@@ -1,7 +1,6 @@
 #include "Progress.h"
 
 #include "Output.h"
-#include "platform/Path.h"
 #include "TerminalText.h"
 
 #include <fmt/format.h>
@@ -107,6 +106,6 @@ std::string Progress::line() const {
       text += "  ETA " + clockText(static_cast<int64_t>(static_cast<double>(*m_total - m_done) / rate) + 1);
     }
   }
-  if (!m_path.empty()) text += "  " + printable(vesk::path::lastComponent(m_path));
+  if (!m_path.empty()) text += "  " + printable(m_path.substr(m_path.rfind('/') + 1));
   return text;
 }

@@ -3,5 +3,3 @@
 #pragma once
 
 #define LC_EXPORT __attribute__((visibility("default")))
-// For a private class within an exported one.
-#define LC_LOCAL __attribute__((visibility("hidden")))
