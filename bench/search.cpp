@@ -18,8 +18,8 @@
 //                    as peers, one count of the result for each keyword and one grouped count of all its tags, neither
 //                    of which knows group keywords, and as floor every id of the result stepped
 // families           LCSearchEngine::foldedFamilies() on the same results; the floor is that of the facets
-// lookup             single loops: by id, URL and name, a family; as floor the best that an index allows: the row by
-//                    its id, and the row by its file name and URL
+// lookup             single loops: by id, URL and name, a family; as floor the best that an index of the database
+//                    allows: the row by its id, and the row by its file name and URL
 #include "BenchFolder.h"
 #include "LoopDatabases.h"
 

@@ -69,13 +69,22 @@ bool LCSearchEngine::setupWithDatabaseFile() {
     deleteDamagedDatabase();
     if (!openDatabase()) return false;
   }
+  completeSetup();
+  return true;
+}
 
+void LCSearchEngine::setupWithConnection(LCConnection connection) {
+  m_sqlite = std::move(connection);
+  completeSetup();
+}
+
+// For writers, what the database lacks.
+void LCSearchEngine::completeSetup() {
   if (!m_databaseConfiguration.readonly()) {
     LCSQLiteUtilities::generateDatabaseTablesForSQLite(m_sqlite.get(), m_databaseConfiguration.schemaVersion());
     LCLoudnessDatabase::generateDatabaseTablesForSQLite(m_sqlite.get());
   }
   LCSQLiteUtilities::fixFilenameUTF8EncodingForSQLite(m_sqlite.get());
-  return true;
 }
 
 bool LCSearchEngine::openDatabase() {

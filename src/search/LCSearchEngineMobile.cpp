@@ -20,6 +20,13 @@ std::unique_ptr<LCSearchEngineMobile> LCSearchEngineMobile::initWithDatabaseConf
   return engine->setupWithDatabaseFile() ? std::move(engine) : nullptr;
 }
 
+std::unique_ptr<LCSearchEngineMobile> LCSearchEngineMobile::initWithConnection(
+    LCConnection connection, const LCDatabaseConfiguration& configuration) {
+  std::unique_ptr<LCSearchEngineMobile> engine(new LCSearchEngineMobile(configuration));
+  engine->setupWithConnection(std::move(connection));
+  return engine;
+}
+
 // Of a loop and its edition "Name (RED)" only the edition stays.
 void LCSearchEngineMobile::fixDuplicateLoopsFromREDContent() {
   utilities().executeStatementWithNoReturnValue(std::string(kDeleteLoopsWithREDEdition));

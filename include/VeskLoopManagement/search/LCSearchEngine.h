@@ -269,6 +269,7 @@ class LCSearchEngine {
  protected:
   explicit LCSearchEngine(const LCDatabaseConfiguration& configuration);
   bool setupWithDatabaseFile();  // opens, recovers, makes missing tables; false when the file cannot be opened
+  void setupWithConnection(LCConnection connection);
   LCSQLiteUtilities utilities() const { return LCSQLiteUtilities(m_sqlite.get()); }
   const std::string& loopsTablename() const { return m_tables.loops; }
   std::string formattedWithLoopsTable(std::string_view format) const;  // the loops table's name in every "%@"
@@ -288,6 +289,7 @@ class LCSearchEngine {
     stored = value;
   }
   bool openDatabase();
+  void completeSetup();
   void deleteDamagedDatabase();
 
   std::vector<std::string> keywordCachingTablesRarestFirst();
