@@ -29,8 +29,8 @@ void print(Output& output, const CrateRow& crate) {
   if (output.resultIsOnTerminal()) {
     output.text(tableLine(printable(crate.name), printable(crate.manufacturer), count, printable(crate.identifier)));
   } else {
-    output.text(fmt::format("{}\t{}\t{}\t{}\t{}", crate.identifier, crate.name, crate.manufacturer,
-                            crate.isVirtual ? "virtual" : "", count));
+    output.text(fmt::format("{}\t{}\t{}\t{}\t{}", onOneLine(crate.identifier), onOneLine(crate.name),
+                            onOneLine(crate.manufacturer), crate.isVirtual ? "virtual" : "", count));
   }
 }
 

@@ -12,6 +12,7 @@
 #include "platform/Path.h"
 #include "Progress.h"
 #include "Signals.h"
+#include "TerminalText.h"
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
@@ -175,7 +176,7 @@ void RemoveRun::tell(const LoopPlace& place) {
   JSON object = {{"id", std::to_string(place.id)}};
   addPath(object, path, place.urlText);
   m_output.item(object);
-  if (m_arguments.dryRun) m_output.text(path);
+  if (m_arguments.dryRun) m_output.text(m_output.resultIsOnTerminal() ? printable(path) : path);
 }
 
 int RemoveRun::report() {
