@@ -19,8 +19,7 @@
 //                    of which knows group keywords, and as floor every id of the result stepped
 // families           LCSearchEngine::foldedFamilies() on the same results; the floor is that of the facets
 // lookup             single loops: by id, URL and name, a family; as floor the best that an index of the database
-// allows:
-//                    the row by its id, and the row by its file name and URL
+//                    allows: the row by its id, and the row by its file name and URL
 #include "BenchFolder.h"
 #include "LoopDatabases.h"
 

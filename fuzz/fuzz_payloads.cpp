@@ -1,87 +1,92 @@
-// Feeds arbitrary bytes to every decoder of tagging payloads. The first byte picks the decoder, the rest is the
-// payload.
+// Any bytes as the payload of a tagging chunk, and as a file name. The first byte picks the decoder, the rest is the
+// payload. What comes out is written and read again: what has gone through our own writing once stays the same.
 #include "fileio/LCAcidChunk.h"
+#include "fileio/LCAdditionalDataChunk.h"
 #include "fileio/LCBasicTaggingChunk.h"
 #include "fileio/LCCategoryChunk.h"
 #include "fileio/LCCollectionChunk.h"
 #include "fileio/LCCommentsChunk.h"
+#include "fileio/LCGenInstChunk.h"
 #include "fileio/LCSearchInfo.h"
 #include "fileio/TempoFromFileName.h"
-#include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/model/LCFileData.h"
+
+#include "Require.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
 
-// A parser without a file, whose payload decoders can be reached.
-class PayloadParser : public LCFileParser {
- public:
-  PayloadParser() : LCFileParser(vesk::URL::fileURLWithPath("/q.aif", false), nullptr, true) {}
-  void decodeGenInst(std::span<const std::byte> payload) {
-    m_fileData->enhancedFileDataAvailable = true;
-    extractGenInstInfoFromData(payload);
-    calcHash();
-  }
-  void decodeAdditionalLoopData(std::span<const std::byte> payload) {
-    extractAdditionalLoopDataFromData(payload);
-    calcHash();
-  }
-};
+using Payload = std::span<const std::byte>;
 
-void decodeSearchInfo(std::span<const std::byte> payload) {
-  const auto decoded = LCSearchInfo::decode(payload);
-  for (const auto& [key, items] : decoded.entries) {
-    if (items.empty()) std::abort();  // every value has at least one item
+// The payload read and written; nullopt when it does not decode, or holds nothing to write.
+template <typename Codec>
+std::optional<vesk::Bytes> rewritten(Payload payload) {
+  const std::optional<Codec> decoded = Codec::decode(payload);
+  if (!decoded) return std::nullopt;
+  return decoded->encode();
+}
+
+// The first time, something may be dropped or cut.
+template <typename Codec>
+void roundTrip(Payload payload) {
+  const auto first = rewritten<Codec>(payload);
+  const auto second = first ? rewritten<Codec>(*first) : std::nullopt;
+  if (second) require(rewritten<Codec>(*second) == second);
+}
+
+void readSearchInfo(Payload payload) {
+  for (const auto& [key, items] : LCSearchInfo::decode(payload).entries) {
+    require(!items.empty());  // every value has at least one item
     (void)rootNoteFromKeySignature(items.front());
     (void)LCTimeSignature::fromText(items.front());
   }
+  roundTrip<LCSearchInfo>(payload);
+}
+
+void readGeneratedInstrument(Payload payload) {
+  if (const auto instrument = LCGenInstChunk::decode(payload)) {
+    (void)instrument->loopType();
+    (void)instrument->contentIdentifier();
+  }
+  roundTrip<LCGenInstChunk>(payload);
+}
+
+void readCategory(Payload payload) {
+  (void)LCCategoryChunk::decodeInstrument(payload);
+  roundTrip<LCCategoryChunk>(payload);
 }
 
 // A tempo is a part of the name and is found again in that part alone.
-void findTempo(std::string_view name) {
+void findTempo(Payload payload) {
+  const std::string_view name(reinterpret_cast<const char*>(payload.data()), payload.size());
   const auto found = lc::findTempoText(name);
-  if (found && lc::findTempoText(*found) != found) std::abort();
+  if (found) require(lc::findTempoText(*found) == found);
   (void)lc::findTempoInFileName(name);
 }
+
+void readRecord(Payload payload) {
+  (void)LCFileData::unarchived(payload);
+}
+
+// The place of a decoder is part of every kept input.
+constexpr void (*kDecoders[])(Payload) = {
+    roundTrip<LCBasicTaggingChunk>,
+    readCategory,
+    roundTrip<LCCollectionChunk>,
+    roundTrip<LCAcidChunk>,
+    roundTrip<LCCommentsChunk>,
+    readSearchInfo,
+    findTempo,
+    readGeneratedInstrument,
+    roundTrip<LCAdditionalDataChunk>,
+    readRecord,
+};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
-  const auto payload = std::as_bytes(std::span(data, size)).subspan(1);
-  const std::string_view text(reinterpret_cast<const char*>(payload.data()), payload.size());
-  switch (data[0] % 10) {
-    case 0:
-      (void)LCBasicTaggingChunk::decode(payload);
-      break;
-    case 1:
-      (void)LCCategoryChunk::decode(payload);
-      break;
-    case 2:
-      (void)LCCollectionChunk::decode(payload);
-      break;
-    case 3:
-      (void)LCAcidChunk::decode(payload);
-      break;
-    case 4:
-      (void)LCCommentsChunk::decode(payload);
-      break;
-    case 5:
-      decodeSearchInfo(payload);
-      break;
-    case 6:
-      findTempo(text);
-      break;
-    case 7:
-      PayloadParser().decodeGenInst(payload);
-      break;
-    case 8:
-      PayloadParser().decodeAdditionalLoopData(payload);
-      break;
-    case 9:
-      (void)LCFileData::unarchived(payload);
-      break;
-  }
+  kDecoders[data[0] % std::size(kDecoders)](std::as_bytes(std::span(data, size)).subspan(1));
   return 0;
 }

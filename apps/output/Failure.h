@@ -1,6 +1,8 @@
 // Why a command cannot go on. Thrown by the program's own code, never by the library, and caught once, in main().
 #pragma once
 
+#include "VeskLoopManagement/catalog/LCFailure.h"
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,4 +29,14 @@ struct Failure {
 
 inline Failure usageFailure(std::string message, std::string nextStep = {}) {
   return Failure{.code = kExitUsage, .kind = "usage", .message = std::move(message), .nextStep = std::move(nextStep)};
+}
+
+// The library's failure with this program's exit code, and with its commands in the next step.
+Failure failureFrom(const LCFailure& failure);
+
+// The value, or its failure thrown.
+template <typename T>
+T valueOf(LCOutcome<T> outcome) {
+  if (!outcome) throw failureFrom(outcome.failure());
+  return *std::move(outcome);
 }

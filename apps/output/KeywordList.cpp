@@ -1,70 +1,78 @@
 #include "KeywordList.h"
 
-#include "KeyNames.h"
 #include "TerminalText.h"
-#include "VeskLoopManagement/model/LCKeywordHelper.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <tuple>
-
 namespace {
 
-std::string parentOf(const KeywordRow& keyword) {
-  return LCKeywordHelper::parentKeywordForKeyword(keyword.name).value_or("");
-}
+struct KindWord {
+  LCKeywordKind kind;
+  std::string_view word;
+};
+constexpr KindWord kKindWords[] = {{LCKeywordKind::genre, "genre"},
+                                   {LCKeywordKind::mood, "mood"},
+                                   {LCKeywordKind::instrument, "instrument"},
+                                   {LCKeywordKind::other, "other"}};
 
 std::string tableLine(std::string_view name, std::string_view count, std::string_view id, std::string_view parent) {
   return fmt::format("{}  {}  {}  {}", paddedToWidth(name, 32), paddedLeftToWidth(count, 8), paddedLeftToWidth(id, 6),
                      parent);
 }
 
-void printGroups(Output& output, std::span<const KeywordRow> keywords) {
+void printGroups(Output& output, std::span<const LCFacet> facets) {
   std::string group;
-  for (const auto& keyword : keywords) {
-    if (const std::string category = keywordCategoryWord(keyword.category); category != group) {
+  for (const auto& facet : facets) {
+    if (const std::string category = keywordKindWord(facet.kind()); category != group) {
       if (!group.empty()) output.text("");
       output.text(output.emphasized(tableLine(category, "Loops", "Id", "Part of")));
       group = category;
     }
-    const std::string line = tableLine("  " + printable(keyword.name), std::to_string(keyword.loopCount),
-                                       std::to_string(keyword.id), parentOf(keyword));
+    const std::string line = tableLine("  " + printable(facet.keyword.name), std::to_string(facet.loopCount),
+                                       std::to_string(facet.keyword.id), facet.parent.value_or(""));
     output.text(line.substr(0, line.find_last_not_of(' ') + 1));
   }
 }
 
 }  // namespace
 
-void sortForReading(std::vector<KeywordRow>& keywords) {
-  const auto words = keywordCategoryWords();
-  const auto placeOf = [&](const KeywordRow& keyword) {
-    return std::find(words.begin(), words.end(), keywordCategoryWord(keyword.category)) - words.begin();
-  };
-  std::stable_sort(keywords.begin(), keywords.end(), [&](const KeywordRow& left, const KeywordRow& right) {
-    const auto leftPlace = placeOf(left);
-    const auto rightPlace = placeOf(right);
-    return std::tie(leftPlace, right.loopCount, left.name) < std::tie(rightPlace, left.loopCount, right.name);
-  });
+std::string keywordKindWord(LCKeywordKind kind) {
+  for (const auto& entry : kKindWords) {
+    if (entry.kind == kind) return std::string(entry.word);
+  }
+  return {};
 }
 
-JSON jsonOfKeyword(const KeywordRow& keyword) {
-  JSON object = {{"keyword", vesk::text::lossyUTF8(keyword.name)},
-                 {"id", keyword.id},
-                 {"category", keywordCategoryWord(keyword.category)}};
-  if (const std::string parent = parentOf(keyword); !parent.empty()) object["parent"] = parent;
-  object["count"] = keyword.loopCount;
+std::optional<LCKeywordKind> keywordKindForWord(std::string_view word) {
+  for (const auto& entry : kKindWords) {
+    if (entry.word == word) return entry.kind;
+  }
+  return std::nullopt;
+}
+
+std::vector<std::string> keywordKindWords() {
+  std::vector<std::string> words;
+  for (const auto& entry : kKindWords) words.emplace_back(entry.word);
+  return words;
+}
+
+JSON jsonOfKeyword(const LCFacet& facet) {
+  JSON object = {{"keyword", vesk::text::lossyUTF8(facet.keyword.name)},
+                 {"id", facet.keyword.id},
+                 {"category", keywordKindWord(facet.kind())}};
+  addIfPresent(object, "parent", facet.parent);
+  object["count"] = facet.loopCount;
   return object;
 }
 
-void printKeywords(Output& output, std::span<const KeywordRow> keywords) {
+void printKeywords(Output& output, std::span<const LCFacet> facets) {
   if (output.resultIsOnTerminal()) {
-    printGroups(output, keywords);
+    printGroups(output, facets);
     return;
   }
-  for (const auto& keyword : keywords) {
-    output.text(fmt::format("{}\t{}\t{}\t{}\t{}", onOneLine(keyword.name), keyword.id,
-                            keywordCategoryWord(keyword.category), parentOf(keyword), keyword.loopCount));
+  for (const auto& facet : facets) {
+    output.text(fmt::format("{}\t{}\t{}\t{}\t{}", onOneLine(facet.keyword.name), facet.keyword.id,
+                            keywordKindWord(facet.kind()), facet.parent.value_or(""), facet.loopCount));
   }
 }

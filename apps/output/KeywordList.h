@@ -1,16 +1,21 @@
 // Keywords with the number of loops that carry them, as search --facets and keywords show them.
 #pragma once
 
-#include "LoopRow.h"
 #include "Output.h"
+#include "VeskLoopManagement/catalog/LCCatalogLoop.h"
 
+#include <optional>
 #include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
-// Genres, moods, instruments, others; in each the most frequent first, then by name.
-void sortForReading(std::vector<KeywordRow>& keywords);
+// "genre", "mood", "instrument", "other".
+std::string keywordKindWord(LCKeywordKind kind);
+std::optional<LCKeywordKind> keywordKindForWord(std::string_view word);
+std::vector<std::string> keywordKindWords();  // in the order in which keywords are listed
 
-JSON jsonOfKeyword(const KeywordRow& keyword);
-// Sorted keywords as text: in groups on a terminal, else a line for each with name, id, category, parent and count
-// between tabs.
-void printKeywords(Output& output, std::span<const KeywordRow> keywords);
+JSON jsonOfKeyword(const LCFacet& facet);
+// Keywords, of one kind after the other, as text: in groups on a terminal, else a line for each with name, id,
+// category, parent and count between tabs.
+void printKeywords(Output& output, std::span<const LCFacet> facets);

@@ -51,10 +51,10 @@ constexpr size_t kGap = 2;
 constexpr size_t kNarrowestShare = 20;
 
 // The loop's JSON with what reads better as text put in its place.
-JSON shownFields(const LoopRow& row, Reader reader) {
-  JSON fields = jsonOfLoop(row);
-  fields["fileName"] = row.fileName;  // JSON is never made of these bytes, so they may be ill-formed
-  fields["path"] = pathOfURLText(row.urlText);
+JSON shownFields(const LCCatalogLoop& loop, Reader reader) {
+  JSON fields = jsonOfLoop(loop);
+  fields["fileName"] = loop.fileName;  // JSON is never made of these bytes, so they may be ill-formed
+  fields["path"] = loop.place.path();
   if (fields.contains("subInstrument")) fields["instrument"] = fields["subInstrument"];
   const std::string scale = fields.value("scale", "");
   if (fields.contains("key") && (scale == "minor" || scale == "major")) {
@@ -132,8 +132,8 @@ std::vector<std::string> columnWords() {
   return words;
 }
 
-std::string tabSeparated(const LoopColumns& columns, const LoopRow& row) {
-  const JSON fields = shownFields(row, Reader::script);
+std::string tabSeparated(const LoopColumns& columns, const LCCatalogLoop& loop) {
+  const JSON fields = shownFields(loop, Reader::script);
   std::string line;
   for (size_t index = 0; index < columns.size(); ++index) {
     if (index > 0) line += '\t';
@@ -154,8 +154,8 @@ void LoopTable::printHeader() const {
   m_output.text(m_output.emphasized(line));
 }
 
-void LoopTable::printRow(const LoopRow& row) const {
-  const JSON fields = shownFields(row, Reader::person);
+void LoopTable::printRow(const LCCatalogLoop& loop) const {
+  const JSON fields = shownFields(loop, Reader::person);
   std::string line;
   for (size_t index = 0; index < m_columns.size(); ++index) {
     line += padded(index, printable(valueIn(fields, *m_columns[index], Reader::person)));

@@ -2,7 +2,7 @@
 // list of columns, and every value from the loop's JSON, so that all three say the same.
 #pragma once
 
-#include "LoopRow.h"
+#include "VeskLoopManagement/catalog/LCCatalogLoop.h"
 
 #include <string>
 #include <string_view>
@@ -18,7 +18,7 @@ LoopColumns columnsForWords(std::string_view words);
 std::vector<std::string> columnWords();  // for messages and help
 
 // The values of a loop between tabs, in full. A value's own tabs and line ends are replaced.
-std::string tabSeparated(const LoopColumns& columns, const LoopRow& row);
+std::string tabSeparated(const LoopColumns& columns, const LCCatalogLoop& loop);
 
 // The table on a terminal: columns with names, paths and lists share what the others leave.
 class LoopTable {
@@ -27,7 +27,7 @@ class LoopTable {
   LoopTable(Output& output, LoopColumns columns);  // `output` must outlive the table
 
   void printHeader() const;
-  void printRow(const LoopRow& row) const;
+  void printRow(const LCCatalogLoop& loop) const;
 
  private:
   std::string padded(size_t index, std::string_view text) const;

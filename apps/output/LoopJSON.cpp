@@ -1,6 +1,6 @@
 #include "LoopJSON.h"
 
-#include "KeyNames.h"
+#include "VeskLoopManagement/model/LCMusicalKey.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
@@ -28,31 +28,36 @@ JSON jsonOfLoudness(const LCLoopLoudnessInfo& info) {
 
 }  // namespace
 
-JSON jsonOfLoop(const LoopRow& row) {
-  JSON object = {{"id", std::to_string(row.id)}};
-  addPath(object, pathOfURLText(row.urlText), row.urlText);
-  object["fileName"] = vesk::text::lossyUTF8(row.fileName);
-  if (row.tempo > 0) object["tempo"] = row.tempo;
-  if (row.beatCount > 0) object["beats"] = row.beatCount;
-  if (row.signatureTop > 0) object["signature"] = fmt::format("{}/{}", row.signatureTop, row.signatureBottom);
-  if (const auto name = keyNameForNote(row.rootNote)) {
+JSON jsonOfPlace(const LCLoopPlace& place) {
+  JSON object = {{"id", std::to_string(place.id)}};
+  addPath(object, place.path(), place.urlText);
+  return object;
+}
+
+JSON jsonOfLoop(const LCCatalogLoop& loop) {
+  JSON object = jsonOfPlace(loop.place);
+  object["fileName"] = vesk::text::lossyUTF8(loop.fileName);
+  if (loop.tempo > 0) object["tempo"] = loop.tempo;
+  if (loop.beatCount > 0) object["beats"] = loop.beatCount;
+  if (loop.signature.isKnown()) object["signature"] = loop.signature.text();
+  if (const auto name = lc::noteName(loop.rootNote)) {
     object["key"] = *name;
-    object["keyNote"] = row.rootNote;
+    object["keyNote"] = loop.rootNote;
   }
-  addIfPresent(object, "scale", scaleName(row.keyType));
-  if (row.lengthInSeconds > 0) object["seconds"] = shortDecimal(static_cast<float>(row.lengthInSeconds));
-  addIfPresent(object, "loopType", loopTypeName(row.loopType));
-  addIfPresent(object, "genre", row.genre);
-  addIfPresent(object, "instrument", row.instrument);
-  addIfPresent(object, "subInstrument", row.subInstrument);
-  object["descriptors"] = row.descriptors;
-  object["crates"] = row.crates;
-  if (row.marks) {
-    object["favorite"] = row.marks->isFavorite;
-    object["rating"] = row.marks->rating;
-    object["comment"] = row.marks->comment;
+  addIfPresent(object, "scale", lc::scaleName(loop.keyType));
+  if (loop.lengthInSeconds > 0) object["seconds"] = shortDecimal(static_cast<float>(loop.lengthInSeconds));
+  addIfPresent(object, "loopType", lc::loopTypeName(loop.loopType));
+  if (loop.genre) object["genre"] = loop.genre->name;
+  if (loop.instrument) object["instrument"] = loop.instrument->name;
+  if (loop.subInstrument) object["subInstrument"] = loop.subInstrument->name;
+  object["descriptors"] = loop.descriptors;
+  object["crates"] = loop.packages;
+  if (loop.marks) {
+    object["favorite"] = loop.marks->isFavorite;
+    object["rating"] = loop.marks->rating;
+    object["comment"] = loop.marks->comment;
   }
-  if (JSON loudness = jsonOfLoudness(row.loudness); !loudness.empty()) object["loudness"] = std::move(loudness);
+  if (JSON loudness = jsonOfLoudness(loop.loudness); !loudness.empty()) object["loudness"] = std::move(loudness);
   return object;
 }
 

@@ -1,7 +1,6 @@
 #include "Arguments.h"
 
 #include "Failure.h"
-#include "platform/Path.h"
 #include "Signals.h"
 
 #include <unistd.h>
@@ -148,4 +147,14 @@ void forEachEntry(const PathListOptions& list, const EntryHandler& handler) {
       if (InterruptionGuard::isInterrupted() || !handler(*entry, true)) return;
     }
   }
+}
+
+std::function<std::optional<std::string>()> nextListedPath(const PathListOptions& list) {
+  if (!readsStandardInput(list)) return {};
+  auto input = std::make_shared<StandardInputList>(list.isNullSeparated ? '\0' : '\n');
+  return [input]() -> std::optional<std::string> {
+    const auto entry = input->next();
+    if (!entry || InterruptionGuard::isInterrupted()) return std::nullopt;
+    return absolutePath(*entry);
+  };
 }

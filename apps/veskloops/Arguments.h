@@ -42,3 +42,6 @@ bool readsStandardInput(const PathListOptions& list);
 // the handler, or an interruption, ends the reading.
 using EntryHandler = std::function<bool(const std::string& entry, bool isListed)>;
 void forEachEntry(const PathListOptions& list, const EntryHandler& handler);
+// Answers the paths listed on standard input, made absolute, one after the other; an empty function without such a
+// list.
+std::function<std::optional<std::string>()> nextListedPath(const PathListOptions& list);

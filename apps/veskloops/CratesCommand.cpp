@@ -1,21 +1,19 @@
 #include "CratesCommand.h"
 
 #include "Database.h"
-#include "LoopRows.h"
 #include "Output.h"
 #include "TerminalText.h"
-#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
 
 namespace {
 
-JSON jsonOfCrate(const CrateRow& crate) {
-  return {{"identifier", crate.identifier},
-          {"name", crate.name},
-          {"manufacturer", crate.manufacturer},
-          {"virtual", crate.isVirtual},
-          {"loops", crate.loopCount}};
+JSON jsonOfPackage(const LCPackage& package) {
+  return {{"identifier", package.identifier},
+          {"name", package.name},
+          {"manufacturer", package.manufacturer},
+          {"virtual", package.isVirtual},
+          {"loops", package.loopCount}};
 }
 
 std::string tableLine(std::string_view name, std::string_view manufacturer, std::string_view loops,
@@ -24,28 +22,28 @@ std::string tableLine(std::string_view name, std::string_view manufacturer, std:
                      paddedLeftToWidth(loops, 8), identifier);
 }
 
-void print(Output& output, const CrateRow& crate) {
-  const std::string count = std::to_string(crate.loopCount);
+void print(Output& output, const LCPackage& package) {
+  const std::string count = std::to_string(package.loopCount);
   if (output.resultIsOnTerminal()) {
-    output.text(tableLine(printable(crate.name), printable(crate.manufacturer), count, printable(crate.identifier)));
+    output.text(
+        tableLine(printable(package.name), printable(package.manufacturer), count, printable(package.identifier)));
   } else {
-    output.text(fmt::format("{}\t{}\t{}\t{}\t{}", onOneLine(crate.identifier), onOneLine(crate.name),
-                            onOneLine(crate.manufacturer), crate.isVirtual ? "virtual" : "", count));
+    output.text(fmt::format("{}\t{}\t{}\t{}\t{}", onOneLine(package.identifier), onOneLine(package.name),
+                            onOneLine(package.manufacturer), package.isVirtual ? "virtual" : "", count));
   }
 }
 
-int listCrates(Context& context) {
+int listPackages(Context& context) {
   Output& output = context.output;
-  const auto engine = openForReading(context);
-  const auto crates = LoopRows(engine->sqlite3Connection()).crates();
+  const auto packages = valueOf(openForReading(context)->packages());
   if (output.resultIsOnTerminal()) {
     output.text(output.emphasized(tableLine("Name", "Manufacturer", "Loops", "Identifier")));
   }
   output.beginDocument("veskloops.crates/1");
   output.beginList("crates");
-  for (const auto& crate : crates) {
-    output.item(jsonOfCrate(crate));
-    print(output, crate);
+  for (const auto& package : packages) {
+    output.item(jsonOfPackage(package));
+    print(output, package);
   }
   output.endList();
   output.endDocument();
@@ -57,5 +55,5 @@ int listCrates(Context& context) {
 CommandRunner addCratesCommand(CLI::App& app) {
   app.add_subcommand("list", "List them; the same as crates alone")->fallthrough();
   app.require_subcommand(0, 1);
-  return listCrates;
+  return listPackages;
 }

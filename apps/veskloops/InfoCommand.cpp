@@ -2,18 +2,17 @@
 
 #include "Arguments.h"
 #include "Database.h"
+#include "FileFailures.h"
 #include "LoopArguments.h"
-#include "LoopFile.h"
 #include "LoopJSON.h"
-#include "LoopRows.h"
 #include "Output.h"
-#include "platform/Path.h"
 #include "TerminalText.h"
+#include "VeskLoopManagement/catalog/LCLoopFile.h"
 #include "VeskLoopManagement/platform/audiofile/AudioFile.h"
-#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
 
+#include <filesystem>
 #include <memory>
 
 namespace {
@@ -26,9 +25,8 @@ struct InfoArguments {
 
 // What one argument stands for: a file, a row, or both.
 struct Subject {
-  std::optional<vesk::URL> url;
-  std::string path;
-  std::optional<int64_t> loopId;  // when indexed
+  LCLoopPlace place;  // as in the row; without one, the file
+  bool isIndexed = false;
 };
 
 class InfoRun {
@@ -39,7 +37,7 @@ class InfoRun {
   int run();
 
  private:
-  Subject subjectFor(const std::string& text);
+  Subject subjectFor(const LCLoopReference& reference);
   JSON describe(const Subject& subject);
   void addFile(JSON& object, const Subject& subject);
   void addChunks(JSON& object, const Subject& subject);
@@ -50,19 +48,19 @@ class InfoRun {
   Context& m_context;
   Output& m_output;
   const InfoArguments& m_arguments;
-  std::unique_ptr<LCSearchEngine> m_engine;  // null without a database
-  std::unique_ptr<LoopRows> m_rows;
+  std::unique_ptr<LCCatalog> m_catalog;  // null without a database
   bool m_anyFailed = false;
 };
 
 int InfoRun::run() {
-  m_engine = openForReadingIfPossible(m_context);
-  if (m_engine) m_rows = std::make_unique<LoopRows>(m_engine->sqlite3Connection());
-  std::vector<Subject> subjects;
+  std::vector<LCLoopReference> references;
   forEachEntry(m_arguments.loops, [&](const std::string& entry, bool) {
-    subjects.push_back(subjectFor(entry));
+    references.push_back(loopArgument(entry));
     return true;
   });
+  m_catalog = openForReadingIfPossible(m_context);
+  std::vector<Subject> subjects;
+  for (const auto& reference : references) subjects.push_back(subjectFor(reference));
 
   m_output.beginDocument("veskloops.info/1");
   m_output.beginList("files");
@@ -77,59 +75,61 @@ int InfoRun::run() {
   return m_anyFailed ? kExitSomeFilesFailed : kExitDone;
 }
 
-Subject InfoRun::subjectFor(const std::string& text) {
-  const LoopArgument argument = loopArgument(text);
-  if (argument.loopId && !m_rows) openForReading(m_context);  // throws what is wrong with the database
-  const auto place = m_rows ? findPlace(*m_rows, argument) : std::nullopt;
-  Subject subject{.url = argument.url, .path = argument.path()};
-  if (place) {
-    subject.loopId = place->id;
-    subject.url = vesk::URL::fromString(place->urlText);
-    subject.path = pathOfURLText(place->urlText);
-  } else if (!argument.url || !vesk::path::exists(subject.path)) {
-    throw unknownLoop(argument, m_rows.get());
-  } else if (vesk::path::isDirectory(subject.path)) {
-    throw usageFailure(fmt::format("{} is a folder", text), "info is about single files.");
+Subject InfoRun::subjectFor(const LCLoopReference& reference) {
+  if (reference.id && !m_catalog) openForReading(m_context);  // throws what is wrong with the database
+  std::optional<LCFailure> failure;
+  if (m_catalog) {
+    const auto place = m_catalog->place(reference);
+    if (place) return {.place = *place, .isIndexed = true};
+    failure = place.failure();
   }
-  return subject;
+  const std::string path = reference.url ? reference.url->path() : std::string();
+  std::error_code error;
+  if (!reference.url || !std::filesystem::exists(path, error)) {
+    throw failureFrom(failure.value_or(
+        LCFailure{.kind = LCFailureKind::notFound, .message = "no such loop", .subject = reference.text}));
+  }
+  if (std::filesystem::is_directory(path, error)) {
+    throw usageFailure(fmt::format("{} is a folder", reference.text), "info is about single files.");
+  }
+  return {.place = {.urlText = reference.url->absoluteString()}};
 }
 
 JSON InfoRun::describe(const Subject& subject) {
   JSON object = JSON::object();
-  addPath(object, subject.path, subject.url ? subject.url->absoluteString() : subject.path);
+  addPath(object, subject.place.path(), subject.place.urlText);
   addFile(object, subject);
   if (m_arguments.chunks) addChunks(object, subject);
-  object["indexed"] = subject.loopId.has_value();
-  if (subject.loopId) addRow(object, subject);
+  object["indexed"] = subject.isIndexed;
+  if (subject.isIndexed) addRow(object, subject);
   return object;
 }
 
 void InfoRun::addFile(JSON& object, const Subject& subject) {
-  const auto url = subject.url ? *subject.url : vesk::URL::fileURLWithPath(subject.path, false);
-  const LoopFileReading reading = readLoopFile(vesk::path::resolvingSymlinks(subject.path), url, m_arguments.enhanced);
-  if (reading.record) {
-    object["record"] = jsonOfRecord(*reading.record);
+  const LCLoopFile file = LCLoopFile::read(subject.place, m_arguments.enhanced);
+  if (file.record) {
+    object["record"] = jsonOfRecord(*file.record);
     return;
   }
   m_anyFailed = true;
-  m_output.error(failureText(subject.path, reading.reason, reading.detail));
-  JSON failure = jsonOfFailure(subject.path, reading.reason, reading.detail);
+  m_output.error(fileFailureText(file.failure));
+  const JSON failure = jsonOfFileFailure(file.failure);
   object["failure"] = {{"reason", failure["reason"]}, {"detail", failure["detail"]}};
 }
 
 void InfoRun::addChunks(JSON& object, const Subject& subject) {
   std::string detail;
-  const auto file = vesk::AudioFile::open(subject.path, nullptr, &detail);
+  const auto file = vesk::AudioFile::open(subject.place.path(), nullptr, &detail);
   if (file) {
     object["container"] = jsonOfChunks(*file);
   } else {
-    m_output.warning(fmt::format("{}: the chunks cannot be listed ({})", subject.path, detail));
+    m_output.warning(fmt::format("{}: the chunks cannot be listed ({})", subject.place.path(), detail));
   }
 }
 
 void InfoRun::addRow(JSON& object, const Subject& subject) {
-  if (const auto row = m_rows->rowWithId(*subject.loopId)) object["row"] = jsonOfLoop(*row);
-  object["keywords"] = m_engine->keywordsForLoopId(*subject.loopId);
+  object["row"] = jsonOfLoop(valueOf(m_catalog->loop(LCLoopReference::ofId(subject.place.id))));
+  object["keywords"] = valueOf(m_catalog->keywordsOfLoop(subject.place.id));
 }
 
 // A line for each field: in columns on a terminal, else with tabs and the path before it.

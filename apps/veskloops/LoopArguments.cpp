@@ -1,8 +1,7 @@
 #include "LoopArguments.h"
 
-#include "platform/Path.h"
-#include "Similarity.h"
-#include "VeskLoopManagement/platform/Text.h"
+#include "Arguments.h"
+#include "Failure.h"
 
 #include <fmt/format.h>
 
@@ -17,60 +16,24 @@ std::optional<int64_t> decimalNumber(std::string_view text) {
   return number;
 }
 
-}  // namespace
-
-LoopArgument loopArgument(const std::string& text) {
-  LoopArgument argument{.text = text};
+LCLoopReference referenceFor(const std::string& text) {
   if (text.starts_with("id:")) {
-    argument.loopId = decimalNumber(std::string_view(text).substr(3));
-    if (!argument.loopId) throw usageFailure(fmt::format("\"{}\" is no loop id", text), "Ids look like id:-123.");
-    return argument;
+    const auto id = decimalNumber(std::string_view(text).substr(3));
+    if (!id) throw usageFailure(fmt::format("\"{}\" is no loop id", text), "Ids look like id:-123.");
+    return LCLoopReference::ofId(*id);
   }
   if (text.starts_with("file:")) {
-    argument.url = vesk::URL::fromString(text);
-    if (!argument.url) throw usageFailure(fmt::format("\"{}\" is no file URL", text), "Blanks stand as %20 in URLs.");
-    return argument;
+    const auto url = vesk::URL::fromString(text);
+    if (!url) throw usageFailure(fmt::format("\"{}\" is no file URL", text), "Blanks stand as %20 in URLs.");
+    return LCLoopReference::ofURL(*url);
   }
-  argument.url = vesk::URL::fileURLWithPath(absolutePath(text), false);
-  return argument;
+  return LCLoopReference::ofPath(absolutePath(text));
 }
 
-std::optional<LoopPlace> findPlace(LoopRows& rows, const LoopArgument& argument) {
-  return argument.loopId ? rows.placeWithId(*argument.loopId) : rows.placeWithURL(*argument.url);
-}
+}  // namespace
 
-Failure unknownLoop(const LoopArgument& argument, LoopRows* rows) {
-  Failure failure{.code = kExitNotFound, .kind = "notFound", .message = "no such loop", .subject = argument.text};
-  if (rows != nullptr && argument.url)
-    failure.suggestions = rows->namesLike(vesk::path::lastComponent(argument.path()));
-  return failure;
-}
-
-std::optional<CrateRow> findCrate(LoopRows& rows, const std::string& word) {
-  const auto crates = rows.crates();
-  for (const auto& crate : crates) {
-    if (crate.identifier == word) return crate;
-  }
-  std::optional<CrateRow> found;
-  for (const auto& crate : crates) {
-    if (!vesk::text::equalIgnoringCase(crate.name, word)) continue;
-    if (found) {
-      throw usageFailure(fmt::format("several packages are called \"{}\"", word),
-                         fmt::format("Use an identifier, such as {} or {}.", found->identifier, crate.identifier));
-    }
-    found = crate;
-  }
-  return found;
-}
-
-CrateRow requiredCrate(LoopRows& rows, const std::string& word) {
-  if (auto crate = findCrate(rows, word)) return *crate;
-  SimilarNames similar(word);
-  for (const auto& crate : rows.crates()) similar.consider(crate.name);
-  throw Failure{.code = kExitNotFound,
-                .kind = "notFound",
-                .message = "no such package",
-                .subject = word,
-                .suggestions = similar.best(),
-                .nextStep = "veskloops crates lists the packages."};
+LCLoopReference loopArgument(const std::string& text) {
+  LCLoopReference reference = referenceFor(text);
+  reference.text = text;
+  return reference;
 }

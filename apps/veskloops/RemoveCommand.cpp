@@ -1,30 +1,22 @@
 #include "RemoveCommand.h"
 
 #include "Arguments.h"
-#include "CarriedLoops.h"
 #include "Database.h"
 #include "English.h"
-#include "FileStates.h"
-#include "JSON.h"
 #include "LoopArguments.h"
-#include "LoopRows.h"
+#include "LoopJSON.h"
 #include "Output.h"
-#include "platform/Path.h"
 #include "Progress.h"
 #include "Signals.h"
 #include "TerminalText.h"
-#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
+#include <filesystem>
 #include <memory>
-#include <span>
 #include <unordered_set>
 
 namespace {
-
-constexpr size_t kBatchSize = 500;
 
 struct RemoveArguments {
   PathListOptions loops;
@@ -42,30 +34,27 @@ class RemoveRun {
   int run();
 
  private:
-  void select(LoopRows& rows);
-  void selectArgument(LoopRows& rows, const std::string& text, const std::optional<std::string>& crate);
-  bool selectBelow(LoopRows& rows, const std::string& folderURLText, const std::optional<std::string>& crate);
-  bool addIfWanted(const LoopPlace& place);
+  LCPlaceQuery placesIn(std::optional<std::string> folder) const;
+  void select();
+  void selectArgument(LCCatalog& catalog, const LCLoopReference& reference);
+  void add(const std::vector<LCLoopPlace>& places);
   void requireConsent() const;
   void removeSelected();
-  void tell(const LoopPlace& place);
+  void tell(const LCLoopPlace& place);
   int report();
 
   Context& m_context;
   Output& m_output;
   const RemoveArguments& m_arguments;
   Progress m_progress;
-  std::vector<LoopPlace> m_selected;
+  std::optional<std::string> m_package;  // its identifier
+  std::vector<LCLoopPlace> m_selected;
   std::unordered_set<int64_t> m_selectedIds;
   int64_t m_removed = 0;
 };
 
 int RemoveRun::run() {
-  {
-    const auto engine = openForReading(m_context);
-    LoopRows rows(engine->sqlite3Connection());
-    select(rows);
-  }
+  select();
   if (!m_selected.empty() && !m_arguments.dryRun) requireConsent();
   m_output.beginDocument("veskloops.remove/1", Output::Summary::alsoAsLastLine);
   m_output.beginList("loops");
@@ -77,56 +66,38 @@ int RemoveRun::run() {
 
 // --- Which loops ---
 
-void RemoveRun::select(LoopRows& rows) {
-  std::optional<std::string> crate;
-  if (m_arguments.crate) crate = requiredCrate(rows, *m_arguments.crate).identifier;
-  if (m_arguments.loops.arguments.empty()) {
-    selectBelow(rows, "", crate);
-    return;
-  }
+LCPlaceQuery RemoveRun::placesIn(std::optional<std::string> folder) const {
+  return {.folder = std::move(folder), .package = m_package, .onlyMissing = m_arguments.missing};
+}
+
+void RemoveRun::select() {
+  std::vector<LCLoopReference> references;
   forEachEntry(m_arguments.loops, [&](const std::string& entry, bool) {
-    selectArgument(rows, entry, crate);
+    references.push_back(loopArgument(entry));
     return true;
   });
+  const auto catalog = openForReading(m_context);
+  if (m_arguments.crate) m_package = valueOf(catalog->package(*m_arguments.crate)).identifier;
+  if (m_arguments.loops.arguments.empty()) return add(valueOf(catalog->places(placesIn(std::nullopt))));
+  for (const auto& reference : references) selectArgument(*catalog, reference);
 }
 
-void RemoveRun::selectArgument(LoopRows& rows, const std::string& text, const std::optional<std::string>& crate) {
-  const LoopArgument argument = loopArgument(text);
-  const auto place = findPlace(rows, argument);
-  if (place) {
-    // The package is looked at here, too: "remove FILE --crate NAME" is about a loop of that package only.
-    bool isOfCrate = !crate;
-    if (crate) {
-      const auto row = rows.rowWithId(place->id);
-      isOfCrate = row && std::find(row->crates.begin(), row->crates.end(), *crate) != row->crates.end();
-    }
-    if (isOfCrate) addIfWanted(*place);
-    return;
+// A loop, or a folder with all loops below it.
+void RemoveRun::selectArgument(LCCatalog& catalog, const LCLoopReference& reference) {
+  const auto place = catalog.place(reference);
+  if (place) return add(valueOf(catalog.placesAmong({&*place, 1}, placesIn(std::nullopt))));
+  if (!reference.url || place.failure().kind != LCFailureKind::notFound) throw failureFrom(place.failure());
+  const std::string path = reference.url->path();
+  const bool anyBelow = !valueOf(catalog.places({.folder = path})).empty();
+  std::error_code error;
+  if (!anyBelow && !std::filesystem::is_directory(path, error)) throw failureFrom(place.failure());
+  add(valueOf(catalog.places(placesIn(path))));
+}
+
+void RemoveRun::add(const std::vector<LCLoopPlace>& places) {
+  for (const auto& place : places) {
+    if (m_selectedIds.insert(place.id).second) m_selected.push_back(place);
   }
-  if (argument.loopId) throw unknownLoop(argument, &rows);
-  const std::string path = argument.path();
-  const bool anyBelow = selectBelow(rows, vesk::URL::fileURLWithPath(path, true).absoluteString(), crate);
-  if (!anyBelow && !vesk::path::isDirectory(path)) throw unknownLoop(argument, &rows);
-}
-
-// True when there are rows, wanted or not.
-bool RemoveRun::selectBelow(LoopRows& rows, const std::string& folderURLText, const std::optional<std::string>& crate) {
-  bool any = false;
-  rows.forEachPlaceBelow(folderURLText, crate, [&](const LoopPlace& place) {
-    any = true;
-    addIfWanted(place);
-    return true;
-  });
-  return any;
-}
-
-bool RemoveRun::addIfWanted(const LoopPlace& place) {
-  // Placeholders stand for loops that are not on this disk yet; they are not missing.
-  const bool isWanted =
-      !m_arguments.missing || (!place.isPlaceholder && !vesk::path::exists(pathOfURLText(place.urlText)));
-  if (!isWanted || !m_selectedIds.insert(place.id).second) return false;
-  m_selected.push_back(place);
-  return true;
 }
 
 // --- Taking them out ---
@@ -149,34 +120,28 @@ void RemoveRun::removeSelected() {
     for (const auto& place : m_selected) tell(place);
     return;
   }
-  const auto indexer = openForWriting(m_context);
-  LoopRows rows(indexer->sqlite3Connection());
-  FileStates states(m_output, databaseFile(m_context), FileStates::Use::readWrite);
-  m_progress.begin("remove", static_cast<int64_t>(m_selected.size()));
-  for (size_t begin = 0; begin < m_selected.size() && !InterruptionGuard::isInterrupted(); begin += kBatchSize) {
-    const auto batch = std::span(m_selected).subspan(begin, std::min(kBatchSize, m_selected.size() - begin));
-    removeLoops(*indexer, batch);
-    states.begin();
-    CarriedLoops::forgetRemoved(states, rows, batch);
-    states.commit();
-    for (const auto& place : batch) {
-      tell(place);
-      m_progress.step(m_removed, pathOfURLText(place.urlText));
-    }
-  }
-  m_progress.end();
-  m_progress.begin("finish", std::nullopt);
-  indexer->finishIndexingInBlock(true);
+  const auto catalog = openForMarking(m_context);
+  m_progress.begin("remove", std::ssize(m_selected));
+  const LCRemovalObserver observer{.removed =
+                                       [this](const LCLoopPlace& place) {
+                                         tell(place);
+                                         m_progress.step(m_removed, place.path());
+                                       },
+                                   .finishing =
+                                       [this] {
+                                         m_progress.end();
+                                         m_progress.begin("finish", std::nullopt);
+                                       },
+                                   .shouldContinue = [] { return !InterruptionGuard::isInterrupted(); }};
+  valueOf(catalog->remove(m_selected, observer));
   m_progress.end();
 }
 
-void RemoveRun::tell(const LoopPlace& place) {
-  const std::string path = pathOfURLText(place.urlText);
+void RemoveRun::tell(const LCLoopPlace& place) {
   ++m_removed;
-  JSON object = {{"id", std::to_string(place.id)}};
-  addPath(object, path, place.urlText);
-  m_output.item(object);
-  if (m_arguments.dryRun) m_output.text(m_output.resultIsOnTerminal() ? printable(path) : path);
+  m_output.item(jsonOfPlace(place));
+  if (!m_arguments.dryRun) return;
+  m_output.text(m_output.resultIsOnTerminal() ? printable(place.path()) : place.path());
 }
 
 int RemoveRun::report() {

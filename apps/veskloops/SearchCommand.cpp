@@ -3,19 +3,16 @@
 #include "Arguments.h"
 #include "Database.h"
 #include "English.h"
-#include "KeyNames.h"
 #include "KeywordList.h"
-#include "KeywordRows.h"
 #include "LoopColumns.h"
 #include "LoopJSON.h"
-#include "LoopRows.h"
 #include "Output.h"
 #include "SearchFilters.h"
 #include "VeskLoopManagement/platform/Text.h"
-#include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 
@@ -39,25 +36,44 @@ std::string choices(const std::vector<std::string>& words) {
   return fmt::format("{}", fmt::join(words, ", "));
 }
 
-std::vector<LCSortDescriptor> sortDescriptors(const std::string& words) {
-  std::vector<LCSortDescriptor> descriptors;
-  for (const auto& part : vesk::text::split(words, ',')) {
-    const auto pieces = vesk::text::split(part, ':');
-    const auto column = columnForSortWord(pieces[0]);
-    const bool hasDirection = pieces.size() == 2 && (pieces[1] == "asc" || pieces[1] == "desc");
-    if (!column || pieces.size() > 2 || (pieces.size() == 2 && !hasDirection)) {
-      throw usageFailure(fmt::format("\"{}\" is nothing to sort by", part),
-                         fmt::format("One of {}, with :desc for the other direction.", choices(sortWords())));
-    }
-    descriptors.push_back({.key = *column, .ascending = pieces.back() != "desc"});
-  }
-  descriptors.push_back({.key = "fileName"});  // what is alike stands in the order of names
-  return descriptors;
+struct SortWord {
+  std::string_view word;
+  LCSortField field;
+};
+constexpr SortWord kSortWords[] = {{"name", LCSortField::name},   {"path", LCSortField::path},
+                                   {"tempo", LCSortField::tempo}, {"beats", LCSortField::beats},
+                                   {"key", LCSortField::key},     {"length", LCSortField::length},
+                                   {"type", LCSortField::type},   {"favorite", LCSortField::favorite}};
+
+std::vector<std::string> sortWords() {
+  std::vector<std::string> words;
+  for (const auto& entry : kSortWords) words.emplace_back(entry.word);
+  return words;
 }
 
-void applyOrder(LCSearchEngine& engine, const SearchArguments& arguments) {
-  if (arguments.sort) engine.setSortDescriptors(sortDescriptors(*arguments.sort));
-  if (arguments.isRandom) engine.setSortDescriptors({{LCSortDescriptor::random()}});
+// "tempo", "tempo:desc"; nullopt for anything else.
+std::optional<LCSortKey> sortKeyFor(const std::string& text) {
+  const auto pieces = vesk::text::split(text, ':');
+  const bool hasDirection = pieces.size() == 2 && (pieces[1] == "asc" || pieces[1] == "desc");
+  const auto* entry = std::find_if(std::begin(kSortWords), std::end(kSortWords),
+                                   [&](const SortWord& known) { return known.word == pieces[0]; });
+  if (entry == std::end(kSortWords) || (pieces.size() > 1 && !hasDirection)) return std::nullopt;
+  return LCSortKey{.field = entry->field, .isDescending = pieces.back() == "desc"};
+}
+
+std::vector<LCSortKey> orderFor(const SearchArguments& arguments) {
+  if (arguments.isRandom) return {{.field = LCSortField::random}};
+  std::vector<LCSortKey> order;
+  if (!arguments.sort) return order;
+  for (const auto& part : vesk::text::split(*arguments.sort, ',')) {
+    const auto key = sortKeyFor(part);
+    if (!key) {
+      throw usageFailure(fmt::format("loops cannot be sorted by \"{}\"", part),
+                         fmt::format("One of {}, with :desc for the other direction.", choices(sortWords())));
+    }
+    order.push_back(*key);
+  }
+  return order;
 }
 
 class SearchRun {
@@ -69,6 +85,8 @@ class SearchRun {
 
  private:
   void search();
+  // Hands on every loop of the page until the output takes no more.
+  void forEachLoop(const std::function<void(const LCCatalogLoop&)>& handler) const;
   void printText();
   void printTable();
   void printFields();
@@ -81,75 +99,77 @@ class SearchRun {
   Output& m_output;
   const SearchArguments& m_arguments;
   LoopColumns m_columns;  // none: not asked for
-  std::unique_ptr<LCSearchEngine> m_engine;
-  std::unique_ptr<LoopRows> m_rows;
-  int64_t m_total = 0;  // when 0 there may be no result to read
-  std::vector<KeywordRow> m_facets;
+  LCPageRequest m_page;
+  std::unique_ptr<LCCatalog> m_catalog;
+  std::optional<LCLoopResult> m_result;
+  std::vector<LCFacet> m_facets;
 };
 
 int SearchRun::run() {
   if (m_arguments.columns) m_columns = columnsForWords(*m_arguments.columns);
+  m_page = {.offset = m_arguments.offset, .limit = m_arguments.limit};
   search();
   if (m_output.isText()) {
     printText();
   } else {
     printJSON();
   }
-  return m_total == 0 && m_arguments.failWhenEmpty ? kExitNotFound : kExitDone;
+  return m_result->count() == 0 && m_arguments.failWhenEmpty ? kExitNotFound : kExitDone;
 }
 
 void SearchRun::search() {
-  m_engine = openForReading(m_context, m_arguments.layout == "mobile" ? EngineLayout::mobile : EngineLayout::desktop);
-  m_rows = std::make_unique<LoopRows>(m_engine->sqlite3Connection());
-  applyOrder(*m_engine, m_arguments);
-  m_total = searchWithFilters(*m_engine, *m_rows, m_arguments.filters);
-  if (!m_arguments.facets || m_total == 0) return;
-  m_facets = rowsOfKeywords(*m_rows, m_engine->availableKeywordsWithCounts());
-  sortForReading(m_facets);
+  LCLoopQuery query = queryFor(m_arguments.filters);
+  query.order = orderFor(m_arguments);
+  const bool isMobile = m_arguments.layout == "mobile";
+  m_catalog = openForReading(m_context, isMobile ? LCCatalogLayout::mobile : LCCatalogLayout::desktop);
+  m_result = valueOf(m_catalog->search(query));
+  if (m_arguments.facets) m_facets = valueOf(m_result->facets());
+}
+
+void SearchRun::forEachLoop(const std::function<void(const LCCatalogLoop&)>& handler) const {
+  valueOf(m_result->forEachLoop(m_page, [&](const LCCatalogLoop& loop) {
+    handler(loop);
+    return m_output.canWrite();
+  }));
 }
 
 // --- Text ---
 
 void SearchRun::printText() {
   if (m_arguments.onlyCount) {
-    m_output.text(std::to_string(m_total));
+    m_output.text(std::to_string(m_result->count()));
     return;
   }
   const bool isForPeople = m_output.resultIsOnTerminal() && !m_arguments.print0;
   if (m_arguments.facets) {
     printKeywords(m_output, m_facets);
-  } else if (m_total > 0 && isForPeople) {
+  } else if (m_result->count() > 0 && isForPeople) {
     printTable();
-  } else if (m_total > 0 && !m_columns.empty()) {
+  } else if (!m_columns.empty()) {
     printFields();
-  } else if (m_total > 0) {
+  } else {
     printPaths();
   }
-  if (isForPeople) m_output.note(fmt::format("{} found", counted(m_total, "loop")));
+  if (isForPeople) m_output.note(fmt::format("{} found", counted(m_result->count(), "loop")));
 }
 
 void SearchRun::printTable() {
   const LoopTable table(m_output, m_columns);
   table.printHeader();
-  m_rows->forEachResult(m_arguments.offset, m_arguments.limit, [&](const LoopRow& row) {
-    table.printRow(row);
-    return m_output.canWrite();
-  });
+  forEachLoop([&](const LCCatalogLoop& loop) { table.printRow(loop); });
 }
 
 void SearchRun::printFields() {
-  m_rows->forEachResult(m_arguments.offset, m_arguments.limit, [&](const LoopRow& row) {
-    m_output.text(tabSeparated(m_columns, row));
-    return m_output.canWrite();
-  });
+  forEachLoop([&](const LCCatalogLoop& loop) { m_output.text(tabSeparated(m_columns, loop)); });
 }
 
 void SearchRun::printPaths() {
   const std::string end(1, m_arguments.print0 ? '\0' : '\n');
-  m_rows->forEachResultPlace(m_arguments.offset, m_arguments.limit, [&](const LoopPlace& place) {
-    m_output.rawText(pathOfURLText(place.urlText) + end);
+  const auto handed = m_result->forEachPlace(m_page, [&](const LCLoopPlace& place) {
+    m_output.rawText(place.path() + end);
     return m_output.canWrite();
   });
+  valueOf(handed);
 }
 
 // --- JSON ---
@@ -157,7 +177,7 @@ void SearchRun::printPaths() {
 void SearchRun::printJSON() {
   m_output.beginDocument("veskloops.search/1",
                          m_arguments.onlyCount ? Output::Summary::alsoAsLastLine : Output::Summary::inDocumentOnly);
-  m_output.field("total", m_total);
+  m_output.field("total", m_result->count());
   if (!m_arguments.onlyCount) {
     m_output.field("offset", m_arguments.offset);
     printLoops();
@@ -168,12 +188,7 @@ void SearchRun::printJSON() {
 
 void SearchRun::printLoops() {
   m_output.beginList("loops");
-  if (m_total > 0) {
-    m_rows->forEachResult(m_arguments.offset, m_arguments.limit, [&](const LoopRow& row) {
-      m_output.item(jsonOfLoop(row));
-      return m_output.canWrite();
-    });
-  }
+  forEachLoop([&](const LCCatalogLoop& loop) { m_output.item(jsonOfLoop(loop)); });
   m_output.endList();
 }
 

@@ -1,8 +1,7 @@
 // The filters that say which loops a search finds: the options of search, shared by every command that searches.
 #pragma once
 
-#include "LoopRows.h"
-#include "VeskLoopManagement/search/LCSearchEngine.h"
+#include "VeskLoopManagement/catalog/LCLoopQuery.h"
 
 #include <CLI/App.hpp>
 
@@ -33,6 +32,5 @@ struct SearchFilters {
 // Adds the option of every filter but the words, which each command takes in its own way; answers the options.
 std::vector<CLI::Option*> addSearchFilters(CLI::App& app, SearchFilters& filters);
 
-// Searches with the filters, in the order for which the engine is set, and answers how many loops were found. When that
-// is 0 there may be no result to read. Throws a failure for filters that are wrong or name what is unknown.
-int64_t searchWithFilters(LCSearchEngine& engine, LoopRows& rows, const SearchFilters& filters);
+// The library's question. Throws a usage failure for filters that make no sense.
+LCLoopQuery queryFor(const SearchFilters& filters);

@@ -12,14 +12,11 @@
 #include "Output.h"
 #include "RemoveCommand.h"
 #include "SearchCommand.h"
-#include "Similarity.h"
-#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/catalog/LCLibraryVersions.h"
+#include "VeskLoopManagement/catalog/LCNearNames.h"
 #include "VeskLoopManagement/platform/Environment.h"
-#include "VeskLoopManagement/resources/VeskLoopManagementVersion.h"
 
 #include <fmt/format.h>
-#include <sqlite3.h>
-#include <unicode/uversion.h>
 #include <CLI/CLI.hpp>
 
 #include <csignal>
@@ -168,7 +165,7 @@ Failure unknownWord(const Program& program, const std::string& word) {
     failure.nextStep = fmt::format("Write veskloops {} {} …", command->app->get_name(), word);
     return failure;
   }
-  failure.suggestions = similarNames(word, knownWords(program, command == nullptr ? nullptr : command->app, word));
+  failure.suggestions = lc::nearNames(word, knownWords(program, command == nullptr ? nullptr : command->app, word));
   return failure;
 }
 
@@ -181,18 +178,15 @@ Failure failureFor(const Program& program, const CLI::ParseError& error) {
 }
 
 int showVersion(Context& context) {
-  UVersionInfo icuVersion;
-  char icuText[U_MAX_VERSION_STRING_LENGTH];
-  u_getVersion(icuVersion);
-  u_versionToString(icuVersion, icuText);
+  const LCLibraryVersions versions = LCLibraryVersions::current();
   Output& output = context.output;
   output.beginDocument("veskloops.version/1", Output::Summary::alsoAsLastLine);
-  output.field("version", VeskLoopManagementVersionString);
-  output.field("schemaVersion", kDefaultDatabaseSchemaVersion);
-  output.field("sqlite", sqlite3_libversion());
-  output.field("icu", icuText);
+  output.field("version", versions.library);
+  output.field("schemaVersion", versions.databaseSchema);
+  output.field("sqlite", versions.sqlite);
+  output.field("icu", versions.icu);
   output.endDocument();
-  output.text(fmt::format("veskloops {}", VeskLoopManagementVersionString));
+  output.text(fmt::format("veskloops {}", versions.library));
   return kExitDone;
 }
 

@@ -1,33 +1,34 @@
 #include "fileio/LCAIFParser.h"
 
+#include "fileio/ChunkText.h"
 #include "fileio/LCBasicTaggingChunk.h"
 #include "fileio/LCCategoryChunk.h"
-#include "fileio/LCChunkBytes.h"
 #include "fileio/LCCollectionChunk.h"
 #include "fileio/LCCommentsChunk.h"
 #include "VeskLoopManagement/fileio/LCChunkIDs.h"
 
 // --- Open ------------------------------------------------------------------------------------------------------------
 
-LCAIFParser::LCAIFParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian)
+std::unique_ptr<LCAIFParser> LCAIFParser::initWithURL(const vesk::URL& url, bool isBigEndian,
+                                                      LCParserFailure* failure) {
+  return parserOverFile<LCAIFParser>(url, isBigEndian, failure);
+}
+
+LCAIFParser::LCAIFParser(const vesk::URL& url, vesk::AudioFile audioFile, bool isBigEndian)
     : LCFileParser(url, std::move(audioFile), isBigEndian) {}
 
 // --- Find steps ------------------------------------------------------------------------------------------------------
 
 // The order is fixed here and not by the file: a later chunk overrides what an earlier one said, such as the loop type.
 void LCAIFParser::findSearchInfo() {
-  bool isLoop = findBasicTaggingChunk();
-  isLoop |= findCategoryChunk();
-  isLoop |= findCollectionChunk();
-  isLoop |= findGenInstChunk();
-  isLoop |= findEventSequenceChunk();
-  bool isAuthored = findAdditionalDataChunk();
-  isLoop |= findStepSequencerChunk();
-  isLoop |= findPatchChunk();
-  isAuthored |= isLoop;
-
-  if (isAuthored) m_fileData->hasAuthoredChunks = true;
-  if (isLoop) m_fileData->hasLoopTypeChunks = true;
+  note(findBasicTaggingChunk());
+  note(findCategoryChunk());
+  note(findCollectionChunk());
+  note(findGenInstChunk());
+  note(findEventSequenceChunk());
+  note(findAdditionalDataChunk());
+  note(findStepSequencerChunk());
+  note(findPatchChunk());
 }
 
 void LCAIFParser::findFileInfo() {
@@ -39,28 +40,28 @@ void LCAIFParser::findFileInfo() {
 
 // --- Payloads --------------------------------------------------------------------------------------------------------
 
-bool LCAIFParser::findBasicTaggingChunk() {
+LCAIFParser::Finding LCAIFParser::findBasicTaggingChunk() {
   const auto size = m_audioFile->userDataSize(kBasicTaggingChunkCode);
-  if (!size || !LCBasicTaggingChunk::admitsSize(*size)) return false;
+  if (!size || !LCBasicTaggingChunk::admitsSize(*size)) return Finding::nothing;
   const auto data = chunkData(kBasicTaggingChunkCode, LCBasicTaggingChunk::kSize);
-  if (!data) return false;
+  if (!data) return Finding::nothing;
   const auto basic = LCBasicTaggingChunk::decode(*data);
-  if (!basic) return false;
+  if (!basic) return Finding::nothing;
   m_fileData->beatCount = basic->beatCount;
   m_fileData->midiRootNote = basic->midiRootNote;
   m_fileData->keyType = basic->keyType;
   m_fileData->signatureTop = basic->signatureTop;
   m_fileData->signatureBottom = basic->signatureBottom;
   m_fileData->fileType = basic->fileType;
-  return true;
+  return Finding::authoredLoop;
 }
 
-bool LCAIFParser::findCategoryChunk() {
+LCAIFParser::Finding LCAIFParser::findCategoryChunk() {
   const auto data = chunkData(kCategoryChunkCode, LCCategoryChunk::kLargestSize);
-  if (!data) return false;
+  if (!data) return Finding::nothing;
   auto category = LCCategoryChunk::decode(*data);
-  if (!category) return false;
-  if (!category->hasKnownVersion()) return true;
+  if (!category) return Finding::nothing;
+  if (!category->hasKnownVersion()) return Finding::authoredLoop;
   m_fileData->instrumentSubTypeTag = std::move(category->instrumentSubType);
   m_fileData->instrumentTypeTag = std::move(category->instrumentType);
   m_fileData->genreTag = std::move(category->genre);
@@ -69,56 +70,56 @@ bool LCAIFParser::findCategoryChunk() {
     m_fileData->themeTag = std::move(category->theme);
   }
   m_fileData->descriptors = std::move(category->descriptors);
-  return true;
+  return Finding::authoredLoop;
 }
 
-bool LCAIFParser::findCollectionChunk() {
+LCAIFParser::Finding LCAIFParser::findCollectionChunk() {
   const auto data = chunkData(kCollectionChunkCode, LCCollectionChunk::kSize);
-  if (!data) return false;
+  if (!data) return Finding::nothing;
   auto collection = LCCollectionChunk::decode(*data);
-  if (!collection) return false;
-  if (!collection->hasKnownVersion()) return true;
+  if (!collection) return Finding::nothing;
+  if (!collection->hasKnownVersion()) return Finding::authoredLoop;
   m_fileData->collectionTag = std::move(collection->collection);
   m_fileData->themeTag = std::move(collection->theme);
-  return true;
+  return Finding::authoredLoop;
 }
 
-bool LCAIFParser::findGenInstChunk() {
+LCAIFParser::Finding LCAIFParser::findGenInstChunk() {
   const auto data = chunkData(kGenInstChunkCode);
-  if (!data) return false;
+  if (!data) return Finding::nothing;
   extractGenInstInfoFromData(*data);
-  return true;
+  return Finding::authoredLoop;
 }
 
-bool LCAIFParser::findEventSequenceChunk() {
-  if (!m_fileData->enhancedFileDataAvailable) return false;
+LCAIFParser::Finding LCAIFParser::findEventSequenceChunk() {
+  if (!m_fileData->enhancedFileDataAvailable) return Finding::nothing;
   auto data = chunkData(kEventSequenceChunkCode);
-  if (!data) return false;
+  if (!data) return Finding::nothing;
   m_fileData->eventSequenceData = std::move(*data);
-  return true;
+  return Finding::authoredLoop;
 }
 
-bool LCAIFParser::findAdditionalDataChunk() {
+LCAIFParser::Finding LCAIFParser::findAdditionalDataChunk() {
   const auto data = chunkData(kAdditionalDataChunkCode);
-  if (!data) return false;
+  if (!data) return Finding::nothing;
   extractAdditionalLoopDataFromData(*data);
-  return true;
+  return Finding::authored;
 }
 
 // A plain parse only needs to know whether there is anything in it.
-bool LCAIFParser::findStepSequencerChunk() {
+LCAIFParser::Finding LCAIFParser::findStepSequencerChunk() {
   const bool keepsData = m_fileData->enhancedFileDataAvailable;
   auto data = keepsData ? chunkData(kStepSequencerChunkCode) : chunkData(kStepSequencerChunkCode, 1);
-  if (!data) return false;
+  if (!data) return Finding::nothing;
   extractStepSequencerDataFromData(*data);
   if (keepsData) m_fileData->stepSequencerData = std::move(*data);
-  return true;
+  return Finding::authoredLoop;
 }
 
-bool LCAIFParser::findPatchChunk() {
-  if (!m_audioFile->userDataSize(kPatchChunkCode)) return false;
+LCAIFParser::Finding LCAIFParser::findPatchChunk() {
+  if (!m_audioFile->userDataSize(kPatchChunkCode)) return Finding::nothing;
   if (m_fileData->patchInfo < 1) m_fileData->patchInfo = 1;
-  return true;
+  return Finding::authoredLoop;
 }
 
 // --- Helpers ---------------------------------------------------------------------------------------------------------
@@ -126,7 +127,7 @@ bool LCAIFParser::findPatchChunk() {
 std::optional<std::string> LCAIFParser::stringForChunk(vesk::FourCC code) const {
   const auto data = chunkData(code);
   if (!data || data->empty()) return std::nullopt;
-  return lc::chunk::utf8Text(*data);
+  return lc::utf8Text(*data);
 }
 
 std::optional<std::string> LCAIFParser::stringForCommentsChunk() const {

@@ -9,7 +9,11 @@
 
 class LCAIFParser : public LCFileParser {
  public:
-  LCAIFParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian);
+  // Null when the file does not open; `failure` (may be null) then says why.
+  [[nodiscard]] static std::unique_ptr<LCAIFParser> initWithURL(const vesk::URL& url, bool isBigEndian,
+                                                                LCParserFailure* failure = nullptr);
+  // Over a file that is open already, such as bytes in memory; `url` says where keywords and name come from.
+  LCAIFParser(const vesk::URL& url, vesk::AudioFile audioFile, bool isBigEndian);
 
   // The chunk's bytes as text, nothing taken off; nullopt when it is absent, empty, unreadable or no UTF-8.
   std::optional<std::string> stringForChunk(vesk::FourCC code) const;
@@ -21,13 +25,13 @@ class LCAIFParser : public LCFileParser {
   void findFileInfo() override;
 
  private:
-  // Each answers whether the chunk is there, which is what makes the file a tagged loop.
-  bool findBasicTaggingChunk();
-  bool findCategoryChunk();
-  bool findCollectionChunk();
-  bool findGenInstChunk();
-  bool findEventSequenceChunk();
-  bool findAdditionalDataChunk();
-  bool findStepSequencerChunk();
-  bool findPatchChunk();
+  // A step for each chunk.
+  Finding findBasicTaggingChunk();
+  Finding findCategoryChunk();
+  Finding findCollectionChunk();
+  Finding findGenInstChunk();
+  Finding findEventSequenceChunk();
+  Finding findAdditionalDataChunk();
+  Finding findStepSequencerChunk();
+  Finding findPatchChunk();
 };

@@ -1,16 +1,38 @@
 #include "fileio/LCBasicTaggingChunk.h"
 
-#include "fileio/LCChunkBytes.h"
+#include "platform/audiofile/ByteReader.h"
+#include "platform/audiofile/ByteWriter.h"
+
+namespace {
+
+constexpr uint32_t kVersion = 1;
+constexpr size_t kReservedSize = 64;
+
+}  // namespace
 
 std::optional<LCBasicTaggingChunk> LCBasicTaggingChunk::decode(std::span<const std::byte> payload) {
   if (!admitsSize(payload.size())) return std::nullopt;
-  const auto signed16 = [&](size_t offset) { return static_cast<int16_t>(lc::chunk::bigEndian16(payload, offset)); };
-  return LCBasicTaggingChunk{
-      .beatCount = static_cast<int32_t>(lc::chunk::bigEndian32(payload, 4)),
-      .midiRootNote = signed16(8),
-      .keyType = signed16(10),
-      .signatureTop = signed16(12),
-      .signatureBottom = signed16(14),
-      .fileType = signed16(16),
-  };
+  vesk::ByteReader reader(payload, std::endian::big);
+  LCBasicTaggingChunk decoded;
+  reader.skip(sizeof kVersion);
+  decoded.beatCount = reader.s32();
+  decoded.midiRootNote = reader.s16();
+  decoded.keyType = reader.s16();
+  decoded.signatureTop = reader.s16();
+  decoded.signatureBottom = reader.s16();
+  decoded.fileType = reader.s16();
+  return decoded;
+}
+
+std::vector<std::byte> LCBasicTaggingChunk::encode() const {
+  vesk::ByteWriter writer(std::endian::big);
+  writer.u32(kVersion);
+  writer.s32(beatCount);
+  writer.s16(midiRootNote);
+  writer.s16(keyType);
+  writer.s16(signatureTop);
+  writer.s16(signatureBottom);
+  writer.s16(fileType);
+  writer.zeros(kReservedSize);
+  return writer.take();
 }

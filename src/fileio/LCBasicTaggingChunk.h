@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 struct LCBasicTaggingChunk {
   static constexpr uint64_t kSize = 82;        // what is written, and all that is ever read
@@ -26,6 +27,8 @@ struct LCBasicTaggingChunk {
   static bool admitsSize(uint64_t size) { return size == kSize || size == kPaddedSize; }
   // nullopt for a payload of another size.
   static std::optional<LCBasicTaggingChunk> decode(std::span<const std::byte> payload);
+  // 82 bytes of version 1, the reserved ones 0 whatever they were.
+  std::vector<std::byte> encode() const;
 
   bool operator==(const LCBasicTaggingChunk&) const = default;
 };

@@ -1,64 +1,65 @@
 #include "fileio/LCCAFParser.h"
 
+#include "VeskLoopManagement/model/LCTimeSignature.h"
+
 #include <algorithm>
 
 // --- Open ------------------------------------------------------------------------------------------------------------
 
-LCCAFParser::LCCAFParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian)
+std::unique_ptr<LCCAFParser> LCCAFParser::initWithURL(const vesk::URL& url, bool isBigEndian,
+                                                      LCParserFailure* failure) {
+  return parserOverFile<LCCAFParser>(url, isBigEndian, failure);
+}
+
+LCCAFParser::LCCAFParser(const vesk::URL& url, vesk::AudioFile audioFile, bool isBigEndian)
     : LCFileParser(url, std::move(audioFile), isBigEndian) {}
 
 // --- Find steps ------------------------------------------------------------------------------------------------------
 
 // All chunks are walked: a later one overrides what an earlier one said.
 void LCCAFParser::findSearchInfo() {
-  bool isAuthored = false;
-  bool isLoop = false;
-  bool isWebLoop = false;
+  m_fileData->isWebLoop = false;
   const size_t count = m_audioFile->userDataCount(kUUIDChunkCode);
-  for (size_t i = 0; i < count; ++i) {
-    const Finding finding = readUUIDChunk(i);
-    isAuthored |= finding != Finding::nothing;
-    isLoop |= finding == Finding::authoredLoop || finding == Finding::webLoop;
-    isWebLoop |= finding == Finding::webLoop;
-  }
-  m_fileData->isWebLoop = isWebLoop;
-  if (isAuthored) m_fileData->hasAuthoredChunks = true;
-  if (isLoop) m_fileData->hasLoopTypeChunks = true;
+  for (size_t i = 0; i < count; ++i) note(findUUIDChunk(i));
 }
 
 // --- Payloads --------------------------------------------------------------------------------------------------------
 
-LCCAFParser::Finding LCCAFParser::readUUIDChunk(size_t index) {
+LCCAFParser::Finding LCCAFParser::findUUIDChunk(size_t index) {
   const auto identifier = identifierOfChunk(index);
   if (!identifier) return Finding::nothing;
-  if (*identifier == kSearchInfoIdentifier) return readSearchInfo(index);
-  if (*identifier == kWebLoopIdentifier) return Finding::webLoop;
-  if (*identifier == kGenInstIdentifier) return readGenInstInfo(index);
-  if (*identifier == kAdditionalDataIdentifier) return readAdditionalLoopData(index);
-  if (*identifier == kStepSequencerIdentifier) return readStepSequencerData(index);
-  if (*identifier == kEventSequenceIdentifier) return readEventSequenceData(index);
-  if (*identifier == kPatchIdentifier) return notePatch();
+  if (*identifier == kSearchInfoIdentifier) return findSearchInfoChunk(index);
+  if (*identifier == kWebLoopIdentifier) return findWebLoopChunk();
+  if (*identifier == kGenInstIdentifier) return findGenInstChunk(index);
+  if (*identifier == kAdditionalDataIdentifier) return findAdditionalDataChunk(index);
+  if (*identifier == kStepSequencerIdentifier) return findStepSequencerChunk(index);
+  if (*identifier == kEventSequenceIdentifier) return findEventSequenceChunk(index);
+  if (*identifier == kPatchIdentifier) return findPatchChunk();
   const auto markers = {kMarkerAIdentifier, kMarkerBIdentifier, kMarkerCIdentifier, kMarkerDIdentifier};
   const bool isMarker = std::find(markers.begin(), markers.end(), *identifier) != markers.end();
   return isMarker ? Finding::authoredLoop : Finding::nothing;
 }
 
-LCCAFParser::Finding LCCAFParser::readSearchInfo(size_t index) {
+LCCAFParser::Finding LCCAFParser::findSearchInfoChunk(size_t index) {
   const uint64_t size = m_audioFile->userDataSize(kUUIDChunkCode, index).value_or(0);
   if (size > sizeof(LCChunkIdentifier) + LCSearchInfo::kLargestSize) return Finding::nothing;
-  const auto payload = payloadOfChunk(index);
-  if (payload) setSearchInfoFromDictionary(LCSearchInfo::decode(*payload));
+  if (const auto chunk = m_audioFile->userData(kUUIDChunkCode, index)) extractSearchInfoFromData(*chunk);
   return Finding::authoredLoop;
 }
 
-LCCAFParser::Finding LCCAFParser::readGenInstInfo(size_t index) {
+LCCAFParser::Finding LCCAFParser::findWebLoopChunk() {
+  m_fileData->isWebLoop = true;
+  return Finding::authoredLoop;
+}
+
+LCCAFParser::Finding LCCAFParser::findGenInstChunk(size_t index) {
   const auto payload = payloadOfChunk(index);
   if (!payload) return Finding::nothing;
   extractGenInstInfoFromData(*payload);
   return Finding::authoredLoop;
 }
 
-LCCAFParser::Finding LCCAFParser::readAdditionalLoopData(size_t index) {
+LCCAFParser::Finding LCCAFParser::findAdditionalDataChunk(size_t index) {
   const auto payload = payloadOfChunk(index);
   if (!payload) return Finding::nothing;
   extractAdditionalLoopDataFromData(*payload);
@@ -66,7 +67,7 @@ LCCAFParser::Finding LCCAFParser::readAdditionalLoopData(size_t index) {
 }
 
 // Kept in a plain parse too, unlike in AIFF files.
-LCCAFParser::Finding LCCAFParser::readStepSequencerData(size_t index) {
+LCCAFParser::Finding LCCAFParser::findStepSequencerChunk(size_t index) {
   auto payload = payloadOfChunk(index);
   if (!payload) return Finding::nothing;
   extractStepSequencerDataFromData(*payload);
@@ -74,7 +75,7 @@ LCCAFParser::Finding LCCAFParser::readStepSequencerData(size_t index) {
   return Finding::authoredLoop;
 }
 
-LCCAFParser::Finding LCCAFParser::readEventSequenceData(size_t index) {
+LCCAFParser::Finding LCCAFParser::findEventSequenceChunk(size_t index) {
   if (!m_fileData->enhancedFileDataAvailable) return Finding::nothing;
   auto payload = payloadOfChunk(index);
   if (!payload) return Finding::nothing;
@@ -82,9 +83,14 @@ LCCAFParser::Finding LCCAFParser::readEventSequenceData(size_t index) {
   return Finding::authoredLoop;
 }
 
-LCCAFParser::Finding LCCAFParser::notePatch() {
+LCCAFParser::Finding LCCAFParser::findPatchChunk() {
   if (m_fileData->patchInfo <= 0) m_fileData->patchInfo = 1;
   return Finding::authoredLoop;
+}
+
+void LCCAFParser::extractSearchInfoFromData(std::span<const std::byte> chunk) {
+  if (chunk.size() < sizeof(LCChunkIdentifier)) return;
+  setSearchInfoFromDictionary(LCSearchInfo::decode(chunk.subspan(sizeof(LCChunkIdentifier))));
 }
 
 void LCCAFParser::setSearchInfoFromDictionary(const LCSearchInfo& searchInfo) {

@@ -8,11 +8,18 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 
 class LCCAFParser : public LCFileParser {
  public:
-  LCCAFParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian);
+  // Null when the file does not open; `failure` (may be null) then says why.
+  [[nodiscard]] static std::unique_ptr<LCCAFParser> initWithURL(const vesk::URL& url, bool isBigEndian,
+                                                                LCParserFailure* failure = nullptr);
+  // Over a file that is open already, such as bytes in memory; `url` says where keywords and name come from.
+  LCCAFParser(const vesk::URL& url, vesk::AudioFile audioFile, bool isBigEndian);
 
+  // The search info of a whole "uuid" chunk, identifier included.
+  void extractSearchInfoFromData(std::span<const std::byte> chunk);
   // Fills every search-info field of the record, absent keys too; without entries nothing.
   void setSearchInfoFromDictionary(const LCSearchInfo& searchInfo);
 
@@ -20,15 +27,15 @@ class LCCAFParser : public LCFileParser {
   void findSearchInfo() override;
 
  private:
-  // What one "uuid" chunk tells of the file.
-  enum class Finding { nothing, authored, authoredLoop, webLoop };
-  Finding readUUIDChunk(size_t index);
-  Finding readSearchInfo(size_t index);
-  Finding readGenInstInfo(size_t index);
-  Finding readAdditionalLoopData(size_t index);
-  Finding readStepSequencerData(size_t index);
-  Finding readEventSequenceData(size_t index);
-  Finding notePatch();
+  // A step for each chunk, which is the one at `index` among those with the code "uuid".
+  Finding findUUIDChunk(size_t index);
+  Finding findSearchInfoChunk(size_t index);
+  Finding findWebLoopChunk();
+  Finding findGenInstChunk(size_t index);
+  Finding findAdditionalDataChunk(size_t index);
+  Finding findStepSequencerChunk(size_t index);
+  Finding findEventSequenceChunk(size_t index);
+  Finding findPatchChunk();
 
   std::optional<LCChunkIdentifier> identifierOfChunk(size_t index) const;
   // The bytes behind the identifier; nullopt when there are none or they cannot be read.

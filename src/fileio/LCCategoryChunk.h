@@ -21,6 +21,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 struct LCCategoryChunk {
   static constexpr uint64_t kSmallestSize = 222;               // of both versions
@@ -39,6 +40,18 @@ struct LCCategoryChunk {
 
   // nullopt below the smallest size. A version that is not known leaves every field empty.
   static std::optional<LCCategoryChunk> decode(std::span<const std::byte> payload);
+  // Version 1, whatever `version` says: collection and theme are dropped ("coll" holds them), the reserved bytes are 0.
+  // Texts are cut to 49 bytes, between characters; descriptors that the count cannot say are left out. Without
+  // descriptors there is room for one, which established readers expect.
+  std::vector<std::byte> encode() const;
+
+  // The two texts that name the instrument, of any version and whatever follows them; both nullopt when the payload
+  // ends before them.
+  struct Instrument {
+    std::optional<std::string> type;
+    std::optional<std::string> subType;
+  };
+  static Instrument decodeInstrument(std::span<const std::byte> payload);
 
   bool operator==(const LCCategoryChunk&) const = default;
 };

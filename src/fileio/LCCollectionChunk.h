@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 struct LCCollectionChunk {
   static constexpr uint64_t kSize = 104;  // longer ones are read too
@@ -20,6 +21,8 @@ struct LCCollectionChunk {
 
   // nullopt below the size. A version that is not known leaves the texts empty.
   static std::optional<LCCollectionChunk> decode(std::span<const std::byte> payload);
+  // 104 bytes of version 1, whatever `version` says. Texts are cut to 49 bytes, between characters.
+  std::vector<std::byte> encode() const;
 
   bool operator==(const LCCollectionChunk&) const = default;
 };

@@ -10,6 +10,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 struct LCCommentsChunk {
   static constexpr uint64_t kLargestSize = 10 + 0xFFFF;  // of the first comment; nothing behind it is read
@@ -18,4 +19,10 @@ struct LCCommentsChunk {
 
   // nullopt when there is no comment, its length is 0 or more than the payload holds, or it is no UTF-8.
   static std::optional<LCCommentsChunk> decode(std::span<const std::byte> payload);
+  // One comment with time stamp and marker 0; others that the chunk had are dropped. The text is trimmed and, as
+  // established readers expect it, stands between a blank, which counts for its length, and a zero byte, which does
+  // not. It is cut between characters to what the length can say.
+  std::vector<std::byte> encode() const;
+
+  bool operator==(const LCCommentsChunk&) const = default;
 };

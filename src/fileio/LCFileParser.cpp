@@ -1,13 +1,14 @@
 #include "VeskLoopManagement/fileio/LCFileParser.h"
 
+#include "fileio/LCAdditionalDataChunk.h"
 #include "fileio/LCAIFParser.h"
 #include "fileio/LCCAFParser.h"
+#include "fileio/LCGenInstChunk.h"
 #include "fileio/LCMetaDataParser.h"
 #include "fileio/LCSDIIParser.h"
 #include "fileio/LCWAVParser.h"
 #include "fileio/MurmurHash.h"
 #include "fileio/TempoFromFileName.h"
-#include "platform/KeyedArchive.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/fileio/LCChunkIDs.h"
 #include "VeskLoopManagement/fileio/LCRexFileParser.h"
@@ -22,7 +23,7 @@
 namespace {
 
 std::atomic<unsigned char> allowsSDIIFiles{0};
-std::atomic<unsigned char> allowsKeywordExtractionFromPath{1};
+std::atomic<unsigned char> s_allowsPathKeywords{1};
 
 using Reason = LCParserFailure::Reason;
 
@@ -48,14 +49,7 @@ Reason reasonOf(vesk::OpenError error) {
 
 template <typename Parser>
 std::unique_ptr<LCFileParser> openContainer(const vesk::URL& url, bool isBigEndian, LCParserFailure& failure) {
-  auto error = vesk::OpenError::none;
-  std::string detail;
-  auto audioFile = vesk::AudioFile::open(url.path(), &error, &detail);
-  if (!audioFile) {
-    failure = {.reason = reasonOf(error), .detail = std::move(detail)};
-    return nullptr;
-  }
-  return std::make_unique<Parser>(url, std::move(audioFile), isBigEndian);
+  return Parser::initWithURL(url, isBigEndian, &failure);
 }
 
 std::unique_ptr<LCFileParser> openLoopData(const vesk::URL& url, bool, LCParserFailure&) {
@@ -106,7 +100,7 @@ std::unique_ptr<LCFileParser> makeParser(const vesk::URL& url, LCFileTypes allow
 LCFileTypes LCFileParser::defaultAllowedFileTypes() {
   LCFileTypes types = kFileTypeAIFF | kFileTypeCAF | kFileTypeLoopData;
   // Files of the other types seldom carry tags: without keywords from their paths they are no use.
-  if (!allowsKeywordExtractionFromPath) return types;
+  if (!s_allowsPathKeywords) return types;
   types |= kFileTypeWAV;
   if (allowsSDIIFiles) types |= kFileTypeSoundDesigner2;
   if (LCRexFileParser::rexFileAdapterRegistered()) types |= kFileTypeREX;
@@ -134,12 +128,28 @@ void LCFileParser::setAllowsSDIIFiles(bool allows) {
 }
 
 void LCFileParser::setAllowsKeywordExtractionFromPath(bool allows) {
-  allowsKeywordExtractionFromPath = allows ? 1 : 0;
+  s_allowsPathKeywords = allows ? 1 : 0;
 }
 
-LCFileParser::LCFileParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian)
-    : m_audioFile(std::move(audioFile)), m_isBigEndian(isBigEndian) {
+bool LCFileParser::allowsKeywordExtractionFromPath() {
+  return s_allowsPathKeywords != 0;
+}
+
+LCFileParser::LCFileParser(const vesk::URL& url, bool isBigEndian) : m_isBigEndian(isBigEndian) {
   m_fileData.emplace().storedFileURL = url;
+}
+
+LCFileParser::LCFileParser(const vesk::URL& url, vesk::AudioFile audioFile, bool isBigEndian)
+    : LCFileParser(url, isBigEndian) {
+  m_audioFile.emplace(std::move(audioFile));
+}
+
+std::unique_ptr<vesk::AudioFile> LCFileParser::openAudioFile(const vesk::URL& url, LCParserFailure* failure) {
+  auto error = vesk::OpenError::none;
+  std::string detail;
+  auto audioFile = vesk::AudioFile::open(url.path(), &error, &detail);
+  if (!audioFile && failure) *failure = {.reason = reasonOf(error), .detail = std::move(detail)};
+  return audioFile;
 }
 
 const LCFileData* LCFileParser::fileData() {
@@ -161,7 +171,7 @@ void LCFileParser::parseEnhanced(bool enhanced) {
   findSearchInfo();
   findLengthAndCalcTempo();
   findFileInfo();
-  if (allowsKeywordExtractionFromPath || m_fileData->hasAuthoredChunks) completeKeywordsFromPath();
+  if (s_allowsPathKeywords || m_fileData->hasAuthoredChunks) completeKeywordsFromPath();
   calcHash();
 }
 
@@ -248,85 +258,36 @@ void LCFileParser::completeKeywordsFromPath() {
 
 // --- Payloads --------------------------------------------------------------------------------------------------------
 
-namespace {
-
-std::string textForKey(const vesk::Dictionary* dictionary, std::string_view key) {
-  const vesk::Value value = vesk::valueForKey(dictionary, key);
-  return value.string() ? *value.string() : std::string();
-}
-
-std::optional<vesk::Number> numberForKey(const vesk::Dictionary& dictionary, std::string_view key) {
-  const vesk::Value value = vesk::valueForKey(&dictionary, key);
-  if (!value.number()) return std::nullopt;
-  return *value.number();
-}
-
-std::optional<double> realForKey(const vesk::Dictionary& dictionary, std::string_view key) {
-  const auto number = numberForKey(dictionary, key);
-  if (!number) return std::nullopt;
-  return number->doubleValue();
-}
-
-// The loop type that a generated instrument gives; nullopt for an instrument that we do not know.
-std::optional<LCVireoLoopType> loopTypeOfCharacter(const vesk::Dictionary* character) {
-  const vesk::Value type = vesk::valueForKey(character, kGenInst_Type_Key);
-  if (type.isNil()) return kLoopTypeDrummer;
-  if (!type.string()) return std::nullopt;
-  if (*type.string() == kGenInst_Type_Drummer) return kLoopTypeDrummer;
-  if (*type.string() == kGenInst_Type_BassPlayer) return kLoopTypeBassPlayer;
-  if (*type.string() != kGenInst_Type_EDrummer) return std::nullopt;
-  const bool isPercussion = textForKey(character, kGenInst_Subtype_Key) == kGenInst_Subtype_Percussion;
-  return isPercussion ? kLoopTypePercussionDrummer : kLoopTypeDrummer;
-}
-
-// The members of an array or a set; null for anything else.
-const vesk::Array* membersOf(const vesk::Value& collection) {
-  return collection.array() ? collection.array() : collection.setMembers();
-}
-
-}  // namespace
-
 void LCFileParser::extractGenInstInfoFromData(std::span<const std::byte> data) {
-  const vesk::Value root = vesk::unarchivedRoot(data, kLCAdditionalData_Chunk_RootDict);
-  const vesk::Dictionary* dictionary = root.dictionary();
-  if (!dictionary) return;
-  if (m_fileData->enhancedFileDataAvailable) m_fileData->genInstDictionary = *dictionary;
-  if (dictionary->empty()) return;
-
-  const vesk::Value character = vesk::valueForKey(dictionary, kGenInst_Chunk_CharacterDict);
-  const vesk::Value genre = vesk::valueForKey(dictionary, kGenInst_Chunk_GenreDict);
-  if (const auto type = loopTypeOfCharacter(character.dictionary())) m_fileData->vireoLoopType = *type;
-
-  const std::string genreId = textForKey(genre.dictionary(), kGenInst_Identifier_Key);
-  const std::string characterId = textForKey(character.dictionary(), kGenInst_Identifier_Key);
-  if (genreId.empty() || characterId.empty()) return;
-  m_fileData->contentIdentifier = fmt::format("{}{}{}", genreId, kGenInstContentIdentifierSeparator, characterId);
+  auto instrument = LCGenInstChunk::decode(data);
+  if (!instrument) return;
+  if (const auto type = instrument->loopType()) m_fileData->vireoLoopType = *type;
+  if (auto identifier = instrument->contentIdentifier()) m_fileData->contentIdentifier = std::move(identifier);
+  if (m_fileData->enhancedFileDataAvailable) m_fileData->genInstDictionary = std::move(instrument->dictionary);
 }
 
 // Every field is written, so that a key that is absent clears what an earlier chunk said.
 void LCFileParser::extractAdditionalLoopDataFromData(std::span<const std::byte> data) {
-  const vesk::Value root = vesk::unarchivedRoot(data, kLCAdditionalData_Chunk_RootDict, LCMetaInfo::isMetaInfo);
-  if (!root.dictionary() || root.dictionary()->empty()) return;
-  const vesk::Dictionary& dictionary = *root.dictionary();
+  auto additional = LCAdditionalDataChunk::decode(data);
+  if (!additional) return;
   LCFileData& record = *m_fileData;
-
-  record.integratedLoudness = realForKey(dictionary, kLCAdditionalData_LoopIntegratedLoudness_Key);
-  record.globalMaxTruePeak = realForKey(dictionary, kLCAdditionalData_LoopGlobalMaxTruePeak_Key);
-  record.targetIntegratedLoudness = realForKey(dictionary, kLCAdditionalData_LoopTargetIntegratedLoudness_Key);
-  record.iconId = numberForKey(dictionary, kLCAdditionalData_IconID_Key);
-  record.preferFileName = numberForKey(dictionary, kLCAdditionalData_PreferFileName_Key);
-  const auto patchInfo = numberForKey(dictionary, kLCAdditionalData_PatchInfo_Key);
-  record.patchInfo = patchInfo ? patchInfo->integerValue() : 0;
-  const vesk::Value metaInfos = vesk::valueForKey(&dictionary, kLCAdditionalData_MetaInfos_Key);
-  record.metaInfos.reset();
-  if (membersOf(metaInfos)) record.metaInfos = LCMetaInfo::fromArchivedObjects(*membersOf(metaInfos), data.size());
-  const vesk::Value taggings = vesk::valueForKey(&dictionary, kLCAdditionalData_Taggings_Key);
-  record.taggingDictionary.reset();
-  if (taggings.dictionary()) record.taggingDictionary = *taggings.dictionary();
+  record.integratedLoudness = additional->integratedLoudness;
+  record.globalMaxTruePeak = additional->globalMaxTruePeak;
+  record.targetIntegratedLoudness = additional->targetIntegratedLoudness;
+  record.iconId = additional->iconId;
+  record.preferFileName = additional->preferFileName;
+  record.patchInfo = additional->patchInfo;
+  record.metaInfos = std::move(additional->metaInfos);
+  record.taggingDictionary = std::move(additional->taggings);
 }
 
 void LCFileParser::extractStepSequencerDataFromData(std::span<const std::byte> data) {
   if (!data.empty()) m_fileData->vireoLoopType = kLoopTypeStepSequencer;
+}
+
+void LCFileParser::note(Finding finding) {
+  if (finding == Finding::authored || finding == Finding::authoredLoop) setFoundAuthoredChunks();
+  if (finding == Finding::loop || finding == Finding::authoredLoop) setFoundLoopChunks();
 }
 
 std::optional<vesk::Bytes> LCFileParser::chunkData(vesk::FourCC code, std::optional<uint64_t> limit) const {

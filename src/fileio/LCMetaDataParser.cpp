@@ -2,7 +2,7 @@
 
 #include "platform/Path.h"
 
-LCMetaDataParser::LCMetaDataParser(const vesk::URL& url) : LCFileParser(url, nullptr, true), m_url(url) {
+LCMetaDataParser::LCMetaDataParser(const vesk::URL& url) : LCFileParser(url, true), m_url(url) {
   m_fileData.reset();
 }
 

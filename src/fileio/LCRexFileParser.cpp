@@ -31,6 +31,6 @@ std::unique_ptr<LCRexFileParser> LCRexFileParser::parserWithURL(const vesk::URL&
 }
 
 LCRexFileParser::LCRexFileParser(const vesk::URL& url, bool isBigEndian, std::optional<LCFileData> fileData)
-    : LCFileParser(url, nullptr, isBigEndian) {
+    : LCFileParser(url, isBigEndian) {
   m_fileData = std::move(fileData);
 }

@@ -1,4 +1,6 @@
 #include "fileio/LCSDIIParser.h"
 
-LCSDIIParser::LCSDIIParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian)
-    : LCWAVParser(url, std::move(audioFile), isBigEndian) {}
+std::unique_ptr<LCSDIIParser> LCSDIIParser::initWithURL(const vesk::URL& url, bool isBigEndian,
+                                                        LCParserFailure* failure) {
+  return parserOverFile<LCSDIIParser>(url, isBigEndian, failure);
+}

@@ -8,5 +8,8 @@
 
 class LCSDIIParser : public LCWAVParser {
  public:
-  LCSDIIParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian);
+  // Null when the file does not open; `failure` (may be null) then says why.
+  [[nodiscard]] static std::unique_ptr<LCSDIIParser> initWithURL(const vesk::URL& url, bool isBigEndian,
+                                                                 LCParserFailure* failure = nullptr);
+  using LCWAVParser::LCWAVParser;
 };

@@ -1,9 +1,14 @@
 #include "fileio/LCSearchInfo.h"
 
-#include "fileio/LCChunkBytes.h"
+#include "fileio/ChunkText.h"
+#include "platform/audiofile/ByteReader.h"
+#include "platform/audiofile/ByteWriter.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 namespace {
+
+constexpr size_t kCountSize = 4;
+constexpr char kItemSeparator = ',';
 
 std::string decodedText(std::string_view bytes) {
   return vesk::text::isValidUTF8(bytes) ? std::string(bytes) : vesk::text::utf8FromLatin1(bytes);
@@ -17,33 +22,45 @@ std::string_view takeText(std::string_view& rest) {
   return taken;
 }
 
+void appendText(vesk::ByteWriter& writer, std::string_view text) {
+  writer.raw(std::as_bytes(std::span(text.substr(0, text.find('\0')))));
+}
+
 }  // namespace
 
 LCSearchInfo LCSearchInfo::decode(std::span<const std::byte> payload) {
   LCSearchInfo decoded;
-  if (payload.size() < 4 || payload.size() > kLargestSize) return decoded;
-  const uint32_t count = lc::chunk::bigEndian32(payload, 0);
-  std::string_view rest = lc::chunk::characters(payload.subspan(4));
+  if (payload.size() < kCountSize || payload.size() > kLargestSize) return decoded;
+  const uint32_t count = vesk::ByteReader(payload, std::endian::big).u32();
+  std::string_view rest = lc::characters(payload.subspan(kCountSize));
   for (uint32_t i = 0; i < count && !rest.empty(); ++i) {
     const std::string_view key = takeText(rest);
     if (rest.empty()) break;  // a key whose value is not there
     const std::string_view value = takeText(rest);
-    decoded.entries[decodedText(key)] = vesk::text::split(decodedText(value), ',');
+    decoded.entries[decodedText(key)] = vesk::text::split(decodedText(value), kItemSeparator);
   }
   return decoded;
+}
+
+std::vector<std::byte> LCSearchInfo::encode() const {
+  vesk::ByteWriter writer(std::endian::big);
+  writer.u32(static_cast<uint32_t>(entries.size()));
+  for (const auto& [key, items] : entries) {
+    appendText(writer, key);
+    writer.zeros(1);
+    for (size_t i = 0; i < items.size(); ++i) {
+      if (i > 0) writer.u8(kItemSeparator);
+      appendText(writer, items[i]);
+    }
+    writer.zeros(1);
+  }
+  return writer.take();
 }
 
 std::optional<std::string> LCSearchInfo::firstItem(std::string_view key) const {
   const auto found = entries.find(key);
   if (found == entries.end() || found->second.empty()) return std::nullopt;
   return found->second.front();
-}
-
-LCTimeSignature LCTimeSignature::fromText(std::string_view text) {
-  if (vesk::text::utf16Length(text) < 3) return {};
-  const auto parts = vesk::text::split(text, '/');
-  if (parts.size() != 2) return {};
-  return {.top = vesk::text::integerValue(parts[0]), .bottom = vesk::text::integerValue(parts[1])};
 }
 
 int64_t rootNoteFromKeySignature(std::string_view text) {

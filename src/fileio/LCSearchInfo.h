@@ -28,16 +28,14 @@ struct LCSearchInfo {
   // Nothing from a payload above the largest size.
   static LCSearchInfo decode(std::span<const std::byte> payload);
 
+  // Every entry in the order of the keys, items joined with "," (an item that holds one is read back as two), texts up
+  // to their first NUL. A payload above the largest size is written, but never read back.
+  std::vector<std::byte> encode() const;
+
   // The first item of `key`; nullopt when there is no such key.
   std::optional<std::string> firstItem(std::string_view key) const;
-};
 
-// A time signature as the search info holds it, "6/8".
-struct LCTimeSignature {
-  int64_t top = 0;
-  int64_t bottom = 0;
-  // 0 and 0 unless `text` has at least 3 characters and is two parts with a "/" between them.
-  static LCTimeSignature fromText(std::string_view text);
+  bool operator==(const LCSearchInfo&) const = default;
 };
 
 // The MIDI note of "F#": a letter from C 48 to B 59, "#" or "b" behind it moving it by one. Another letter counts as 0.

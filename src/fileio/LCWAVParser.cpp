@@ -5,7 +5,12 @@
 
 // --- Open ------------------------------------------------------------------------------------------------------------
 
-LCWAVParser::LCWAVParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian)
+std::unique_ptr<LCWAVParser> LCWAVParser::initWithURL(const vesk::URL& url, bool isBigEndian,
+                                                      LCParserFailure* failure) {
+  return parserOverFile<LCWAVParser>(url, isBigEndian, failure);
+}
+
+LCWAVParser::LCWAVParser(const vesk::URL& url, vesk::AudioFile audioFile, bool isBigEndian)
     : LCFileParser(url, std::move(audioFile), isBigEndian) {}
 
 // --- Find steps ------------------------------------------------------------------------------------------------------
@@ -13,20 +18,20 @@ LCWAVParser::LCWAVParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> 
 void LCWAVParser::findSearchInfo() {
   m_fileData->signatureTop = 4;
   m_fileData->signatureBottom = 4;
-  findAcidChunk();
-  findAdditionalLoopDataChunk();
+  note(findAcidChunk());
+  note(findAdditionalLoopDataChunk());
 }
 
 // --- Payloads --------------------------------------------------------------------------------------------------------
 
 // The tempo lasts until the tempo step, which runs later and replaces it.
-void LCWAVParser::findAcidChunk() {
+LCWAVParser::Finding LCWAVParser::findAcidChunk() {
   const auto size = m_audioFile->userDataSize(kAcidChunkCode);
-  if (!size || *size != LCAcidChunk::kSize) return;
+  if (!size || *size != LCAcidChunk::kSize) return Finding::nothing;
   const auto data = chunkData(kAcidChunkCode);
-  if (!data) return;
+  if (!data) return Finding::nothing;
   const auto acid = LCAcidChunk::decode(*data);
-  if (!acid) return;
+  if (!acid) return Finding::nothing;
   constexpr int64_t kLoop = 1;
   constexpr int64_t kOneShot = 2;
   constexpr int64_t kNeitherMajorNorMinor = 3;  // the chunk knows no scale
@@ -37,12 +42,12 @@ void LCWAVParser::findAcidChunk() {
   m_fileData->signatureTop = acid->signatureTop;
   m_fileData->signatureBottom = acid->signatureBottom;
   m_fileData->bpm = acid->tempo;
-  setFoundLoopChunks();
+  return Finding::loop;
 }
 
-void LCWAVParser::findAdditionalLoopDataChunk() {
+LCWAVParser::Finding LCWAVParser::findAdditionalLoopDataChunk() {
   const auto data = chunkData(kAdditionalDataChunkCode);
-  if (!data) return;
+  if (!data) return Finding::nothing;
   extractAdditionalLoopDataFromData(*data);
-  setFoundAuthoredChunks();
+  return Finding::authored;
 }

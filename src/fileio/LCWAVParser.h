@@ -7,14 +7,17 @@
 
 class LCWAVParser : public LCFileParser {
  public:
-  LCWAVParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian);
+  // Null when the file does not open; `failure` (may be null) then says why.
+  [[nodiscard]] static std::unique_ptr<LCWAVParser> initWithURL(const vesk::URL& url, bool isBigEndian,
+                                                                LCParserFailure* failure = nullptr);
+  // Over a file that is open already, such as bytes in memory; `url` says where keywords and name come from.
+  LCWAVParser(const vesk::URL& url, vesk::AudioFile audioFile, bool isBigEndian);
 
  protected:
   void findSearchInfo() override;
 
  private:
-  void findAcidChunk();
-  void findAdditionalLoopDataChunk();
-  void setFoundAuthoredChunks() { m_fileData->hasAuthoredChunks = true; }
-  void setFoundLoopChunks() { m_fileData->hasLoopTypeChunks = true; }
+  // A step for each chunk.
+  Finding findAcidChunk();
+  Finding findAdditionalLoopDataChunk();
 };

@@ -1,6 +1,6 @@
 #include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
 
-#include "fileio/LCChunkBytes.h"
+#include "fileio/LCCategoryChunk.h"
 #include "model/LCLoudnessTarget.h"
 #include "platform/KeyedArchive.h"
 #include "resources/ResourceTables.h"
@@ -44,15 +44,8 @@ double LCLoopLoudnessInfo::targetIntegratedLoudnessForFileData(const LCFileData&
 
 double LCLoopLoudnessInfo::targetIntegratedLoudnessForCategoryChunk(std::span<const std::byte> categoryChunk,
                                                                     bool isTopper) {
-  constexpr size_t kInstrumentOffset = 4;
-  constexpr size_t kSubInstrumentOffset = 54;
-  constexpr size_t kTextSize = 50;
-  if (categoryChunk.size() < kSubInstrumentOffset + kTextSize) {
-    return targetIntegratedLoudnessForInstrument(std::nullopt, std::nullopt, isTopper);
-  }
-  return targetIntegratedLoudnessForInstrument(lc::chunk::textField(categoryChunk, kInstrumentOffset, kTextSize),
-                                               lc::chunk::textField(categoryChunk, kSubInstrumentOffset, kTextSize),
-                                               isTopper);
+  const auto instrument = LCCategoryChunk::decodeInstrument(categoryChunk);
+  return targetIntegratedLoudnessForInstrument(instrument.type, instrument.subType, isTopper);
 }
 
 double LCLoopLoudnessInfo::targetIntegratedLoudnessForInstrument(const std::optional<std::string>& instrument,

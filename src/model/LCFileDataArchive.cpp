@@ -57,12 +57,6 @@ vesk::Value archivedSet(const vesk::StringSet& strings) {
   return vesk::Value::Set{std::make_shared<const vesk::Array>(strings.begin(), strings.end())};
 }
 
-vesk::Value archivedMetaInfos(const std::vector<LCMetaInfo>& metaInfos) {
-  vesk::Array objects;
-  for (const LCMetaInfo& info : metaInfos) objects.push_back(info.archivedObject());
-  return objects;
-}
-
 vesk::Dictionary archivedFields(const LCFileData& record) {
   vesk::Dictionary fields;
   for (const auto& [key, member] : kFloatFields) fields[key] = static_cast<double>(record.*member);
@@ -83,7 +77,7 @@ vesk::Dictionary archivedFields(const LCFileData& record) {
   }
   if (record.descriptors) fields["descriptors"] = archivedSet(*record.descriptors);
   if (record.storedFileURL) fields["fileURL"] = vesk::Value::URLText{record.storedFileURL->absoluteString()};
-  if (record.metaInfos) fields["metaInfos"] = archivedMetaInfos(*record.metaInfos);
+  if (record.metaInfos) fields["metaInfos"] = LCMetaInfo::archivedObjects(*record.metaInfos);
   if (record.taggingDictionary) fields["taggingDictionary"] = *record.taggingDictionary;
   return fields;
 }
@@ -142,10 +136,7 @@ bool isAdmitted(const vesk::ArchivedObject& object) {
 
 vesk::Bytes LCFileData::archived() const {
   const vesk::ArchivedObject object{{"LCFileData", "NSObject"}, archivedFields(*this)};
-  // Meta infos write their numbers with the coder's scalar operations.
-  const std::initializer_list<std::string_view> scalars = {"doubleValueV1", "integerValueV1", "typeV1"};
-  const vesk::InlineFields inlineFields[] = {{"LCMetaInfo", scalars}, {"LCWeightedInstrumentKeyword", scalars}};
-  return vesk::archivedRoot(std::make_shared<const vesk::ArchivedObject>(object), "root", inlineFields);
+  return LCMetaInfo::archiveWithMetaInfos(std::make_shared<const vesk::ArchivedObject>(object), "root");
 }
 
 std::optional<LCFileData> LCFileData::unarchived(std::span<const std::byte> archive) {

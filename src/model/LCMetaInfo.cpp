@@ -1,6 +1,7 @@
 #include "VeskLoopManagement/model/LCMetaInfo.h"
 
 #include "model/LCArchivedFields.h"
+#include "platform/KeyedArchive.h"
 
 LCMetaInfo LCMetaInfo::metaInfoInstanceOfType(int64_t type) {
   LCMetaInfo info;
@@ -17,6 +18,19 @@ vesk::Value LCMetaInfo::archivedObject() const {
   object.fields["typeV1"] = type;
   if (stringValue) object.fields["stringValueV1"] = *stringValue;
   return std::make_shared<const vesk::ArchivedObject>(std::move(object));
+}
+
+vesk::Value LCMetaInfo::archivedObjects(const std::vector<LCMetaInfo>& infos) {
+  vesk::Array objects;
+  for (const LCMetaInfo& info : infos) objects.push_back(info.archivedObject());
+  return objects;
+}
+
+// The coder's scalar operations put numbers into the object itself.
+vesk::Bytes LCMetaInfo::archiveWithMetaInfos(const vesk::Value& root, std::string_view rootKey) {
+  const std::initializer_list<std::string_view> scalars = {"doubleValueV1", "integerValueV1", "typeV1"};
+  const vesk::InlineFields inlineFields[] = {{"LCMetaInfo", scalars}, {"LCWeightedInstrumentKeyword", scalars}};
+  return vesk::archivedRoot(root, rootKey, inlineFields);
 }
 
 std::optional<LCMetaInfo> LCMetaInfo::fromArchivedObject(const vesk::Value& value) {

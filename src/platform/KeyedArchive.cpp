@@ -11,10 +11,9 @@ namespace vesk {
 
 namespace {
 
-// The layout: a dictionary with "$version", "$archiver", "$top" (root key → UID) and "$objects", whose element 0 is the
-// text
-// "$null". A UID is an index in "$objects". Text, numbers and data stand there directly; every other object is a
-// dictionary whose "$class" is the UID of {"$classname", "$classes"}.
+// The layout: a dictionary with "$version", "$archiver", "$top" (root key → UID) and "$objects", whose element 0 is
+// the text "$null". A UID is an index in "$objects". Text, numbers and data stand there directly; every other object is
+// a dictionary whose "$class" is the UID of {"$classname", "$classes"}.
 constexpr int64_t kVersion = 100000;
 constexpr std::string_view kArchiverName = "NSKeyedArchiver";
 constexpr std::string_view kVersionKey = "$version";

@@ -1,4 +1,4 @@
-// Opening: the file, its recovery when it is damaged, the defaults and the missing tables.
+// Opening: the file, its recovery when it is damaged, and the missing tables.
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include "platform/Path.h"
@@ -69,14 +69,22 @@ bool LCSearchEngine::setupWithDatabaseFile() {
     deleteDamagedDatabase();
     if (!openDatabase()) return false;
   }
+  completeSetup();
+  return true;
+}
 
-  setDefaults();
+void LCSearchEngine::setupWithConnection(LCConnection connection) {
+  m_sqlite = std::move(connection);
+  completeSetup();
+}
+
+// For writers, what the database lacks.
+void LCSearchEngine::completeSetup() {
   if (!m_databaseConfiguration.readonly()) {
     LCSQLiteUtilities::generateDatabaseTablesForSQLite(m_sqlite.get(), m_databaseConfiguration.schemaVersion());
     LCLoudnessDatabase::generateDatabaseTablesForSQLite(m_sqlite.get());
   }
   LCSQLiteUtilities::fixFilenameUTF8EncodingForSQLite(m_sqlite.get());
-  return true;
 }
 
 bool LCSearchEngine::openDatabase() {
@@ -95,33 +103,6 @@ void LCSearchEngine::deleteDamagedDatabase() {
   removeFilesBeginningWith(vesk::path::lastComponent(m_databaseConfiguration.databaseFile()),
                            databaseFolder(m_databaseConfiguration));
   m_databaseWasCorruptAndNeedsReindexing = true;
-}
-
-void LCSearchEngine::setDefaults() {
-  setTimeSignatureTop(-1, -1);
-  m_keyType = 0;
-  m_rootKey = 0;
-  setSearchString(std::nullopt);
-  setPathPrefix(std::nullopt);
-  setSpecialNameSearchString(std::nullopt);
-  setSearchForFavorites(false);
-  m_searchKeywords.clear();
-  m_filterForMoreRelevantResults = true;
-  m_availableKeywords.clear();
-  m_enabledLoopTypes = std::set<int64_t>();
-  m_restrictions = {};
-  m_loopsTablename = kDefaultLoopsTablename;
-  m_taggingTablename = kDefaultTaggingTablename;
-  m_cratesTablename = kDefaultCratesTableName;
-  m_crateLoopRelationTablename = kDefaultCrateLoopRelationTablename;
-  m_metaInfoRelationTablename = kDefaultMetaInfoRelationTablename;
-  m_keywordCachingTablename = "tagging_cache_";
-  m_loopsKeywordsTablename = kDefaultLoopsKeywordsTablename;
-  m_sortingColumnName = "fileName";
-  m_sortingDirectionAscending = true;
-  m_searchParameterEdited = true;
-  m_lengthOfRangeToBePrepared = 10;
-  resetCache();
 }
 
 void LCSearchEngine::closeDatabase() {
@@ -146,5 +127,5 @@ bool LCSearchEngine::isIndexFileVersionValid() const {
 }
 
 std::string LCSearchEngine::formattedWithLoopsTable(std::string_view format) const {
-  return vesk::text::replacingAll(format, "%@", m_loopsTablename);
+  return vesk::text::replacingAll(format, "%@", m_tables.loops);
 }

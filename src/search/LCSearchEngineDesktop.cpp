@@ -42,6 +42,13 @@ std::unique_ptr<LCSearchEngineDesktop> LCSearchEngineDesktop::initWithDatabaseCo
   return engine->setupWithDatabaseFile() ? std::move(engine) : nullptr;
 }
 
+std::unique_ptr<LCSearchEngineDesktop> LCSearchEngineDesktop::initWithConnection(
+    LCConnection connection, const LCDatabaseConfiguration& configuration) {
+  std::unique_ptr<LCSearchEngineDesktop> engine(new LCSearchEngineDesktop(configuration));
+  engine->setupWithConnection(std::move(connection));
+  return engine;
+}
+
 // --- Folder outline ---
 
 std::vector<std::string> LCSearchEngineDesktop::_childrenOfItem(const std::optional<std::string>& item) const {

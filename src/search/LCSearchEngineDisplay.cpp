@@ -25,7 +25,7 @@ std::string LCSearchEngine::localizedNameForFile(const LCSearchEngineFile& file)
 
 std::optional<std::string> LCSearchEngine::iconNameForFile(const LCSearchEngineFile& file) const {
   LCStatement loop(m_sqlite.get(), lc::sqlFormat("SELECT instrumentSubTypeId, instrumentTypeId FROM %@ WHERE id = ?1",
-                                                 {m_loopsTablename}));
+                                                 {m_tables.loops}));
   loop.bind(1, file.loopID());
   if (!loop.step()) return std::nullopt;
   const std::optional<std::string> ofSubType = iconNameForKeywordId(loop.int64At(0));

@@ -105,7 +105,7 @@ std::vector<LCLoopFamilyMember> LCSearchEngine::findLoopFamilyForNameFilter(cons
   const std::string pattern = *_convertToFileURLSearchString(nameFilter, &escape);
   const std::string statement = lc::sqlFormat(
       R"(SELECT fileURL, id, key, isWebLoop, fileName, %@ FROM %@ WHERE %@.fileURL like "%%/%@%%" %@  %@ )",
-      {vireoLoopTypeColumnName(), m_loopsTablename, m_loopsTablename, lc::sqlDoubleQuoteEscaped(pattern), escape,
+      {vireoLoopTypeColumnName(), m_tables.loops, m_tables.loops, lc::sqlDoubleQuoteEscaped(pattern), escape,
        keyFilterStringForKey(andKey)});
   LCResultDictionary rows;
   if (!utilities().executeStatementWithLoopsReturnValue(statement, &rows)) return {};
@@ -137,7 +137,7 @@ std::optional<std::vector<LCLoopFamilyMember>> LCSearchEngine::loopFamilyForLoop
     LCResultDictionary result;
     utilities().executeStatementWithLoopsReturnValue(
         lc::sqlFormat("SELECT id, fileURL FROM %@ WHERE %@.id = %@ %@",
-                      {m_loopsTablename, m_loopsTablename, std::to_string(loopId), keyFilterStringForKey(key)}),
+                      {m_tables.loops, m_tables.loops, std::to_string(loopId), keyFilterStringForKey(key)}),
         &result);
     if (const LCCell* url = lc::firstCell(result, "fileURL")) {
       const std::string name = vesk::path::lastComponent(lc::cellText(*url));

@@ -1,5 +1,5 @@
-// The settings as one SQL condition over the loops table. Keyword membership and favourites are added by the search
-// itself.
+// The settings as one SQL condition over the loops table. Keyword membership, favourites and restrictions are added by
+// the search itself.
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
@@ -47,56 +47,21 @@ std::string fileNameCondition(std::string_view likeFunction, const std::string& 
   return text + ")";
 }
 
-}  // namespace
-
-std::string LCSearchEngine::generateFilterString() {
-  std::vector<std::string> clauses;
-  if (m_timeSignatureTop >= 1 && m_timeSignatureBottom >= 1) {
-    clauses.push_back(lc::sqlFormat("((timeSignatureTop=%@ AND timeSignatureBottom=%@) OR timeSignatureTop=0)",
-                                    {std::to_string(m_timeSignatureTop), std::to_string(m_timeSignatureBottom)}));
-  }
-  if (m_enabledLoopTypes && !m_enabledLoopTypes->empty()) clauses.push_back(loopTypesClause());
-  if (m_rootKey >= kLowestRootKey) clauses.push_back(keyClause());
-  if (m_keyType >= 1) clauses.push_back(lc::sqlFormat("(keyType = %@)", {std::to_string(m_keyType)}));
-  if (m_filterOutWebLoops) clauses.push_back("(isWebLoop = 0)");
-  if (m_enabledCrateIdentifier && !m_enabledCrateIdentifier->empty()) clauses.push_back(cratesClause());
-  if (isSet(m_searchString)) clauses.push_back(textClause());
-  if (isSet(m_pathPrefix)) {
-    const std::string url = vesk::URL::fileURLWithPath(*m_pathPrefix).absoluteString();
-    clauses.push_back(lc::sqlFormat(R"((fileURL like "%@%%"))", {lc::sqlDoubleQuoteEscaped(url)}));
-  }
-  if (isSet(m_specialNameSearchString)) {
-    clauses.push_back(
-        lc::sqlFormat(R"((fileName LIKE "%%%@%%"))", {lc::sqlDoubleQuoteEscaped(*m_specialNameSearchString)}));
-  }
-
-  std::string filter;
-  for (const std::string& clause : clauses) filter += (filter.empty() ? " " : " AND ") + clause;
-  return filter;
-}
-
-std::string LCSearchEngine::loopTypesClause() const {
+std::string loopTypesClause(const std::string& column, const std::set<int64_t>& types) {
   std::string list;
-  for (const int64_t type : *m_enabledLoopTypes) list += (list.empty() ? "" : ",") + std::to_string(type);
-  return lc::sqlFormat("(%@ IN (%@))", {vireoLoopTypeColumnName(), list});
+  for (const int64_t type : types) list += (list.empty() ? "" : ",") + std::to_string(type);
+  return lc::sqlFormat("(%@ IN (%@))", {column, list});
 }
 
-std::string LCSearchEngine::keyClause() const {
-  return keyCondition(m_filterForMoreRelevantResults ? neighbouringKeys(m_rootKey) : exactKey(m_rootKey),
-                      "((key < %@ AND key > %@) OR key = 0 OR key = -1)",
+std::string keyClause(const KeyBounds& bounds) {
+  return keyCondition(bounds, "((key < %@ AND key > %@) OR key = 0 OR key = -1)",
                       "((key < %@ OR key > %@) OR key = 0  OR key = -1)");
 }
 
-std::string LCSearchEngine::keyFilterStringForKey(int64_t key) {
-  if (key < kLowestRootKey) return "";
-  return keyCondition(neighbouringKeys(key), " AND ((key < %@ AND key > %@) OR key = 0 OR key = -1)",
-                      " AND ((key < %@ OR key > %@) OR key = 0 OR key = -1)");
-}
-
 // Names the relation table by its default name, whatever table name is set.
-std::string LCSearchEngine::cratesClause() const {
+std::string cratesClause(const vesk::StringSet& identifiers) {
   std::string text;
-  for (const std::string& identifier : *m_enabledCrateIdentifier) {
+  for (const std::string& identifier : identifiers) {
     if (!text.empty()) text += " OR ";
     text += lc::sqlFormat(R"((%@.crateId = "%@"))",
                           {kDefaultCrateLoopRelationTablename, lc::sqlDoubleQuoteEscaped(identifier)});
@@ -105,7 +70,7 @@ std::string LCSearchEngine::cratesClause() const {
 }
 
 // A blank becomes "%%20" in the search of the URL: any run of characters, then "20".
-std::string LCSearchEngine::textClause() const {
+std::string textClause(const std::string& like, const std::string& searchString) {
   static const std::string kBlanks(20, ' ');
   static const std::string kFormat = R"(((fileURL like "%%%@%%"))" + kBlanks +        //
                                      R"(OR ( %@("%%%@%%", comment)))" + kBlanks +     //
@@ -114,11 +79,54 @@ std::string LCSearchEngine::textClause() const {
                                      R"(OR ( %@("%%%@%%", collection)))" + kBlanks +  //
                                      R"(OR ( %@("%%%@%%", theme)))" + kBlanks +       //
                                      "OR %@" + kBlanks + ")";
-  const std::string like = vesk::text::isASCII(*m_searchString) ? "LIKE" : textSearchLikeFunction();
-  const std::string text = lc::sqlDoubleQuoteEscaped(*m_searchString);
+  const std::string text = lc::sqlDoubleQuoteEscaped(searchString);
   const std::string textInURL = vesk::text::replacingAll(text, " ", "%%20");
   return lc::sqlFormat(kFormat, {textInURL, like, text, like, text, like, text, like, text, like, text,
-                                 fileNameCondition(like, *m_searchString)});
+                                 fileNameCondition(like, searchString)});
+}
+
+}  // namespace
+
+std::string LCSearchEngine::generateFilterString() {
+  const lc::SearchSettings& settings = m_settings;
+  std::vector<std::string> clauses;
+  if (settings.timeSignatureTop >= 1 && settings.timeSignatureBottom >= 1) {
+    clauses.push_back(
+        lc::sqlFormat("((timeSignatureTop=%@ AND timeSignatureBottom=%@) OR timeSignatureTop=0)",
+                      {std::to_string(settings.timeSignatureTop), std::to_string(settings.timeSignatureBottom)}));
+  }
+  if (settings.enabledLoopTypes && !settings.enabledLoopTypes->empty()) {
+    clauses.push_back(loopTypesClause(vireoLoopTypeColumnName(), *settings.enabledLoopTypes));
+  }
+  if (settings.rootKey >= kLowestRootKey) {
+    clauses.push_back(keyClause(settings.filterForMoreRelevantResults ? neighbouringKeys(settings.rootKey)
+                                                                      : exactKey(settings.rootKey)));
+  }
+  if (settings.keyType >= 1) clauses.push_back(lc::sqlFormat("(keyType = %@)", {std::to_string(settings.keyType)}));
+  if (settings.filterOutWebLoops) clauses.push_back("(isWebLoop = 0)");
+  if (settings.isLimitedToCrates()) clauses.push_back(cratesClause(*settings.enabledCrateIdentifier));
+  if (isSet(settings.searchString)) {
+    const bool isASCII = vesk::text::isASCII(*settings.searchString);
+    clauses.push_back(textClause(isASCII ? "LIKE" : textSearchLikeFunction(), *settings.searchString));
+  }
+  if (isSet(settings.pathPrefix)) {
+    const std::string url = vesk::URL::fileURLWithPath(*settings.pathPrefix).absoluteString();
+    clauses.push_back(lc::sqlFormat(R"((fileURL like "%@%%"))", {lc::sqlDoubleQuoteEscaped(url)}));
+  }
+  if (isSet(settings.specialNameSearchString)) {
+    clauses.push_back(
+        lc::sqlFormat(R"((fileName LIKE "%%%@%%"))", {lc::sqlDoubleQuoteEscaped(*settings.specialNameSearchString)}));
+  }
+
+  std::string filter;
+  for (const std::string& clause : clauses) filter += (filter.empty() ? " " : " AND ") + clause;
+  return filter;
+}
+
+std::string LCSearchEngine::keyFilterStringForKey(int64_t key) {
+  if (key < kLowestRootKey) return "";
+  return keyCondition(neighbouringKeys(key), " AND ((key < %@ AND key > %@) OR key = 0 OR key = -1)",
+                      " AND ((key < %@ OR key > %@) OR key = 0 OR key = -1)");
 }
 
 std::optional<std::string> LCSearchEngine::_convertToFileURLSearchString(const std::optional<std::string>& value,

@@ -226,7 +226,7 @@ std::optional<std::vector<std::string>> LCSearchEngine::availableKeywordsForCate
 std::vector<std::string> LCSearchEngine::keywordsOfDrillDown(const std::string& category,
                                                              const std::string& subCategory,
                                                              const std::string& keyword) {
-  vesk::StringSet keywords = m_searchKeywords;
+  vesk::StringSet keywords = m_settings.searchKeywords;
   keywords.insert(keyword);
   setSearchKeywords(keywords);
   setSearchForFavorites(subCategory == "Favorites" || subCategory == "FavoritesFX");
@@ -247,14 +247,14 @@ std::optional<std::vector<std::string>> LCSearchEngine::keywordsOfSubCategory(co
   const std::optional<CategoryQuery> query = queryForSubCategory(subCategory);
   if (!query) return std::nullopt;
   std::string packageJoin;
-  if (m_enabledCrateIdentifier && !m_enabledCrateIdentifier->empty()) {
+  if (m_settings.isLimitedToCrates()) {
     packageJoin = lc::sqlFormat(" JOIN %@ ON %@.loopId = %@.id ",
-                                {m_crateLoopRelationTablename, m_crateLoopRelationTablename, m_loopsTablename});
+                                {m_tables.crateLoopRelation, m_tables.crateLoopRelation, m_tables.loops});
   }
-  std::vector<std::string> arguments(query->loopsTables, m_loopsTablename);
+  std::vector<std::string> arguments(query->loopsTables, m_tables.loops);
   for (const int32_t id : query->categories) arguments.push_back(std::to_string(id));
   std::string statement = lc::sqlFormat(
-      lc::sqlFormat(query->statement, {m_taggingTablename, m_taggingTablename, m_taggingTablename, packageJoin}),
+      lc::sqlFormat(query->statement, {m_tables.tagging, m_tables.tagging, m_tables.tagging, packageJoin}),
       std::span<const std::string>(arguments));
   if (const std::string filter = generateFilterString(); !filter.empty()) {
     statement += lc::sqlFormat(" AND %@", {filter});
@@ -276,7 +276,7 @@ std::optional<std::vector<std::string>> LCSearchEngine::keywordsOfSubCategory(co
 }
 
 vesk::StringSet LCSearchEngine::availableKeywordsOfSearchType(int64_t searchType) {
-  const vesk::StringSet saved = m_searchKeywords;
+  const vesk::StringSet saved = m_settings.searchKeywords;
   vesk::StringSet ofOtherTypes;
   for (const std::string& keyword : saved) {
     if (!isOfSearchType(keyword, searchType)) ofOtherTypes.insert(keyword);
@@ -305,11 +305,11 @@ LCKeywordCounts LCSearchEngine::availableKeywordsWithCounts() const {
   KeywordCounter counter(m_sqlite.get());
   const int64_t tagCount =
       utilities()
-          .firstIntegerOfStatement(lc::sqlFormat("SELECT max(rowid) AS last FROM %@", {m_taggingTablename}), "last")
+          .firstIntegerOfStatement(lc::sqlFormat("SELECT max(rowid) AS last FROM %@", {m_tables.tagging}), "last")
           .value_or(0);
   const auto countTags =
       tagCount / kTagsReadInTheTimeOfASearch < numberOfLoops() ? countAmongAllTags : countTagsOfResult;
-  const bool isComplete = counter.knowsKeywords() && countTags(m_sqlite.get(), m_taggingTablename, counter);
+  const bool isComplete = counter.knowsKeywords() && countTags(m_sqlite.get(), m_tables.tagging, counter);
   return isComplete ? counter.counts(m_availableKeywords) : LCKeywordCounts();
 }
 

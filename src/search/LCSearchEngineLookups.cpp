@@ -63,7 +63,7 @@ std::optional<vesk::URL> LCSearchEngine::fileURLForLoopId(int64_t loopId) const 
   LCResultDictionary result;
   utilities().executeStatementWithLoopsReturnValue(
       lc::sqlFormat(R"(SELECT fileURL FROM %@ WHERE %@.id = "%@")",
-                    {m_loopsTablename, m_loopsTablename, std::to_string(loopId)}),
+                    {m_tables.loops, m_tables.loops, std::to_string(loopId)}),
       &result);
   const LCCell* url = lc::firstCell(result, "fileURL");
   return url ? vesk::URL::fromString(lc::cellText(*url)) : std::nullopt;
@@ -71,7 +71,7 @@ std::optional<vesk::URL> LCSearchEngine::fileURLForLoopId(int64_t loopId) const 
 
 int64_t LCSearchEngine::loopIdForFileURL(const vesk::URL& url) const {
   LCResultDictionary result;
-  utilities().executeStatementWithLoopsReturnValue(selectLoopIdForFileURL(m_loopsTablename, url), &result);
+  utilities().executeStatementWithLoopsReturnValue(selectLoopIdForFileURL(m_tables.loops, url), &result);
   const LCCell* id = lc::firstCell(result, "id");
   return id ? lc::cellInteger(*id) : 0;
 }
@@ -82,7 +82,7 @@ int64_t LCSearchEngine::loopIdForFilepath(const std::string& path) const {
 
 bool LCSearchEngine::isFileIndexed(const vesk::URL& url) const {
   LCResultDictionary result;
-  utilities().executeStatementWithGenericReturnValue(selectLoopIdForFileURL(m_loopsTablename, url), &result);
+  utilities().executeStatementWithGenericReturnValue(selectLoopIdForFileURL(m_tables.loops, url), &result);
   return lc::firstCell(result, "id") != nullptr;
 }
 
@@ -104,8 +104,8 @@ std::optional<std::string> LCSearchEngine::findPathForLoopname(const std::option
   LCResultDictionary result;
   utilities().executeStatementWithGenericReturnValue(
       lc::sqlFormat(R"(SELECT fileURL FROM %@ WHERE %@.fileURL like "%%%@%%" %@ AND %@.key = %@ AND %@.tempo = %@)",
-                    {m_loopsTablename, m_loopsTablename, lc::sqlDoubleQuoteEscaped(pattern), escape, m_loopsTablename,
-                     std::to_string(rootNote), m_loopsTablename, std::to_string(tempo < 1 ? -1 : tempo)}),
+                    {m_tables.loops, m_tables.loops, lc::sqlDoubleQuoteEscaped(pattern), escape, m_tables.loops,
+                     std::to_string(rootNote), m_tables.loops, std::to_string(tempo < 1 ? -1 : tempo)}),
       &result);
 
   std::optional<vesk::URL> first;
@@ -119,13 +119,13 @@ std::optional<std::string> LCSearchEngine::findPathForLoopname(const std::option
 
 vesk::StringSet LCSearchEngine::keywordsForLoopId(int64_t loopId) const {
   return namesFound(utilities(),
-                    selectKeywords() + lc::sqlFormat(R"(%@.id = "%@")", {m_loopsTablename, std::to_string(loopId)}));
+                    selectKeywords() + lc::sqlFormat(R"(%@.id = "%@")", {m_tables.loops, std::to_string(loopId)}));
 }
 
 vesk::StringSet LCSearchEngine::keywordsForURL(const vesk::URL& url) const {
-  return namesFound(utilities(), selectKeywords() + lc::sqlFormat(R"(%@.fileURL = "%@")",
-                                                                  {m_loopsTablename,
-                                                                   lc::sqlDoubleQuoteEscaped(url.absoluteString())}));
+  return namesFound(
+      utilities(), selectKeywords() + lc::sqlFormat(R"(%@.fileURL = "%@")",
+                                                    {m_tables.loops, lc::sqlDoubleQuoteEscaped(url.absoluteString())}));
 }
 
 // Ends in "WHERE ".
@@ -133,6 +133,5 @@ std::string LCSearchEngine::selectKeywords() const {
   const std::string& keywords = kDefaultKeywordsTablename;
   return lc::sqlFormat(
       "SELECT Keywords.name as name FROM %@ JOIN %@ ON %@.id = %@.keywordId JOIN %@ ON %@.id = %@.loopId WHERE ",
-      {keywords, m_taggingTablename, keywords, m_taggingTablename, m_loopsTablename, m_loopsTablename,
-       m_taggingTablename});
+      {keywords, m_tables.tagging, keywords, m_tables.tagging, m_tables.loops, m_tables.loops, m_tables.tagging});
 }

@@ -20,6 +20,13 @@ std::unique_ptr<LCSearchEngineMobile> LCSearchEngineMobile::initWithDatabaseConf
   return engine->setupWithDatabaseFile() ? std::move(engine) : nullptr;
 }
 
+std::unique_ptr<LCSearchEngineMobile> LCSearchEngineMobile::initWithConnection(
+    LCConnection connection, const LCDatabaseConfiguration& configuration) {
+  std::unique_ptr<LCSearchEngineMobile> engine(new LCSearchEngineMobile(configuration));
+  engine->setupWithConnection(std::move(connection));
+  return engine;
+}
+
 // Of a loop and its edition "Name (RED)" only the edition stays.
 void LCSearchEngineMobile::fixDuplicateLoopsFromREDContent() {
   utilities().executeStatementWithNoReturnValue(std::string(kDeleteLoopsWithREDEdition));
@@ -29,9 +36,7 @@ void LCSearchEngineMobile::fixDuplicateLoopsFromREDContent() {
 std::string LCSearchEngineMobile::textSearchCollate() const {
   if (useMacOSSorting() || !sqlite3Connection()) return "NOCASE";
   if (!LCSQLiteUtilities::isChina() && !useLocalizedSorting()) return "NOCASE";
-  const bool succeeded = lc::registerLocalizedCollation(sqlite3Connection());
-  m_textSearchCollateRegistered = true;
-  return succeeded ? "LC_LocalizedSortingCollate" : "NOCASE";
+  return lc::registerLocalizedCollation(sqlite3Connection()) ? "LC_LocalizedSortingCollate" : "NOCASE";
 }
 
 std::string LCSearchEngineMobile::textSearchLikeFunction() const {

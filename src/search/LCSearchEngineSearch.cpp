@@ -2,6 +2,7 @@
 // sort order.
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
+#include "database/DatabaseDamage.h"
 #include "search/RestrictionClauses.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCStatement.h"
@@ -75,16 +76,23 @@ int64_t rowIndexFromRowId(std::optional<int64_t> rowId) {
 
 }  // namespace
 
+std::optional<LCCell> lc::ResultPage::cell(const std::string& column, int64_t row) const {
+  const auto cells = columns.find(column);
+  if (cells == columns.end() || row < firstRow) return std::nullopt;
+  const auto offset = static_cast<uint64_t>(row - firstRow);
+  return offset < cells->second.size() ? std::optional(cells->second[offset]) : std::nullopt;
+}
+
 // A step that fails does not keep the later ones from running, so that the result is the old one no longer.
 void LCSearchEngine::doSearch() {
   m_lastSearchFailure.reset();
-  const auto clauses = lc::restrictionClauses(m_restrictions, m_loopsTablename);
+  const auto clauses = lc::restrictionClauses(m_settings.restrictions, m_tables.loops);
   const std::string statement = searchStatement(lc::conditionOf(clauses));
   sqlite3* connection = m_sqlite.get();
   runForSearch(LCStatement(connection, "DROP TABLE IF EXISTS tempTable"));
   runForSearch(
       LCStatement(connection, lc::sqlFormat(createLoopsResultTableFormatString(), {"TEMPORARY", kResultTable})));
-  if (!lc::prepareCandidates(m_restrictions, connection)) noteSearchFailure();
+  if (!lc::prepareCandidates(m_settings.restrictions, connection)) noteSearchFailure();
   LCStatement insert(connection, lc::sqlFormat("INSERT INTO tempTable %@ ", {statement}));
   lc::bindRestrictions(clauses, insert);
   runForSearch(std::move(insert));
@@ -104,20 +112,19 @@ void LCSearchEngine::noteSearchFailure() {
   vesk::log(fmt::format("Search failed: {} ({})", failure.message, failure.status));
   if (!m_lastSearchFailure) m_lastSearchFailure = failure;
   const bool isDamaged = failure.status == SQLITE_CORRUPT || failure.status == SQLITE_NOTADB;
-  if (isDamaged && !LCSQLiteUtilities::checkSQLiteDatabase(m_sqlite.get(), false)) {
-    LCSQLiteUtilities::setDatabaseIsCorruptFlagForSQLite(m_sqlite.get());
+  if (isDamaged && !lc::damage::isFree(m_sqlite.get(), lc::damage::Check::thorough)) {
+    lc::damage::record(m_sqlite.get());
   }
 }
 
 std::string LCSearchEngine::searchStatement(std::string_view restrictions) {
-  const bool isLimitedToCrates = m_enabledCrateIdentifier && !m_enabledCrateIdentifier->empty();
   std::string statement = selectBaseString();
   if (const std::string subSelect = keywordSubSelect(); !subSelect.empty()) {
-    statement += lc::sqlFormat("JOIN (%@) AS dummy ON %@.id=dummy.loopId", {subSelect, m_loopsTablename});
+    statement += lc::sqlFormat("JOIN (%@) AS dummy ON %@.id=dummy.loopId", {subSelect, m_tables.loops});
   }
-  std::string joins = lc::sqlFormat(" JOIN %@ ON %@.loopId = id", {m_loopsKeywordsTablename, m_loopsKeywordsTablename});
-  if (isLimitedToCrates) {
-    joins += lc::sqlFormat(" JOIN %@ ON %@.loopId = id ", {m_crateLoopRelationTablename, m_crateLoopRelationTablename});
+  std::string joins = lc::sqlFormat(" JOIN %@ ON %@.loopId = id", {m_tables.loopsKeywords, m_tables.loopsKeywords});
+  if (m_settings.isLimitedToCrates()) {
+    joins += lc::sqlFormat(" JOIN %@ ON %@.loopId = id ", {m_tables.crateLoopRelation, m_tables.crateLoopRelation});
   }
   std::string condition = searchCondition();
   if (!restrictions.empty()) condition.append(condition.empty() ? " " : " AND ").append(restrictions);
@@ -127,20 +134,20 @@ std::string LCSearchEngine::searchStatement(std::string_view restrictions) {
 
 std::string LCSearchEngine::searchCondition() {
   const std::string filter = generateFilterString();
-  if (!m_searchForFavorites) return filter;
+  if (!m_settings.searchForFavorites) return filter;
   return filter.empty() ? " isFavorite = 1 " : lc::sqlFormat(" isFavorite = 1  AND %@ ", {filter});
 }
 
 // Of the keywords that the database knows and that some loop carries. The others do not restrict the search.
 std::vector<std::string> LCSearchEngine::keywordCachingTablesRarestFirst() {
   std::string names;
-  for (const std::string& keyword : m_searchKeywords) {
+  for (const std::string& keyword : m_settings.searchKeywords) {
     names += lc::sqlFormat(names.empty() ? "'%@'" : ", '%@'", {lc::sqlEscaped(keyword)});
   }
   if (names.empty()) return {};
   std::vector<std::string> tables;
   LCStatement ids(m_sqlite.get(), lc::sqlFormat(kSelectKeywordIdsRarestFirst, {names}));
-  while (ids.step()) tables.push_back(m_keywordCachingTablename + std::to_string(ids.int64At(0)));
+  while (ids.step()) tables.push_back(m_tables.keywordCaching + std::to_string(ids.int64At(0)));
   if (!ids.succeeded()) noteSearchFailure();
   return tables;
 }
@@ -158,17 +165,17 @@ std::string LCSearchEngine::keywordSubSelect() {
 
 std::string LCSearchEngine::orderClause() const {
   if (std::string clause = sortingString(); !clause.empty()) return clause;
-  if (m_sortingColumnName.empty() || !isSortKey(m_sortingColumnName)) return "";
-  const char* direction = directionName(m_sortingDirectionAscending);
-  return lc::sqlFormat(" ORDER BY %@ COLLATE %@ %@", {m_sortingColumnName, textSearchCollate(), direction}) +
-         tieBreak(m_sortingColumnName, direction);
+  if (m_sorting.columnName.empty() || !isSortKey(m_sorting.columnName)) return "";
+  const char* direction = directionName(m_sorting.isAscending);
+  return lc::sqlFormat(" ORDER BY %@ COLLATE %@ %@", {m_sorting.columnName, textSearchCollate(), direction}) +
+         tieBreak(m_sorting.columnName, direction);
 }
 
 std::string LCSearchEngine::sortingString() const {
   std::string clause;
-  if (!m_sortDescriptors) return clause;
-  if (m_sortDescriptors->size() == 1 && m_sortDescriptors->front().isRandom) return "ORDER BY random() ";
-  for (const LCSortDescriptor& descriptor : *m_sortDescriptors) {
+  if (!m_sorting.descriptors) return clause;
+  if (m_sorting.descriptors->size() == 1 && m_sorting.descriptors->front().isRandom) return "ORDER BY random() ";
+  for (const LCSortDescriptor& descriptor : *m_sorting.descriptors) {
     if (!canSortBy(descriptor)) continue;
     const std::string collation = descriptor.key == "fileName" ? textSearchCollate() : "";
     const std::string collationPart = collation.empty() ? "" : lc::sqlFormat(" COLLATE %@", {collation});
@@ -192,19 +199,17 @@ void LCSearchEngine::doSearch_Keywords() {
 
 // Half of the rows read lie before `location`, so that scrolling either way stays in the cache.
 void LCSearchEngine::prepareResultsForRange(int64_t location, uint64_t length) {
-  const bool isCached =
-      location >= m_preparedLocation && static_cast<uint64_t>(location - m_preparedLocation) < m_preparedLength;
-  if (isCached) return;
+  if (m_page.covers(location)) return;
   const int64_t half = static_cast<int64_t>(length / 2);
-  m_preparedLength = length;
-  m_preparedLocation = location <= half ? 0 : location - half;
+  m_page.rowCount = length;
+  m_page.firstRow = location <= half ? 0 : location - half;
 
   std::string columns;
   for (const std::string& key : columnKeysToQuery()) columns += (columns.empty() ? "" : ", ") + key;
   LCResultDictionary rows;
   utilities().executeStatementWithLoopsReturnValue(
       lc::sqlFormat("SELECT %@ FROM tempTable LIMIT %@,%@",
-                    {columns, std::to_string(m_preparedLocation), std::to_string(static_cast<int64_t>(length))}),
+                    {columns, std::to_string(m_page.firstRow), std::to_string(static_cast<int64_t>(length))}),
       &rows);
   setSearchResults(std::move(rows));
 }
@@ -212,11 +217,7 @@ void LCSearchEngine::prepareResultsForRange(int64_t location, uint64_t length) {
 std::optional<LCCell> LCSearchEngine::resultObjectForKey(const std::string& key, int64_t atIndex) {
   if (atIndex < 0) return std::nullopt;
   prepareResultsForRange(atIndex, m_lengthOfRangeToBePrepared);
-  const auto column = m_searchResults.find(key);
-  if (column == m_searchResults.end()) return std::nullopt;
-  const auto offset = static_cast<uint64_t>(atIndex - m_preparedLocation);
-  if (offset >= column->second.size()) return std::nullopt;
-  return column->second[offset];
+  return m_page.cell(key, atIndex);
 }
 
 std::unique_ptr<LCSearchEngineFile> LCSearchEngine::fileAtIndex(int64_t index) {

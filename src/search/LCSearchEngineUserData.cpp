@@ -8,7 +8,7 @@ bool LCSearchEngine::setUserDataForURL(const std::string& fileURL, std::optional
   LCResultDictionary row;
   const std::string lookup = lc::sqlFormat(
       R"(SELECT DISTINCT id FROM %@ OUTER LEFT JOIN UserData ON Userdata.loopId = id WHERE fileURL = "%@")",
-      {m_loopsTablename, lc::sqlDoubleQuoteEscaped(fileURL)});
+      {m_tables.loops, lc::sqlDoubleQuoteEscaped(fileURL)});
   if (!utilities().executeStatementWithLoopsReturnValue(lookup, &row)) return false;
   return setUserDataDict(row, isFavorite, rating, userComment);
 }
@@ -17,7 +17,7 @@ bool LCSearchEngine::setIsFavorite(bool isFavorite, int64_t forLoopId) {
   LCResultDictionary row;
   const std::string lookup =
       lc::sqlFormat(R"(SELECT DISTINCT id FROM %@ OUTER LEFT JOIN UserData ON Userdata.loopId = id WHERE %@.id = "%@")",
-                    {m_loopsTablename, m_loopsTablename, std::to_string(forLoopId)});
+                    {m_tables.loops, m_tables.loops, std::to_string(forLoopId)});
   setSearchParameterEdited(true);
   if (!utilities().executeStatementWithLoopsReturnValue(lookup, &row)) return false;
   return setUserDataDict(row, isFavorite, std::nullopt, std::nullopt);
@@ -52,7 +52,7 @@ bool LCSearchEngine::setComment(const std::string& comment, const std::string& f
 }
 
 int64_t LCSearchEngine::totalNumberOfLoops() const {
-  const std::string statement = lc::sqlFormat("SELECT count() as numberOfLoops FROM %@", {m_loopsTablename});
+  const std::string statement = lc::sqlFormat("SELECT count() as numberOfLoops FROM %@", {m_tables.loops});
   return utilities().firstIntegerOfStatement(statement, "numberOfLoops").value_or(0);
 }
 

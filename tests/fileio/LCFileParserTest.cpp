@@ -22,7 +22,7 @@ struct SwitchGuard {
 // Reaches into a parser that has no file.
 class RecordParser : public LCFileParser {
  public:
-  explicit RecordParser(std::string_view path) : LCFileParser(vesk::URL::fileURLWithPath(path, false), nullptr, true) {}
+  explicit RecordParser(std::string_view path) : LCFileParser(vesk::URL::fileURLWithPath(path, false), true) {}
   LCFileData& record() { return *m_fileData; }
   using LCFileParser::calcHash;
   using LCFileParser::extractAdditionalLoopDataFromData;
@@ -120,30 +120,29 @@ TEST(LCFileParser, HashIsThatOfTheEstablishedText) {
 
 TEST(LCFileParser, AdditionalLoopDataSetsEveryFieldItHasAndClearsTheOthers) {
   RecordParser parser("/q.aif");
-  const LCFileData& record = parser.record();
-  const LCFileData untouched = record;
-  parser.extractAdditionalLoopDataFromData(archiveNamed("additional-wrong-kinds.archive"));
-  EXPECT_EQ(record, untouched);
-
-  parser.extractAdditionalLoopDataFromData(archiveNamed("additional-all-keys.archive"));
-  EXPECT_EQ(record.integratedLoudness, -14.25);
-  EXPECT_EQ(record.globalMaxTruePeak, -0.5);
-  EXPECT_EQ(record.targetIntegratedLoudness, -18.0);
-  EXPECT_EQ(record.iconId->integerValue(), 7);
-  EXPECT_TRUE(record.preferFileName->boolValue());
-  EXPECT_EQ(record.patchInfo, 2);
-  EXPECT_EQ(record.metaInfos.value().at(1), (LCMetaInfo{.stringValue = "Bass", .doubleValue = 0.25, .type = 1}));
-  EXPECT_EQ(vesk::valueForKey(&record.taggingDictionary.value(), "mood").array()->at(1), vesk::Value("dry"));
-
-  const LCFileData before = record;
-  for (const char* name : {"geninst-empty.archive", "additional-unknown-class.archive", "make-archives.py"}) {
-    parser.extractAdditionalLoopDataFromData(archiveNamed(name));  // nothing in it, or nothing decodable
-    EXPECT_EQ(record, before) << name;
+  const LCFileData untouched = parser.record();
+  LCFileData all = untouched, icon = untouched;
+  all.integratedLoudness = -14.25;
+  all.globalMaxTruePeak = -0.5;
+  all.targetIntegratedLoudness = -18.0;
+  all.iconId = vesk::Number{int64_t{7}};
+  all.preferFileName = vesk::Number{true};
+  all.patchInfo = 2;
+  all.metaInfos = {{"Drums", 0.5, 0, 1}, {"Bass", 0.25, 0, 1}};
+  all.taggingDictionary = {{"mood", vesk::Array{"dark", "dry"}}};
+  icon.iconId = vesk::Number{int64_t{9}};
+  const std::pair<const char*, LCFileData> steps[] = {
+      {"additional-wrong-kinds.archive", untouched},
+      {"additional-all-keys.archive", all},
+      {"geninst-empty.archive", all},  // nothing in it
+      {"additional-unknown-class.archive", all},
+      {"make-archives.py", all},
+      {"additional-icon-only.archive", icon},
+  };
+  for (const auto& [archive, record] : steps) {
+    parser.extractAdditionalLoopDataFromData(archiveNamed(archive));
+    EXPECT_EQ(parser.record(), record) << archive;
   }
-
-  parser.extractAdditionalLoopDataFromData(archiveNamed("additional-icon-only.archive"));
-  EXPECT_EQ(std::exchange(parser.record().iconId, {}), vesk::Number{int64_t{9}});
-  EXPECT_EQ(record, untouched);
 }
 
 TEST(LCFileParser, GeneratedInstrumentsDecideTheLoopTypeAndTheContentIdentifier) {

@@ -14,24 +14,22 @@ namespace {
 using fixture::chunk;
 
 // A loop of which everything is known.
-LoopRow knownLoop() {
-  return {.id = std::numeric_limits<int64_t>::min(),
-          .urlText = "file:///l/r%FFr.aif",
+LCCatalogLoop knownLoop() {
+  return {.place = {.id = std::numeric_limits<int64_t>::min(), .urlText = "file:///l/r%FFr.aif"},
           .fileName = "r\xFFr.aif",
           .tempo = 120,
           .beatCount = 8,
-          .signatureTop = 3,
-          .signatureBottom = 4,
+          .signature = {3, 4},
           .rootNote = 57,
           .keyType = 1,
           .loopType = kLoopTypeMIDI,
           .lengthInSeconds = static_cast<double>(4.1f),
-          .genre = "Funk",
-          .instrument = "Drums",
-          .subInstrument = "Drum Kit",
+          .genre = LCLoopKeyword{.name = "Funk"},
+          .instrument = LCLoopKeyword{.name = "Drums"},
+          .subInstrument = LCLoopKeyword{.name = "Drum Kit"},
           .descriptors = {"Dry", "Grooving"},
-          .crates = {"x.y"},
-          .marks = LoopMarks{.isFavorite = true, .rating = 4, .comment = "so"},
+          .packages = {"x.y"},
+          .marks = LCLoopMarks{.isFavorite = true, .rating = 4, .comment = "so"},
           .loudness = {.integratedLoudness = -14.5, .globalMaxTruePeak = -0.5, .targetIntegratedLoudness = -18}};
 }
 
@@ -42,7 +40,7 @@ TEST(LoopJSON, TellsWhatIsKnownOfALoopAndLeavesOutWhatIsNot) {
             R"("seconds":4.1,"loopType":"midi","genre":"Funk","instrument":"Drums","subInstrument":"Drum Kit",)"
             R"("descriptors":["Dry","Grooving"],"crates":["x.y"],"favorite":true,"rating":4,"comment":"so",)"
             R"("loudness":{"integrated":-14.5,"truePeak":-0.5,"target":-18.0,"gain":-3.5}})");
-  EXPECT_EQ(compactJSON(jsonOfLoop({.urlText = "no url", .loudness = {.targetIntegratedLoudness = -18}})),
+  EXPECT_EQ(compactJSON(jsonOfLoop({.place = {.urlText = "no url"}, .loudness = {.targetIntegratedLoudness = -18}})),
             R"({"id":"0","path":"no url","url":"no url","fileName":"","loopType":"audio","descriptors":[],"crates":[],)"
             R"("loudness":{"target":-18.0}})");
 }

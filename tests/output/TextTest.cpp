@@ -14,23 +14,21 @@
 
 namespace {
 
-const LoopRow kLoop = {.id = -5,
-                       .urlText = "file:///l/Funk%20%1B%5B31m%FF.aif",
-                       .fileName = "Funk \x1b[31m\xFF.aif",
-                       .tempo = 90,
-                       .beatCount = 8,
-                       .signatureTop = 3,
-                       .signatureBottom = 4,
-                       .rootNote = 50,
-                       .keyType = 1,
-                       .lengthInSeconds = 4.25,
-                       .genre = "Jazz",
-                       .instrument = "Bass",
-                       .subInstrument = "Electric Bass",
-                       .descriptors = {"Dark", "Dry"},
-                       .crates = {"x\ty"},
-                       .marks = LoopMarks{.isFavorite = true, .rating = 0, .comment = "a\nb"},
-                       .loudness = {.integratedLoudness = -14.55, .targetIntegratedLoudness = -18}};
+const LCCatalogLoop kLoop = {.place = {.id = -5, .urlText = "file:///l/Funk%20%1B%5B31m%FF.aif"},
+                             .fileName = "Funk \x1b[31m\xFF.aif",
+                             .tempo = 90,
+                             .beatCount = 8,
+                             .signature = {3, 4},
+                             .rootNote = 50,
+                             .keyType = 1,
+                             .lengthInSeconds = 4.25,
+                             .genre = LCLoopKeyword{.name = "Jazz"},
+                             .instrument = LCLoopKeyword{.name = "Bass"},
+                             .subInstrument = LCLoopKeyword{.name = "Electric Bass"},
+                             .descriptors = {"Dark", "Dry"},
+                             .packages = {"x\ty"},
+                             .marks = LCLoopMarks{.isFavorite = true, .rating = 0, .comment = "a\nb"},
+                             .loudness = {.integratedLoudness = -14.55, .targetIntegratedLoudness = -18}};
 
 std::vector<std::string> linesOf(const std::string& text) {
   std::vector<std::string> lines;
@@ -73,15 +71,14 @@ TEST(LoopTable, TakesTheColumnsThatHaveRoom) {
   }
 }
 
-TEST(KeywordList, StandsByCategoryThenCountThenName) {
-  std::vector<KeywordRow> keywords = {
-      {.id = 9, .name = "Zo\trp", .category = 99, .loopCount = 50},
-      {.id = 60, .name = "Drums", .category = kCategoryInstrumentType, .loopCount = 1},
-      {.id = 3, .name = "Drum Kit", .category = kCategoryInstrumentSubType, .loopCount = 2},
-      {.id = 85, .name = "Dry", .category = kCategoryDescriptor, .loopCount = 3},
-      {.id = 2, .name = "Jazz", .category = kCategoryGenre, .loopCount = 1},
-      {.id = 1, .name = "Funk", .category = kCategoryGenre, .loopCount = 1}};
-  sortForReading(keywords);
+TEST(KeywordList, StandsInGroupsForPeopleAndInFieldsForScripts) {
+  const std::vector<LCFacet> keywords = {
+      {.keyword = {1, "Funk"}, .category = kCategoryGenre, .loopCount = 1},
+      {.keyword = {2, "Jazz"}, .category = kCategoryGenre, .loopCount = 1},
+      {.keyword = {85, "Dry"}, .category = kCategoryDescriptor, .loopCount = 3},
+      {.keyword = {3, "Drum Kit"}, .category = kCategoryInstrumentSubType, .loopCount = 2, .parent = "Drums"},
+      {.keyword = {60, "Drums"}, .category = kCategoryInstrumentType, .loopCount = 1},
+      {.keyword = {9, "Zo\trp"}, .category = 99, .loopCount = 50}};
   StringSink piped;
   Output toScript(piped, {});
   printKeywords(toScript, keywords);

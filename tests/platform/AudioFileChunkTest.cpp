@@ -44,6 +44,21 @@ Bytes wavOffBy(int difference, const std::vector<Chunk>& chunks, const Bytes& tr
   return wav(chunks, {.size = size, .trailing = trailing});
 }
 
+// `head` and `tail` with zeros between them that take no memory.
+struct Sparse : vesk::ByteSource {
+  Sparse(Bytes first, uint64_t zeros, Bytes last = {})
+      : ByteSource(first.size() + zeros + last.size()), head(std::move(first)), tail(std::move(last)) {}
+  bool readInside(uint64_t offset, std::span<std::byte> target) override {
+    const uint64_t tailOffset = size() - tail.size();
+    for (std::byte& byte : target) {
+      byte = offset < head.size() ? head[offset] : offset < tailOffset ? std::byte{0} : tail[offset - tailOffset];
+      ++offset;
+    }
+    return true;
+  }
+  Bytes head, tail;
+};
+
 using Case = std::tuple<const char*, Bytes, vesk::Regularity, const char*, const char*>;
 
 void expectCases(const std::vector<Case>& cases) {
@@ -85,6 +100,7 @@ TEST(AudioFileChunks, ARunOfChunksIsFoundWhateverTheSizesSay) {
       {"audio cut off", wav({kFmt, lying(kData, 1000)}), ambiguous, "fmt  16, data 8", "audio is cut off"},
       {"cut off", wav({kFmt, kData, lying(kList, 17)}), ambiguous, "fmt  16, data 8, LIST 16", "last chunk is cut off"},
       {"-1 elsewhere", wav({kFmt, kData, lying(kList, ~0u)}), ambiguous, "fmt  16, data 8, LIST 16", "is cut off"},
+      {"a size that would wrap", wav({kFmt, lying(kList, 0xFFFFFFF8), kData}), ambiguous, "fmt  16, LIST 32", "is cut"},
       {"crashed recorder", wav({kFmt, lying(kData, 0)}), ambiguous, "fmt  16, data 0", "says that it is empty"},
       {"empty audio at the end", wav({kFmt, dataChunk(0)}), regular, "fmt  16, data 0", ""},
       {"no pads", aiff({unpadded(kOdd), unpadded(kOdd), kComm}), ambiguous, "NAME 3, NAME 3, COMM 18", "no pad"},
@@ -138,7 +154,8 @@ TEST(AudioFileChunks, RF64TakesItsLongSizesFromDs64) {
   constexpr uint64_t kAudioSize = uint64_t{5} << 30;
   const Bytes head =
       rf64({ds64Chunk(kAudioSize + 92, kAudioSize, kAudioSize / 2), kFmt, lying(dataChunk(0), 0xFFFFFFFF)});
-  const Probe large = probe(head, head.size() + kAudioSize, Builder{}.text("labl").u32le(4).text("last").bytes);
+  const Bytes tail = Builder{}.text("labl").u32le(4).text("last").bytes;
+  const Probe large(std::make_unique<Sparse>(head, kAudioSize, tail));
   ASSERT_TRUE(large.file);
   EXPECT_EQ(large.file->audioDataPacketCount(), static_cast<int64_t>(kAudioSize / 2));
   EXPECT_EQ(large.file->userData("labl"), bytesOf("last"));
@@ -157,11 +174,6 @@ TEST(AudioFileChunks, AnIndexCountsTheChunksOfOneId) {
 }
 
 TEST(AudioFileChunks, NothingReachesBeyondTheFile) {
-  for (const uint32_t size : {0xFFFFFFF0u, 0xFFFFFFF8u, 0xFFFFFFFFu, 0x80000000u}) {  // the walk must not wrap
-    const Probe opened = probe(wav({kFmt, lying(chunk("junk", "1234"), size), kData}));
-    ASSERT_TRUE(opened.file) << size;
-    EXPECT_EQ(chunkLine(*opened.file), "fmt  16, junk 20") << size;
-  }
   const Bytes tag = bytesOf("TAG and more than eight bytes");
   const Bytes tagged = wav({kFmt, kData, kOdd}, {.trailing = tag});
   EXPECT_EQ(probe(tagged).file->contents().chunksEnd, tagged.size() - tag.size());
@@ -173,7 +185,7 @@ TEST(AudioFileChunks, NothingReachesBeyondTheFile) {
   // 300 MiB that are there, but are nothing to read in one piece.
   constexpr uint32_t kLarge = 300u << 20;
   const Bytes head = aiff({kComm, lying(chunk("junk", ""), kLarge)});
-  const Probe large = probe(head, head.size() + kLarge);
+  const Probe large(std::make_unique<Sparse>(head, kLarge));
   EXPECT_EQ(large.file->userDataSize("junk"), kLarge);
   EXPECT_EQ(large.file->userData("junk"), std::nullopt);
   EXPECT_EQ(large.file->userData("junk", 0, 20000), Bytes(20000));

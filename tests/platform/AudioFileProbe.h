@@ -3,11 +3,10 @@
 
 #include "support/AudioFixture.h"
 #include "VeskLoopManagement/platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/platform/audiofile/MemoryBytes.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 struct Probe {
   vesk::OpenError error = vesk::OpenError::none;
@@ -15,18 +14,12 @@ struct Probe {
   std::unique_ptr<vesk::AudioFile> file;  // null when it was refused
 
   explicit Probe(const std::string& path) : file(vesk::AudioFile::open(path, &error, &detail)) {}
+  explicit Probe(std::unique_ptr<vesk::ByteSource> bytes, std::unique_ptr<vesk::ByteSource> fork = nullptr)
+      : file(vesk::AudioFile::open(std::move(bytes), &error, &detail, std::move(fork))) {}
 };
 
-// `sparseSize`, when larger, lengthens the file with zeros that take no memory; `tail` is put at its end.
-inline Probe probe(std::span<const std::byte> bytes, uint64_t sparseSize = 0, std::span<const std::byte> tail = {}) {
-  const int descriptor = ::memfd_create("probe", MFD_CLOEXEC);
-  const auto tailOffset = static_cast<off_t>(std::max<uint64_t>(sparseSize, bytes.size()));
-  EXPECT_EQ(::pwrite(descriptor, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
-  EXPECT_EQ(::ftruncate(descriptor, tailOffset), 0);
-  EXPECT_EQ(::pwrite(descriptor, tail.data(), tail.size(), tailOffset), static_cast<ssize_t>(tail.size()));
-  Probe result(fmt::format("/proc/self/fd/{}", descriptor));
-  ::close(descriptor);
-  return result;
+inline Probe probe(std::span<const std::byte> bytes) {
+  return Probe(std::make_unique<vesk::MemoryBytes>(bytes));
 }
 
 // The ids of the chunks with the sizes that are there, a "+" for a pad: "COMM 18, NAME 3+, SSND 408".

@@ -212,28 +212,13 @@ TEST(KeyedArchive, DepthIsBoundedInWhateverOrderItIsFound) {
   EXPECT_TRUE(unarchivedRoot(chainOf(512), "root").isNil());
 }
 
-TEST(KeyedArchive, DamagedArchivesAreHarmless) {
-  for (size_t size = 0; size < kForeignArchive.size(); ++size) {
-    EXPECT_TRUE(unarchivedRoot(std::span(kForeignArchive).first(size), "rootDict", kAdmitsAll).isNil()) << size;
-  }
-  for (size_t position = 0; position < kForeignArchive.size(); ++position) {
-    for (const int change : {0x01, 0x0F, 0x10, 0x80, 0xFF}) {
-      Bytes changed = kForeignArchive;
-      changed[position] ^= static_cast<std::byte>(change);
-      unarchivedRoot(changed, "rootDict", kAdmitsAll);  // whatever comes out, sanitizers watch the reads
-    }
-  }
-}
-
-TEST(BinaryPropertyList, EveryKindOfObjectIsRead) {
+// Those that our writer does not use.
+TEST(BinaryPropertyList, OddFormsOfObjectsAreRead) {
   using Case = std::pair<std::string, Value>;
   for (const auto& [hex, value] :
-       {Case{"10 FF", 255}, Case{"11 FFFF", 65535}, Case{"12 FFFFFFFF", int64_t{4294967295}},
-        Case{"13 FFFFFFFFFFFFFFFF", -1}, Case{"14 0000000000000000 FFFFFFFFFFFFFFFF", 18446744073709551615.0},
-        Case{"14 FFFFFFFFFFFFFFFF FFFFFFFFFFFFFFFE", -2}, Case{"22 3F800000", 1.0}, Case{"23 BFF0000000000000", -1.0},
-        Case{"33 3FF0000000000000", Date{1}}, Case{"00", Value::Null{}}, Case{"08", false}, Case{"09", true},
-        Case{"53 616263", "abc"}, Case{"62 D83CDFB5", "\U0001F3B5"}, Case{"61 D83C", "\uFFFD"},
-        Case{"42 00FF", bytesFromHex("00FF")}, Case{"5F 10 02 6162", "ab"}}) {
+       {Case{"14 0000000000000000 FFFFFFFFFFFFFFFF", 18446744073709551615.0},
+        Case{"14 FFFFFFFFFFFFFFFF FFFFFFFFFFFFFFFE", -2}, Case{"12 FFFFFFFF", int64_t{4294967295}},
+        Case{"00", Value::Null{}}, Case{"61 D83C", "\uFFFD"}, Case{"5F 10 02 6162", "ab"}}) {
     const auto graph = parseBinaryPropertyList(plistFile({hex}));
     ASSERT_TRUE(graph) << hex;
     EXPECT_EQ(std::get<Value>(graph->nodes[0].content), value) << hex;

@@ -80,7 +80,8 @@ void SearchDatabase::addVariedLoops() {
   add(9, "x 1 a20y.wav", "key = 50");
   add(10, "no keyword row.wav");
   execute("DELETE FROM LoopsKeywords WHERE loopId = 10");
-  execute("INSERT INTO UserData (loopId, isFavorite) VALUES (2, 1), (5, 1), (8, 0)");
+  execute("INSERT INTO UserData (loopId, isFavorite, rating) VALUES (2, 1, 4), (5, 1, 2), (6, 0, 5), (8, 0, 0)");
+  execute("UPDATE Loops SET tempo = CASE WHEN id < 0 THEN -1 WHEN id < 6 THEN 100 + id WHEN id < 9 THEN 0 END");
   execute("INSERT INTO CrateLoopRelation VALUES ('a', 1), ('a', 2), ('b', 2), ('b', 5), ('c\"d', 9)");
 }
 

@@ -38,13 +38,8 @@ TEST(FamilyName, IsWhatStandsBeforeTheNumbers) {
   const std::pair<const char*, std::optional<std::string>> cases[] = {
       {"Funky Beat 01.caf", "Funky Beat"},
       {"/L/My Loops 7/Beat 1.2_3.aif", "Beat"},
-      {"Pad 1_2_3.wav", "Pad"},
-      {"Two  2.wav", "Two "},
-      {"Ärger ٣.wav", "Ärger"},    // a digit of any script
-      {"Beat01.aif", {}},          // no blank before them
       {"Beat 1_2.3.aif", {}},      // "." after "_"
-      {"Beat 1..2.aif", {}},       //
-      {"Beat 01 .aif", {}},        //
+      {"Ärger ٣.wav", "Ärger"},    // a digit of any script
       {"/L/Beat 01/Pad.aif", {}},  // of a folder
       {"Beat 01", "Beat"},         // no extension
       {" 01.aif", ""},             // found, and nothing before it
@@ -70,7 +65,7 @@ RC_GTEST_PROP(FamilyName, IsWhatTheRegularExpressionLeaves, ()) {
 
 TEST_F(FamiliesTest, HoldEveryVariantWhateverTheNameIsMadeOf) {
   for (const std::string stem :
-       {"Funky Beat", "Pad", "It's: a|b", "100% Pure", "a_b", "say \"x\"", "Ärger 東京", "%20 odd"}) {
+       {"Funky Beat", "Pad", "It's: a|b", "100% Pure", "a_b", "a:b c", "say \"x\"", "Ärger 東京", "%20 odd"}) {
     database.execute("DELETE FROM Loops");
     add({stem + " 02.wav", stem + " 01.caf", "Other 03.wav", "x.wav"});
     EXPECT_EQ(idsOf(engine->loopFamilyForLoopId(1, {}, 0)), (Ids{2, 1})) << stem;
@@ -103,14 +98,13 @@ TEST_F(FamiliesTest, FoldTheWholeResultInItsOrder) {
   using Families = std::vector<LCFoldedFamily>;
   EXPECT_EQ(engine->foldedFamilies(), Families{});  // nothing was searched for yet
   engine->setSortDescriptors(std::vector<LCSortDescriptor>{{"id"}});
-  add({"Pad 1.wav",     "Σίγμα 1.wav",         "PAD.caf",         " 01.wav",      " 02.wav",
-       "Sub/pad 2.wav", "σίγμας 1_2.aif",      "ΣΊΓΜΑ.aif",       "Straße 1.wav", "STRASSE 2.wav",
-       "straẞe 3.wav",  "x\xC3 1.wav",         "X\xC3 2.wav",     "x\xE3 3.wav",  "no url 1.wav",
-       "no url 2.wav",  "x\xEF\xBF\xBD 4.wav", "\u212Aick 1.wav", "kick 2.wav",   "Pads 1.wav",
-       "Pad 1"});
+  add({"Pad 1.wav",       "Σίγμα 1.wav",     "PAD.caf",         " 01.wav",       " 02.wav",      "Sub/pad 2.wav",
+       "σίγμας 1_2.aif",  "ΣΊΓΜΑ.aif",       "Straße 1.wav",    "STRASSE 2.wav", "straẞe 3.wav", "x\xC3 1.wav",
+       "X\xC3 2.wav",     "x\xE3\x81 3.wav", "x\xE3\x82 3.wav", "no url 1.wav",  "no url 2.wav", "x\xEF\xBF\xBD 4.wav",
+       "\u212Aick 1.wav", "kick 2.wav",      "Pads 1.wav",      "Pad 1"});
   database.execute("UPDATE Loops SET fileURL = fileName WHERE fileName LIKE 'no url%'");
   database.execute("UPDATE Loops SET fileName = 'localized ' || id");
-  EXPECT_EQ(idsFound(*engine).size(), 21u);
+  EXPECT_EQ(idsFound(*engine).size(), 22u);
   // Rows count from 0. Half a character is equal to itself only, not to another one or to what replaces it.
   EXPECT_EQ(engine->foldedFamilies(), (Families{{0, 4},
                                                 {1, 2},
@@ -124,19 +118,21 @@ TEST_F(FamiliesTest, FoldTheWholeResultInItsOrder) {
                                                 {14, 1},
                                                 {15, 1},
                                                 {16, 1},
-                                                {17, 2},
-                                                {19, 1}}));
+                                                {17, 1},
+                                                {18, 2},
+                                                {20, 1}}));
 
   // Members outside the result do not count, and a loop counts once whatever number of packages it is in.
-  database.execute("INSERT INTO CrateLoopRelation VALUES ('a', 21), ('a', 6), ('b', 6), ('a', 2)");
+  database.execute("INSERT INTO CrateLoopRelation VALUES ('a', 22), ('a', 6), ('b', 6), ('a', 2)");
   engine->setEnabledCrateIdentifier(names("a", "b"));
-  EXPECT_EQ(idsFound(*engine), (Ids{2, 6, 6, 21}));
+  EXPECT_EQ(idsFound(*engine), (Ids{2, 6, 6, 22}));
   EXPECT_EQ(engine->foldedFamilies(), (Families{{0, 1}, {1, 2}}));
 }
 
 TEST_F(FamiliesTest, LookupsFindSingleLoops) {
   add({"Beat 01.wav", "Sub/Beat 01.wav", "Big Beat 01 x.wav", "no tempo.wav"});
   database.execute("UPDATE Loops SET key = 50, tempo = iif(id = 4, -1, 120), comment = 'c' || id");
+  database.execute("INSERT INTO Tagging VALUES (2, 3), (2, 20001), (3, 1)");
   const auto path = [&](const char* name, int32_t tempo) { return engine->findPathForLoopname(name, tempo, 50); };
   EXPECT_EQ(path("/x/Beat 01.aif", 120), "/L/Beat 01.wav");
   EXPECT_EQ(path("Beat", 120), "/L/Beat 01.wav");  // the first that holds it
@@ -147,41 +143,20 @@ TEST_F(FamiliesTest, LookupsFindSingleLoops) {
   EXPECT_EQ(engine->findPathForLoopname({}, 120, 50), std::nullopt);
 
   EXPECT_EQ(engine->resultDictForLoopId(3).at("comment"), "c3");
-  EXPECT_EQ(engine->resultDictForFilename("Big Beat").at("id"), "3");
   EXPECT_TRUE(engine->resultDictForLoopId(9).empty());
   EXPECT_EQ(engine->fileForLoopId(2)->plainFileURLStr(), "file:///L/Sub/Beat%2001.wav");
   EXPECT_EQ(engine->fileForLoopId(9), nullptr);
   EXPECT_EQ(engine->fileURLForLoopId(2)->path(), "/L/Sub/Beat 01.wav");
-  EXPECT_EQ(engine->loopIdForFilepath("/L/Sub/Beat 01.wav"), 2);
-  EXPECT_TRUE(engine->isFileIndexed(*engine->fileURLForLoopId(3)));
+  for (const char* fileName : {"Beat 01.wav", "Schlag 01.wav", ""}) {  // a localized name is not the one of the URL
+    database.execute("UPDATE Loops SET fileName = '" + std::string(fileName) + "'");
+    EXPECT_EQ(engine->loopIdForFilepath("/L/Sub/Beat 01.wav"), 2) << fileName;
+    EXPECT_TRUE(engine->isFileIndexed(*engine->fileURLForLoopId(3))) << fileName;
+    EXPECT_EQ(engine->loopIdsForName("Beat 01"), (std::set<int64_t>{1, 2, 3})) << fileName;
+    EXPECT_EQ(engine->resultDictForFilename("Big Beat").at("id"), "3") << fileName;
+    EXPECT_EQ(engine->keywordsForURL(*engine->fileURLForLoopId(3)), names("Piano")) << fileName;
+    EXPECT_EQ(idsOf(engine->loopFamilyForLoopId(3, {}, 0)), Ids{3}) << fileName;
+    EXPECT_EQ(path("Beat 01", 120), "/L/Sub/Beat 01.wav") << fileName;
+  }
   EXPECT_EQ(engine->loopIdForFileURL(vesk::URL::fileURLWithPath("/L/Sub/Beat%2001.wav", false)), 0);
-  database.execute("INSERT INTO Tagging VALUES (2, 3), (2, 20001), (3, 1)");
   EXPECT_EQ(engine->keywordsForLoopId(2), names("Tuba", "Zorp"));
-  EXPECT_EQ(engine->keywordsForURL(*engine->fileURLForLoopId(3)), names("Piano"));
-  EXPECT_EQ(engine->loopIdsForName("Beat 01"), (std::set<int64_t>{1, 2, 3}));
-}
-
-// A statement that stands on a row would keep the next search from dropping its table.
-TEST_F(FamiliesTest, NoQuestionKeepsTheNextSearchFromStartingAfresh) {
-  add({"Beat 01.wav", "Beat 02.wav", "Beat 03.wav"});
-  engine->doSearch();
-  const auto file = engine->fileForLoopId(1);
-  const vesk::URL url = *engine->fileURLForLoopId(1);
-  engine->loopFamilyForLoopId(1, {}, 0);
-  engine->resultDictForLoopId(1);
-  engine->resultDictForFilename("Beat");
-  engine->loopIdForFileURL(url);
-  engine->isFileIndexed(url);
-  engine->loopIdsForName("Beat");
-  engine->findPathForLoopname("Beat 01", 0, 0);
-  engine->keywordsForLoopId(1);
-  engine->keywordsForURL(url);
-  engine->availableKeywordsWithCounts();
-  engine->availableKeywordsForCategory("Base", "All", {});
-  engine->findLoudnessInfoForLoopId(1, url);
-  engine->findMetaInfosForLoopId(1);
-  engine->iconNameForFile(*file);
-  engine->numberOfFavoritesInResults();
-  engine->doSearch();
-  EXPECT_EQ(engine->numberOfLoops(), 3);
 }

@@ -133,6 +133,7 @@ TEST_F(KeywordsTest, DroppingTheChoiceWithinAType) {
 TEST_F(KeywordsTest, CountsAreThoseOfAHandWrittenQuery) {
   EXPECT_TRUE(engine->availableKeywordsWithCounts().empty());                           // nothing was searched for yet
   for (int64_t id = 100; id < 110; ++id) tag(id, "more.wav", {"Drums", "Tom", "Dry"});  // makes one loop a small result
+  for (const int64_t id : {-8, -7, 6, 50, 51, 200}) tag(id, "without tags.wav", {});
   database.execute("INSERT INTO Tagging SELECT 4, id FROM Keywords WHERE name = 'Impacts & Crashes'");  // two of "Boom"
   for (const vesk::StringSet& keywords : {names(), names("Drums"), names("Dark"), names("Kick")}) {
     engine->setSearchKeywords(keywords);

@@ -4,6 +4,7 @@
 #include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <memory>
 #include <string>
@@ -48,6 +49,23 @@ TEST(Opening, RebuildsADamagedDatabaseWithoutItsCompanions) {
     EXPECT_TRUE(vesk::path::exists(folder.path("other.db")));
     EXPECT_FALSE(LCSearchEngine::databaseLooksDamaged(database.configuration())) << isMarked;
   }
+}
+
+TEST(Opening, RebuildsAfterASearchThatMetDamage) {
+  SearchDatabase database;
+  for (int64_t id = 1; id <= 100; ++id) database.add(id, id == 100 ? "needle.wav" : "hay.wav");
+  std::string bytes = vesk::path::readFile(database.folder().path("loops.db")).value();
+  constexpr size_t kPage = 4096;
+  for (size_t found; (found = bytes.find("needle.wav")) != std::string::npos;) {  // far from what opening reads
+    bytes.replace(found / kPage * kPage, kPage, kPage, 'x');
+  }
+  database.folder().addFile("loops.db", bytes);
+  EXPECT_FALSE(LCSearchEngine::databaseLooksDamaged(database.configuration()));
+  const auto engine = database.engine();
+  EXPECT_EQ(idsFound(*engine), Ids{});
+  ASSERT_TRUE(engine->lastSearchFailure());
+  EXPECT_EQ(engine->lastSearchFailure()->status, SQLITE_CORRUPT);
+  EXPECT_TRUE(LCSearchEngine::databaseLooksDamaged(database.configuration()));
 }
 
 TEST(Opening, ReadOnlyMakesNothingAndDeletesADamagedFile) {

@@ -26,79 +26,123 @@ struct SearchTest : testing::Test {
 
 }  // namespace
 
-TEST_F(SearchTest, FindsWhatAHandWrittenQueryFinds) {
+TEST_F(SearchTest, FindsTheLoopsThatPassEverySetting) {
+  constexpr int64_t kLowest = std::numeric_limits<int64_t>::min(), kHighest = std::numeric_limits<int64_t>::max();
+  const Ids all = {-3, 1, 2, 4, 5, 6, 7, 8, 9, kHighest};  // a loop without a row in LoopsKeywords is never found
+  const std::string folder = database.folder().path();
+  database.add(kHighest, folder + "/in.wav", "key = 58, timeSignatureTop = 5");
+  database.add(kLowest, folder + "x/out.wav");
+  database.execute("DELETE FROM LoopsKeywords WHERE loopId = " + std::to_string(kLowest));
   struct Case {
     std::function<void(Engine&)> set;
-    std::string query;  // what follows "FROM Loops " in a query by hand
+    Ids ids;  // ascending
   };
   const Case cases[] = {
-      {[](Engine&) {}, "WHERE id != 10"},  // a loop without a row in LoopsKeywords is never found
-      {[](Engine& e) { e.setSearchKeywords(names("Zorp", "Electric Bass")); }, "WHERE id IN (1, 4)"},
+      {[](Engine& e) {  // none of these restricts
+         e.setTimeSignatureTop(3, 0), e.setEnabledLoopTypes({}), e.setEnabledCrateIdentifier(names());
+         e.setSearchString(""), e.setPathPrefix(""), e.setSpecialNameSearchString(""), e.setRootKey(59);
+       },
+       all},
+      {[](Engine& e) { e.setSearchKeywords(names("Zorp", "Electric Bass")); }, {1, 4}},
       // Keywords that nobody carries, known or not, do not restrict.
-      {[](Engine& e) { e.setSearchKeywords(names("Nobody", "it's", "Banjo", "Tuba")); }, "WHERE id IN (2, 8)"},
-      {[](Engine& e) { e.setSearchKeywords(names("Nobody")); }, "WHERE id != 10"},
-      {[](Engine& e) { e.setSearchForFavorites(true); }, "WHERE id IN (2, 5)"},
-      {[](Engine& e) { e.setTimeSignatureTop(6, 8); }, "WHERE id IN (4, 6)"},  // no signature is any
-      {[](Engine& e) { e.setUseKestrelLoopTypes(true), e.setEnabledLoopTypes(types(1)); }, "WHERE ksLoopType = 1"},
+      {[](Engine& e) { e.setSearchKeywords(names("Nobody", "it's", "Banjo", "Tuba")); }, {2, 8}},
+      {[](Engine& e) { e.setSearchKeywords(names("Nobody")); }, all},
+      {[](Engine& e) { e.setSearchForFavorites(true); }, {2, 5}},
+      {[](Engine& e) { e.setTimeSignatureTop(6, 8); }, {4, 6}},  // no signature is any
+      {[](Engine& e) { e.setTimeSignatureTop(3, 8); }, {6}},
+      {[](Engine& e) { e.setKeyType(1); }, {1}},
+      {[](Engine& e) { e.setFilterOutWebLoops(true); }, {-3, 1, 2, 4, 5, 8, 9, kHighest}},
+      {[](Engine& e) { e.setEnabledLoopTypes(types(1, 2)); }, {4, 5}},
+      {[](Engine& e) { e.setUseKestrelLoopTypes(true), e.setEnabledLoopTypes(types(1, 2)); }, {5}},
       // A loop in two enabled packages comes twice.
-      {[](Engine& e) { e.setEnabledCrateIdentifier(names("a", "b", "c\"d")); },
-       "JOIN CrateLoopRelation ON loopId = id"},
-      {[](Engine& e) { e.setSearchString("bass"); }, "WHERE id IN (1, 2, 7)"},  // name, comment, folder
-      {[](Engine& e) { e.setSearchString("tree apple"); }, "WHERE id = 2"},     // all words, any order
-      {[](Engine& e) { e.setSearchString("x y"); }, "WHERE id = 9"},            // words, and "%x%20y%" in the URL
-      {[](Engine& e) { e.setSearchString("then 20"); }, "WHERE id = 8"},        // the whole text in "collection"
-      {[](Engine& e) { e.setSearchString("100% \"live\""); }, "WHERE id IN (2, 8)"},
-      {[](Engine& e) { e.setSearchString("%"); }, "WHERE id != 10"},          // wildcards stay wildcards
-      {[](Engine& e) { e.setSearchString("ärger"); }, "WHERE id IN (6, 7)"},  // ASCII folding alone would miss both
-      {[](Engine& e) { e.setSearchString("strasse ä"); }, "WHERE 0"},         // "ß" is not folded to "ss"
+      {[](Engine& e) { e.setEnabledCrateIdentifier(names("a", "b", "c\"d")); }, {1, 2, 2, 5, 9}},
+      {[](Engine& e) { e.setPathPrefix("/L/Bass%20B"); }, {7}},
+      {[](Engine& e) { e.setPathPrefix("/L/su"); }, {5}},
+      {[&](Engine& e) { e.setPathPrefix(folder); }, {kHighest}},  // a folder that exists: not its neighbours
+      {[](Engine& e) { e.setSpecialNameSearchString("0% \"LIVE"); }, {8}},
+      {[](Engine& e) { e.setSpecialNameSearchString("tree apple"); }, {}},  // not word by word
+      {[](Engine& e) { e.setSearchString("bass"); }, {1, 2, 7}},            // name, comment, folder
+      {[](Engine& e) { e.setSearchString("don't"); }, {-3}},                // title
+      {[](Engine& e) { e.setSearchString("night"); }, {5}},                 // theme
+      {[](Engine& e) { e.setSearchString("tree apple"); }, {2}},            // all words, any order
+      {[](Engine& e) { e.setSearchString("two  zebra"); }, {4}},            // the empty word is in every name
+      {[](Engine& e) { e.setSearchString("bass box"); }, {7}},              // "%bass%20box%" in the URL
+      {[](Engine& e) { e.setSearchString("x y"); }, {9}},                   // words, and "%x%20y%" in the URL
+      {[](Engine& e) { e.setSearchString("then 20"); }, {8}},               // the whole text in "collection"
+      {[](Engine& e) { e.setSearchString("100% \"live\""); }, {2, 8}},
+      {[](Engine& e) { e.setSearchString("%"); }, all},         // wildcards stay wildcards
+      {[](Engine& e) { e.setSearchString("ärger"); }, {6, 7}},  // ASCII folding alone would miss both
+      {[](Engine& e) { e.setSearchString("ärger \"x"); }, {}},  //
+      {[](Engine& e) { e.setSearchString("strasse ä"); }, {}},  // "ß" is not folded to "ss"
+      {[](Engine& e) {
+         e.setRestrictions({.tempos = {{101, 102}}});
+       },
+       {1, 2}},
+      {[](Engine& e) {
+         e.setRestrictions({.tempos = {{50, 51}, {104, 200}}});
+       },
+       {4, 5}},
+      {[](Engine& e) {
+         e.setRestrictions({.tempos = {{102, 101}}});
+       },
+       {}},
+      {[](Engine& e) {  // no tempo is none, whether stored as 0, as -1 or not at all
+         e.setRestrictions({.tempos = {{kLowest, kHighest}}});
+       },
+       {1, 2, 4, 5}},
+      {[](Engine& e) { e.setRestrictions({.minimumRating = 4}); }, {2, 6}},
+      {[](Engine& e) { e.setRestrictions({.minimumRating = -1}); }, {2, 5, 6, 8}},  // the others were never marked
+      {[](Engine& e) {
+         e.setRestrictions({.candidateIds = Ids{9, -3, 9, kLowest, kHighest, 10, 77}});
+       },
+       {-3, 9, kHighest}},
+      {[](Engine& e) { e.setRestrictions({.candidateIds = Ids{}}); }, {}},
+      {[](Engine& e) {  // each leaves out some loop that all others let pass
+         e.setSearchKeywords(names("Favorites", "Zorp")), e.setEnabledCrateIdentifier(names("b"));
+         e.setTimeSignatureTop(4, 4), e.setKeyType(2), e.setRootKey(62), e.setEnabledLoopTypes(types(0));
+         e.setFilterOutWebLoops(true), e.setPathPrefix("/L/"), e.setSpecialNameSearchString("e T");
+         e.setSearchString("apple");
+         e.setRestrictions({.tempos = {{101, 104}}, .minimumRating = 4, .candidateIds = Ids{1, 2, 5}});
+       },
+       {2}},
   };
-  for (const auto& [set, query] : cases) {
+  int number = 0;
+  for (const auto& [set, ids] : cases) {
     engine = database.engine();
     set(*engine);
-    const Ids expected = database.numbers("SELECT id FROM Loops " + query);
-    EXPECT_EQ(sorted(idsFound(*engine)), sorted(expected)) << query;
-    EXPECT_EQ(engine->numberOfLoops(), static_cast<int64_t>(expected.size()));
-  }
-}
-
-TEST_F(SearchTest, RestrictionsNarrowTheSearchAndWhatFollowsFromIt) {
-  database.execute("UPDATE Loops SET tempo = CASE WHEN id < 0 THEN -1 WHEN id < 6 THEN 100 + id ELSE 0 END");
-  database.execute(
-      "INSERT OR REPLACE INTO UserData (loopId, isFavorite, rating) VALUES (2, 1, 4), (5, 1, 2), (6, 0, 5)");
-  constexpr int64_t kLowest = std::numeric_limits<int64_t>::min(), kHighest = std::numeric_limits<int64_t>::max();
-  const std::pair<LCSearchRestrictions, Ids> cases[] = {
-      {{.tempos = {{101, 102}}}, {1, 2}},  // both ends
-      {{.tempos = {{50, 51}, {104, 200}}}, {4, 5}},
-      {{.tempos = {{kLowest, kHighest}}}, {1, 2, 4, 5}},  // no tempo is none, whether stored as 0 or as -1
-      {{.tempos = {{102, 101}}}, {}},
-      {{.minimumRating = 4}, {2, 6}},
-      {{.minimumRating = -1}, {2, 5, 6}},  // the others were never marked
-      {{.candidateIds = Ids{9, -3, 9, kLowest, kHighest, 10, 77}}, {-3, 9, kLowest, kHighest}},
-      {{.candidateIds = Ids{}}, {}},
-      {{.tempos = {{102, 200}}, .minimumRating = 1, .candidateIds = Ids{4, 5, 6}}, {5}},
-  };
-  database.add(kLowest, "lowest.wav");
-  database.add(kHighest, "highest.wav");
-  for (const auto& [restrictions, ids] : cases) {
-    engine->setRestrictions(restrictions);
-    EXPECT_EQ(sorted(idsFound(*engine)), sorted(ids)) << testing::PrintToString(ids);
-    EXPECT_EQ(engine->numberOfLoops(), static_cast<int64_t>(ids.size()));
+    EXPECT_EQ(sorted(idsFound(*engine)), ids) << number;
+    EXPECT_EQ(engine->numberOfLoops(), std::ssize(ids));
     EXPECT_EQ(engine->lastSearchFailure(), std::nullopt);
+    ++number;
   }
-
-  // With keywords, packages, favourites and texts; and again without.
-  engine->setRestrictions({.tempos = {{101, 104}}, .minimumRating = 1, .candidateIds = Ids{1, 2, 4, 5}});
-  engine->setSearchKeywords(names("Zorp", "Favorites"));
-  engine->setEnabledCrateIdentifier(names("b"));
-  engine->setSearchString("apple");
-  EXPECT_EQ(idsFound(*engine), Ids{2});
   EXPECT_EQ(engine->availableKeywords(), names("Brass", "Tuba"));
   EXPECT_EQ(engine->availableKeywordsWithCounts().at("Zorp"), 1);
-  engine->reset();
-  EXPECT_EQ(sorted(idsFound(*engine)), (Ids{2, 5}));  // packages are kept, as all filters
+  for (int count = 0; count < 2; ++count) EXPECT_EQ(idsFound(*engine), Ids{2});  // the candidates are taken anew
 }
 
-TEST_F(SearchTest, AFailureIsToldAndTheNextSearchIsNotHauntedByIt) {
+// The stored key of root key R is R - 12; with near matches its two neighbours on either side pass, around the octave.
+TEST_F(SearchTest, LetsNeighbouringKeysPassAroundTheOctave) {
+  for (int64_t key = -1; key <= 70; ++key) database.add(1000 + key, "a.wav", "key = " + std::to_string(key));
+  const auto keysFound = [&](const std::string& condition) {
+    return database.numbers("SELECT key FROM Loops WHERE id > 900 AND (key BETWEEN 48 AND 59 OR key < 1)" + condition);
+  };
+  const auto keysOfEngine = [&](int64_t root, bool near) {
+    engine->setRootKey(root);
+    engine->setFilterForMoreRelevantResults(near);
+    return keysFound(" AND" + engine->generateFilterString());
+  };
+  for (int64_t root = 60; root <= 71; ++root) {
+    Ids expected = {-1, 0};  // unknown keys pass
+    for (int64_t step = -2; step <= 2; ++step) expected.push_back(48 + (root - 60 + step + 12) % 12);
+    EXPECT_EQ(keysOfEngine(root, true), sorted(expected)) << root;
+    EXPECT_EQ(keysFound(Engine::keyFilterStringForKey(root)), sorted(expected)) << root;
+    EXPECT_EQ(keysOfEngine(root, false), (Ids{-1, 0, root - 12})) << root;
+  }
+  EXPECT_EQ(keysOfEngine(78, true), (Ids{-1, 0, 48, 49, 50, 51, 52, 53, 54, 55, 56}));
+  EXPECT_EQ(Engine::keyFilterStringForKey(59), "");
+}
+
+TEST_F(SearchTest, AFailureIsToldAndLeavesAnEmptyResultToThatSearchAlone) {
   const auto environment = TestEnvironment::install();
   vesk::StringSet many;
   for (int number = 0; number < 1500; ++number) many.insert("word" + std::to_string(number));
@@ -108,6 +152,10 @@ TEST_F(SearchTest, AFailureIsToldAndTheNextSearchIsNotHauntedByIt) {
       {[&](Engine& e) { e.setEnabledCrateIdentifier(many); }, "Expression tree is too large"},
       {[&](Engine& e) { e.setSearchString(vesk::text::joined(many, " ")); }, "Expression tree is too large"},
       {[](Engine& e) { e.setLoopsTablename("Nowhere"); }, "no such table: Nowhere"},
+      {[](Engine& e) {  // packages are always looked for in the standard table, which is then not joined
+         e.setCrateLoopRelationTablename("Tagging"), e.setEnabledCrateIdentifier(names("a"));
+       },
+       "no such column: CrateLoopRelation.crateId"},
       {[](Engine& e) { e.closeDatabase(); }, "the database is closed"},
   };
   database.execute("DELETE FROM keyword_distribution");
@@ -119,27 +167,29 @@ TEST_F(SearchTest, AFailureIsToldAndTheNextSearchIsNotHauntedByIt) {
   for (const auto& [set, message] : cases) {
     engine = database.engine();
     engine->doSearch();
-    EXPECT_EQ(engine->lastSearchFailure(), std::nullopt);
+    EXPECT_TRUE(engine->fileAtIndex(0)) << message;
     set(*engine);
     engine->doSearch();
-    ASSERT_TRUE(engine->lastSearchFailure()) << message;
-    EXPECT_NE(engine->lastSearchFailure()->message.find(message), std::string::npos)
-        << engine->lastSearchFailure()->message;
+    const std::string told = engine->lastSearchFailure().value_or(LCSearchFailure{}).message;
+    EXPECT_NE(told.find(message), std::string::npos) << told;
     EXPECT_TRUE(environment->hasLogged(message));
-    EXPECT_EQ(engine->numberOfLoops(), 0) << message;
-    EXPECT_TRUE(engine->availableKeywords().empty()) << message;
+    EXPECT_FALSE(engine->fileAtIndex(0)) << message;
+    EXPECT_TRUE(engine->numberOfLoops() == 0 && engine->availableKeywords().empty()) << message;
     engine->setSearchKeywords(names()), engine->setEnabledCrateIdentifier({}), engine->setSearchString({});
-    engine->setLoopsTablename("Loops");
+    engine->setLoopsTablename("Loops"), engine->setCrateLoopRelationTablename("CrateLoopRelation");
     engine->doSearch();
     EXPECT_EQ(engine->numberOfLoops(), engine->sqlite3Connection() ? 9 : 0) << message;
+    EXPECT_EQ(engine->lastSearchFailure().has_value(), !engine->sqlite3Connection()) << message;
   }
+  engine = database.engine();
+  database.execute("DROP TABLE keyword_distribution");
+  engine->setSearchKeywords(names("Tuba"));
+  engine->setLoopsTablename("Nowhere");
+  engine->doSearch();
+  EXPECT_EQ(engine->lastSearchFailure()->message, "no such table: keyword_distribution");  // the first of two
 }
 
-TEST_F(SearchTest, RunsOneInsertThatJoinsTheRarestKeywordFirst) {
-  engine->setSearchKeywords(names("Drum Kit", "Electric Bass", "Zorp"));  // carried by 1, 2 and 3 loops
-  engine->setEnabledCrateIdentifier(names("a"));
-  engine->setSearchForFavorites(true);
-  engine->setSortingColumnName("numberOfBeats", false);
+TEST_F(SearchTest, JoinsTheRarestKeywordFirst) {
   std::string insert;
   const auto keepInsert = [](unsigned, void* kept, void*, void* text) {
     const std::string sql = static_cast<const char*>(text);
@@ -147,16 +197,12 @@ TEST_F(SearchTest, RunsOneInsertThatJoinsTheRarestKeywordFirst) {
     return 0;
   };
   sqlite3_trace_v2(engine->sqlite3Connection(), SQLITE_TRACE_STMT, keepInsert, &insert);
+  engine->setSearchKeywords(names("Drum Kit", "Electric Bass", "Zorp"));  // carried by 1, 2 and 3 loops
   engine->doSearch();
-  sqlite3_trace_v2(engine->sqlite3Connection(), 0, nullptr, nullptr);
-  EXPECT_EQ(insert,
-            "INSERT INTO tempTable " + engine->selectBaseString() +
-                "JOIN (select tagging_cache_112.loopId as loopId from tagging_cache_112 join tagging_cache_30 on "
-                "tagging_cache_112.loopId=tagging_cache_30.loopId join tagging_cache_20001 on "
-                "tagging_cache_112.loopId=tagging_cache_20001.loopId) AS dummy ON Loops.id=dummy.loopId  JOIN "
-                "LoopsKeywords ON LoopsKeywords.loopId = id JOIN CrateLoopRelation ON CrateLoopRelation.loopId = id  "
-                "WHERE  isFavorite = 1  AND  ((CrateLoopRelation.crateId = \"a\"))   ORDER BY numberOfBeats COLLATE "
-                "NOCASE DESC , lengthInSeconds DESC  ");
+  EXPECT_NE(
+      insert.find("JOIN (select tagging_cache_112.loopId as loopId from tagging_cache_112 join tagging_cache_30 "),
+      std::string::npos)
+      << insert;
 }
 
 TEST_F(SearchTest, SortsByOneColumnOrByDescriptors) {
@@ -170,8 +216,6 @@ TEST_F(SearchTest, SortsByOneColumnOrByDescriptors) {
 
   engine->setSortingColumnName("tempo");
   engine->setSortDescriptors({{{"numberOfBeats", true}, {"fileName", false}}});
-  EXPECT_EQ(engine->sortingString(),
-            "ORDER BY numberOfBeats  ASC  , lengthInSeconds ASC , fileName  COLLATE NOCASE DESC ");
   EXPECT_EQ(idsFound(*engine), (Ids{4, 5, 9, 7, 2, 1, -3, 8, 6}));
 }
 
@@ -201,19 +245,20 @@ TEST_F(SearchTest, SortsByColumnsOfTheResultAlone) {
   EXPECT_GT(orders.size(), 1u);
 }
 
-TEST_F(SearchTest, AgainCountsTheSameAndAFailedOneIsEmpty) {
+// A statement that still stands on a row would keep the next search from dropping its table.
+TEST_F(SearchTest, AgainStartsAfresh) {
   engine->doSearch();
-  engine->fileAtIndex(0);
   engine->rowIndexInCurrentSearchResultForLoopId(1);
+  engine->foldedFamilies();
+  engine->availableKeywordsWithCounts();
+  engine->findMetaInfosForLoopId(1);
+  engine->iconNameForFile(*engine->fileAtIndex(0));
   engine->setSearchString("zebra");
   for (int count = 0; count < 2; ++count) EXPECT_EQ(idsFound(*engine), (Ids{4, 5}));
   EXPECT_TRUE(engine->searchParameterEdited());                                     // lowering the flag is the host's
   EXPECT_EQ(engine->resultObjectForKey("lengthInSeconds", 0), LCCell(int64_t{3}));  // whole seconds
   EXPECT_EQ(engine->resultObjectForKey("isFavorite", 0), LCCell(""));               // never marked
   EXPECT_EQ(engine->resultObjectForKey("comment", 0), std::nullopt);  // in the result, but not among the columns read
-  engine->setLoopsTablename("no such table");
-  EXPECT_EQ(idsFound(*engine), Ids{});
-  EXPECT_EQ(engine->fileAtIndex(0), nullptr);
 }
 
 TEST_F(SearchTest, OffersTheKeywordsOfItsResultAndTheirGroups) {

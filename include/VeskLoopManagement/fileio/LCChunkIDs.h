@@ -2,7 +2,7 @@
 // the archived dictionaries and of the search info. A persisted format: none of them ever changes.
 #pragma once
 
-#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFileLayout.h"
 
 #include <array>
 #include <cstddef>

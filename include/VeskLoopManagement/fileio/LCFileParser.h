@@ -9,6 +9,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "VeskLoopManagement/model/LCFileData.h"
 #include "VeskLoopManagement/platform/audiofile/AudioFile.h"
@@ -54,6 +55,7 @@ class LCFileParser {
                                                                       LCParserFailure* failure);
   static void setAllowsSDIIFiles(bool allows);                  // default no
   static void setAllowsKeywordExtractionFromPath(bool allows);  // default yes; WAV, SDII and REX hang on it too
+  static bool allowsKeywordExtractionFromPath();
 
   // The record without the bulky payloads; nullptr when there is none (REX without an adapter, undecodable loop
   // metadata). Borrowed: it lives as long as the parser.
@@ -62,7 +64,24 @@ class LCFileParser {
   virtual const LCFileData* enhancedFileData();
 
  protected:
-  LCFileParser(const vesk::URL& url, std::unique_ptr<vesk::AudioFile> audioFile, bool isBigEndian);
+  // What one chunk tells of the file, apart from the fields that it fills.
+  enum class Finding {
+    nothing,       // it is not there, or not to be read
+    loop,          // it describes a loop
+    authored,      // somebody tagged the file
+    authoredLoop,  // both
+  };
+
+  // A parser that opens no audio file and replaces the steps that need one.
+  LCFileParser(const vesk::URL& url, bool isBigEndian);
+  LCFileParser(const vesk::URL& url, vesk::AudioFile audioFile, bool isBigEndian);
+
+  // A parser over the file at `url`; null when it does not open, `failure` (may be null) then says why.
+  template <typename Parser>
+  static std::unique_ptr<Parser> parserOverFile(const vesk::URL& url, bool isBigEndian, LCParserFailure* failure) {
+    auto audioFile = openAudioFile(url, failure);
+    return audioFile ? std::make_unique<Parser>(url, std::move(*audioFile), isBigEndian) : nullptr;
+  }
 
   void parseEnhanced(bool enhanced);
   // The find steps, in the order in which they run.
@@ -76,13 +95,19 @@ class LCFileParser {
   void extractStepSequencerDataFromData(std::span<const std::byte> data);
   void calcHash();
 
+  // Sets the record's flags; none is ever cleared.
+  void note(Finding finding);
+  void setFoundAuthoredChunks() { m_fileData->hasAuthoredChunks = true; }
+  void setFoundLoopChunks() { m_fileData->hasLoopTypeChunks = true; }
+
   // The payload of the first chunk `code`, or its first `limit` bytes; nullopt when there is none or it cannot be read.
   std::optional<vesk::Bytes> chunkData(vesk::FourCC code, std::optional<uint64_t> limit = std::nullopt) const;
 
-  std::optional<LCFileData> m_fileData;          // there whenever a find step runs
-  std::unique_ptr<vesk::AudioFile> m_audioFile;  // null for parsers that open none and replace the steps that need it
+  std::optional<LCFileData> m_fileData;        // there whenever a find step runs
+  std::optional<vesk::AudioFile> m_audioFile;  // there unless the parser replaces the steps that need it
   bool m_isBigEndian = true;
 
  private:
+  static std::unique_ptr<vesk::AudioFile> openAudioFile(const vesk::URL& url, LCParserFailure* failure);
   void completeKeywordsFromPath();
 };

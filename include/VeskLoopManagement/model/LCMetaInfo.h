@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "VeskLoopManagement/platform/PropertyList.h"
@@ -21,6 +22,11 @@ struct LCMetaInfo {
 
   // The object of a keyed archive. The double is stored as a 32-bit float and so loses precision, which is the format.
   vesk::Value archivedObject() const;
+  // An array of such objects.
+  static vesk::Value archivedObjects(const std::vector<LCMetaInfo>& infos);
+  // The archive of `root`, which may hold meta infos, under `rootKey`: vesk::archivedRoot() with the numbers of meta
+  // infos where their coder puts them.
+  static vesk::Bytes archiveWithMetaInfos(const vesk::Value& root, std::string_view rootKey);
   // nullopt when `value` is no object with the fields of a meta info, whatever its class name.
   static std::optional<LCMetaInfo> fromArchivedObject(const vesk::Value& value);
   // The meta infos among `objects`; others are left out. An archive of `archiveSize` bytes may name one object, with a

@@ -1,4 +1,5 @@
-// What a path stands for when browsing, judged by its extension alone.
+// What a path stands for when browsing: whether it is there and is a folder says the file system, whether a folder is a
+// package the host (vesk::Environment), what a file holds its extension alone. No file is opened. Safe on any thread.
 #pragma once
 
 #include <cstdint>
@@ -18,5 +19,6 @@ enum LCNodeType : int32_t {
 };
 
 struct LCNodeTypesHelper {
+  // kNodeUnknown when there is nothing at `path`, or a file of another extension. Links are followed.
   static int32_t nodeTypeFromPath(const std::string& path);
 };

@@ -1,8 +1,8 @@
 // LCSearchEngine answers searches over the loop database. One engine owns one connection (serialized mode) and is used
 // by one thread at a time; it takes no lock. Set the search settings, call doSearch(), read rows by index. Results are
-// a temporary table on the connection, so counts, paging and keyword lists read that small table and not the whole
-// database. Failures are results: empty answers, 0, nullopt or kNotFound; opening and searching also log why. Use a
-// variant: LCSearchEngineDesktop or LCSearchEngineMobile.
+// a temporary table on the connection, so that counts, paging and the available keywords read that table and not the
+// whole database. Failures are results: empty answers, 0, nullopt or kNotFound; opening and searching also log why.
+// Use a variant: LCSearchEngineDesktop or LCSearchEngineMobile.
 #pragma once
 
 #include <cstdint>
@@ -25,17 +25,9 @@
 #include "VeskLoopManagement/platform/URL.h"
 #include "VeskLoopManagement/search/LCSearchEngineFile.h"
 #include "VeskLoopManagement/search/LCSearchRestrictions.h"
+#include "VeskLoopManagement/search/SearchState.h"
 
 class LCStatement;
-
-// A column of the result and its direction; or random order, which stands alone.
-struct LCSortDescriptor {
-  std::string key;  // a column of the result in either variant; other keys are dropped
-  bool ascending = true;
-  bool isRandom = false;  // then the other two have no say
-  static LCSortDescriptor random() { return {.key = "", .ascending = true, .isRandom = true}; }
-  bool operator==(const LCSortDescriptor&) const = default;
-};
 
 // A loop of a family, with the values of its row.
 struct LCLoopFamilyMember {
@@ -91,32 +83,32 @@ class LCSearchEngine {
   bool searchParameterEdited() const { return m_searchParameterEdited; }
   void setSearchParameterEdited(bool edited);  // only ever raises
   void resetSearchParameterEditFlag();
-  const std::optional<std::string>& searchString() const { return m_searchString; }
+  const std::optional<std::string>& searchString() const { return m_settings.searchString; }
   void setSearchString(const std::optional<std::string>& value);
-  const std::optional<std::string>& specialNameSearchString() const { return m_specialNameSearchString; }
+  const std::optional<std::string>& specialNameSearchString() const { return m_settings.specialNameSearchString; }
   void setSpecialNameSearchString(const std::optional<std::string>& value);
-  const std::optional<std::string>& pathPrefix() const { return m_pathPrefix; }
+  const std::optional<std::string>& pathPrefix() const { return m_settings.pathPrefix; }
   void setPathPrefix(const std::optional<std::string>& value);
-  const vesk::StringSet& searchKeywords() const { return m_searchKeywords; }
+  const vesk::StringSet& searchKeywords() const { return m_settings.searchKeywords; }
   // "Favorites" and "FavoritesFX" turn on searchForFavorites; category names are dropped.
   void setSearchKeywords(const std::optional<vesk::StringSet>& keywords);
   void timeSignatureTop(int64_t* top, int64_t* andBottom) const;  // either may be null
   void setTimeSignatureTop(int64_t top, int64_t andBottom);
-  int64_t keyType() const { return m_keyType; }
+  int64_t keyType() const { return m_settings.keyType; }
   void setKeyType(int64_t value);  // 0 = any
-  int64_t rootKey() const { return m_rootKey; }
+  int64_t rootKey() const { return m_settings.rootKey; }
   void setRootKey(int64_t value);  // 60 (C) to 71 (B); below 60 = any
-  bool filterForMoreRelevantResults() const { return m_filterForMoreRelevantResults; }
+  bool filterForMoreRelevantResults() const { return m_settings.filterForMoreRelevantResults; }
   void setFilterForMoreRelevantResults(bool value);  // neighbouring keys pass too
-  bool searchForFavorites() const { return m_searchForFavorites; }
+  bool searchForFavorites() const { return m_settings.searchForFavorites; }
   void setSearchForFavorites(bool value);
-  bool filterOutWebLoops() const { return m_filterOutWebLoops; }
+  bool filterOutWebLoops() const { return m_settings.filterOutWebLoops; }
   void setFilterOutWebLoops(bool value);
-  const std::optional<vesk::StringSet>& enabledCrateIdentifier() const { return m_enabledCrateIdentifier; }
+  const std::optional<vesk::StringSet>& enabledCrateIdentifier() const { return m_settings.enabledCrateIdentifier; }
   void setEnabledCrateIdentifier(const std::optional<vesk::StringSet>& identifiers);
-  const std::optional<std::set<int64_t>>& enabledLoopTypes() const { return m_enabledLoopTypes; }
+  const std::optional<std::set<int64_t>>& enabledLoopTypes() const { return m_settings.enabledLoopTypes; }
   void setEnabledLoopTypes(const std::optional<std::set<int64_t>>& types);
-  const LCSearchRestrictions& restrictions() const { return m_restrictions; }
+  const LCSearchRestrictions& restrictions() const { return m_settings.restrictions; }
   void setRestrictions(const LCSearchRestrictions& value);  // narrow doSearch() and what follows from its result
   bool useLocalizedSorting() const { return m_useLocalizedSorting; }
   void setUseLocalizedSorting(bool value);
@@ -124,24 +116,25 @@ class LCSearchEngine {
   void setUseMacOSSorting(bool value) { m_useMacOSSorting = value; }
   bool useKestrelLoopTypes() const { return m_useKestrelLoopTypes; }
   void setUseKestrelLoopTypes(bool value) { m_useKestrelLoopTypes = value; }
-  const std::optional<std::vector<LCSortDescriptor>>& sortDescriptors() const { return m_sortDescriptors; }
-  void setSortDescriptors(const std::optional<std::vector<LCSortDescriptor>>& value) { m_sortDescriptors = value; }
-  const std::string& sortingColumnName() const { return m_sortingColumnName; }
-  void setSortingColumnName(const std::string& value) { m_sortingColumnName = value; }
+  const std::optional<std::vector<LCSortDescriptor>>& sortDescriptors() const { return m_sorting.descriptors; }
+  void setSortDescriptors(const std::optional<std::vector<LCSortDescriptor>>& value) { m_sorting.descriptors = value; }
+  const std::string& sortingColumnName() const { return m_sorting.columnName; }
+  // Of use when no sort descriptor is; a column of the result as in a descriptor, or "" for no order.
+  void setSortingColumnName(const std::string& value) { m_sorting.columnName = value; }
   void setSortingColumnName(const std::string& value, bool ascending);
-  bool sortingDirectionAscending() const { return m_sortingDirectionAscending; }
-  void setSortingDirectionAscending(bool value) { m_sortingDirectionAscending = value; }
+  bool sortingDirectionAscending() const { return m_sorting.isAscending; }
+  void setSortingDirectionAscending(bool value) { m_sorting.isAscending = value; }
   // Each fill of the row cache walks over the rows before it: whoever reads a whole large result sets this to
   // thousands.
   uint64_t numberOfRowsInCache() const { return m_lengthOfRangeToBePrepared; }
   void setNumberOfRowsInCache(uint64_t value) { m_lengthOfRangeToBePrepared = value; }
-  void setLoopsTablename(const std::string& value) { m_loopsTablename = value; }
-  void setTaggingTablename(const std::string& value) { m_taggingTablename = value; }
-  void setCratesTablename(const std::string& value) { m_cratesTablename = value; }
-  void setCrateLoopRelationTablename(const std::string& value) { m_crateLoopRelationTablename = value; }
-  void setMetaInfoRelationTablename(const std::string& value) { m_metaInfoRelationTablename = value; }
-  void setKeywordCachingTablename(const std::string& value) { m_keywordCachingTablename = value; }
-  void setLoopsKeywordsTablename(const std::string& value) { m_loopsKeywordsTablename = value; }
+  void setLoopsTablename(const std::string& value) { m_tables.loops = value; }
+  void setTaggingTablename(const std::string& value) { m_tables.tagging = value; }
+  void setCratesTablename(const std::string& value) { m_tables.crates = value; }
+  void setCrateLoopRelationTablename(const std::string& value) { m_tables.crateLoopRelation = value; }
+  void setMetaInfoRelationTablename(const std::string& value) { m_tables.metaInfoRelation = value; }
+  void setKeywordCachingTablename(const std::string& value) { m_tables.keywordCaching = value; }
+  void setLoopsKeywordsTablename(const std::string& value) { m_tables.loopsKeywords = value; }
   void reset();
   void resetCache();
   LCResultDictionary enabledCrates() const;
@@ -157,14 +150,16 @@ class LCSearchEngine {
 
   // --- Searching and paging (LCSearchEngineSearch.cpp). Row indexes count from 0 in sort order. ---
   void doSearch();
-  const std::optional<LCSearchFailure>& lastSearchFailure() const { return m_lastSearchFailure; }  // nullopt: none
+  const std::optional<LCSearchFailure>& lastSearchFailure() const {
+    return m_lastSearchFailure;
+  }  // nullopt: it succeeded, or there was none
   void doSearch_Keywords();
   std::string sortingString() const;
   void prepareResultsForRange(int64_t location, uint64_t length);
   std::optional<LCCell> resultObjectForKey(const std::string& key, int64_t atIndex);
   std::unique_ptr<LCSearchEngineFile> fileAtIndex(int64_t index);
-  const LCResultDictionary& searchResults() const { return m_searchResults; }
-  void setSearchResults(LCResultDictionary results) { m_searchResults = std::move(results); }
+  const LCResultDictionary& searchResults() const { return m_page.columns; }
+  void setSearchResults(LCResultDictionary results) { m_page.columns = std::move(results); }
   int64_t numberOfLoops() const;  // rows of the result
   std::vector<std::string> availableColumnKeys() const;
   int64_t rowNumberInCurrentSearchResultForLoopWithName(const std::string& fileName) const;
@@ -176,8 +171,9 @@ class LCSearchEngine {
   void setAvailableKeywords(const vesk::StringSet& keywords);       // adds the group keywords that have a member
   vesk::StringSet availableKeywordsOfType(int64_t category) const;  // of an LCKeywordCategory
   // The lists of a browser's columns: "Base" or "BaseFX" alone, then a sub-category such as "Genres", then, with a
-  // keyword too, a drill-down: it adds the keyword to the search, sets the favourites flag and searches. nullopt for
-  // an unknown sub-category.
+  // keyword too, a drill-down: it adds the keyword to the search, sets the favourites flag and searches.
+  // Sub-categories list what the loops carry that pass the filter, whatever keywords, favourites and restrictions are
+  // set. nullopt for an unknown sub-category.
   std::optional<std::vector<std::string>> availableKeywordsForCategory(const std::string& category,
                                                                        const std::optional<std::string>& subCategory,
                                                                        const std::optional<std::string>& andKeyword);
@@ -273,9 +269,10 @@ class LCSearchEngine {
 
  protected:
   explicit LCSearchEngine(const LCDatabaseConfiguration& configuration);
-  bool setupWithDatabaseFile();  // opens, recovers, sets defaults; false when the file cannot be opened
+  bool setupWithDatabaseFile();  // opens, recovers, makes missing tables; false when the file cannot be opened
+  void setupWithConnection(LCConnection connection);
   LCSQLiteUtilities utilities() const { return LCSQLiteUtilities(m_sqlite.get()); }
-  const std::string& loopsTablename() const { return m_loopsTablename; }
+  const std::string& loopsTablename() const { return m_tables.loops; }
   std::string formattedWithLoopsTable(std::string_view format) const;  // the loops table's name in every "%@"
 
   // What a variant supplies.
@@ -293,13 +290,8 @@ class LCSearchEngine {
     stored = value;
   }
   bool openDatabase();
+  void completeSetup();
   void deleteDamagedDatabase();
-  void setDefaults();
-
-  std::string loopTypesClause() const;
-  std::string keyClause() const;
-  std::string cratesClause() const;
-  std::string textClause() const;
 
   std::vector<std::string> keywordCachingTablesRarestFirst();
   std::string keywordSubSelect();
@@ -318,39 +310,16 @@ class LCSearchEngine {
 
   LCDatabaseConfiguration m_databaseConfiguration;
   LCConnection m_sqlite;
-  LCResultDictionary m_searchResults;  // cached rows: one array per column
-  int64_t m_preparedLocation = kNotFound;
-  uint64_t m_preparedLength = 0;
-  uint64_t m_lengthOfRangeToBePrepared = 10;
-  int64_t m_timeSignatureTop = -1;
-  int64_t m_timeSignatureBottom = -1;
-  vesk::StringSet m_availableKeywords;
-  vesk::StringSet m_searchKeywords;
-  std::string m_loopsTablename;
-  std::string m_taggingTablename;
-  std::string m_cratesTablename;
-  std::string m_crateLoopRelationTablename;
-  std::string m_metaInfoRelationTablename;
-  std::string m_keywordCachingTablename;
-  std::string m_loopsKeywordsTablename;
-  std::string m_sortingColumnName;
-  bool m_sortingDirectionAscending = true;
   bool m_databaseWasCorruptAndNeedsReindexing = false;
-  bool m_filterForMoreRelevantResults = true;
-  bool m_searchForFavorites = false;
+  lc::SearchSettings m_settings;
+  lc::SortSettings m_sorting;
+  lc::TableNames m_tables;
   bool m_searchParameterEdited = true;
   bool m_useLocalizedSorting = false;
-  bool m_filterOutWebLoops = false;
   bool m_useMacOSSorting = false;
   bool m_useKestrelLoopTypes = false;
-  int64_t m_keyType = 0;
-  int64_t m_rootKey = 0;
-  std::optional<std::string> m_searchString;
-  std::optional<std::string> m_specialNameSearchString;
-  std::optional<std::string> m_pathPrefix;
-  std::optional<vesk::StringSet> m_enabledCrateIdentifier;
-  std::optional<std::set<int64_t>> m_enabledLoopTypes;
-  std::optional<std::vector<LCSortDescriptor>> m_sortDescriptors;
-  LCSearchRestrictions m_restrictions;
   std::optional<LCSearchFailure> m_lastSearchFailure;
+  vesk::StringSet m_availableKeywords;
+  lc::ResultPage m_page;
+  uint64_t m_lengthOfRangeToBePrepared = 10;
 };

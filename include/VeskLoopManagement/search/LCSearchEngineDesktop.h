@@ -13,6 +13,10 @@ class LCSearchEngineDesktop : public LCSearchEngine {
   // Null when the database cannot be opened; the reason is logged.
   [[nodiscard]] static std::unique_ptr<LCSearchEngineDesktop> initWithDatabaseConfiguration(
       const LCDatabaseConfiguration& configuration);
+  // On an open connection to the configuration's database, which the caller has found sound; it becomes the engine's.
+  // Never null.
+  [[nodiscard]] static std::unique_ptr<LCSearchEngineDesktop> initWithConnection(
+      LCConnection connection, const LCDatabaseConfiguration& configuration);
 
   // Folder outline: items are folder paths, nullopt is the root. The disk is listed afresh at each question.
   std::vector<std::string> _childrenOfItem(const std::optional<std::string>& item) const;

@@ -13,6 +13,10 @@ class LCSearchEngineMobile : public LCSearchEngine {
   // Null when the database cannot be opened; the reason is logged.
   [[nodiscard]] static std::unique_ptr<LCSearchEngineMobile> initWithDatabaseConfiguration(
       const LCDatabaseConfiguration& configuration);
+  // On an open connection to the configuration's database, which the caller has found sound; it becomes the engine's.
+  // Never null.
+  [[nodiscard]] static std::unique_ptr<LCSearchEngineMobile> initWithConnection(
+      LCConnection connection, const LCDatabaseConfiguration& configuration);
 
   void fixDuplicateLoopsFromREDContent();
 
@@ -25,6 +29,4 @@ class LCSearchEngineMobile : public LCSearchEngine {
 
  private:
   explicit LCSearchEngineMobile(const LCDatabaseConfiguration& configuration) : LCSearchEngine(configuration) {}
-
-  mutable bool m_textSearchCollateRegistered = false;  // on this engine's connection
 };

@@ -1,8 +1,8 @@
 // AIFF and AIFF-C. Numbers are big-endian.
 //   "FORM"  offset 0  uint32  size of what follows, pads included     offset 4   4 bytes  "AIFF" or "AIFC"
 //   "COMM"  offset 0  int16   channels                                offset 8   80-bit   sample rate
-//           offset 2  uint32  frames (ima4: packets in some files)    offset 18  4 bytes  codec, AIFF-C only; a name
-//           follows offset 6  int16   bits per sample
+//           offset 2  uint32  frames (ima4: packets in some files)    offset 18  4 bytes  codec, AIFF-C only;
+//           offset 6  int16   bits per sample                                             a name follows
 //   "SSND"  offset 0  uint32  offset of the first frame               offset 8   filler, then the frames
 //           offset 4  uint32  block size, not used
 #include "platform/audiofile/ByteReader.h"
@@ -108,7 +108,7 @@ AudioFormat formatOf(const CommonChunk& common) {
 }
 
 // Bytes of frames that are there: behind the chunk's header and filler.
-uint64_t audioBytes(FileBytes& bytes, AudioFileContents& contents) {
+uint64_t audioBytes(ByteSource& bytes, AudioFileContents& contents) {
   const AudioChunk* sound = contents.firstChunk(kSoundID);
   if (!sound) return 0;
   const auto header = bytes.upTo(sound->dataOffset, std::min(sound->size, kSoundHeaderSize));
@@ -131,7 +131,7 @@ std::optional<int64_t> packetCountOf(const CommonChunk& common, const AudioForma
 }
 
 void noteAudio(const CommonChunk& common, uint64_t audioSize, AudioFileContents& contents) {
-  if (contents.count(kCommonID) > 1) contents.noteAmbiguous("there are two format chunks");
+  noteDoubles(kCommonID, kSoundID, contents);
   if (!contents.firstChunk(kSoundID)) {
     if (common.frames > 0) contents.noteAmbiguous("it has no audio chunk");
     return;
@@ -144,7 +144,7 @@ void noteAudio(const CommonChunk& common, uint64_t audioSize, AudioFileContents&
 
 }  // namespace
 
-std::optional<AudioFileContents> readAIFF(FileBytes& bytes, ContainerKind kind, std::string& refusal) {
+std::optional<AudioFileContents> readAIFF(ByteSource& bytes, ContainerKind kind, std::string& refusal) {
   const auto formSize = bytes.upTo(4, 4);
   if (!formSize) return std::nullopt;
   AudioFileContents contents{.kind = kind};

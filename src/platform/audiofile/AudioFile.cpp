@@ -20,7 +20,7 @@ struct Signature {
   FourCC type;  // bytes 8 to 11
 };
 
-std::optional<Signature> signatureOf(FileBytes& bytes) {
+std::optional<Signature> signatureOf(ByteSource& bytes) {
   const auto head = bytes.upTo(0, kSignatureSize);
   if (!head || head->size() < 4) return std::nullopt;
   Signature signature{.form = FourCC::fromBytes(head->data())};
@@ -40,7 +40,7 @@ std::optional<ContainerKind> kindOf(const Signature& signature) {
   return std::nullopt;
 }
 
-std::optional<AudioFileContents> readContainer(FileBytes& bytes, ContainerKind kind, std::string& refusal) {
+std::optional<AudioFileContents> readContainer(ByteSource& bytes, ContainerKind kind, std::string& refusal) {
   switch (kind) {
     case ContainerKind::aiff:
     case ContainerKind::aifc:
@@ -52,93 +52,68 @@ std::optional<AudioFileContents> readContainer(FileBytes& bytes, ContainerKind k
   }
 }
 
-std::string whyNoAudio(const std::string& path, const FileBytes& bytes, const std::optional<Signature>& signature) {
-  const std::string extension = path::lowercaseExtension(path);
-  if (extension == "sd2" || extension == "sdii") return "its resource fork, which holds the format, is missing";
-  if (bytes.size() == 0) return "it is empty";
-  const bool hasID3 = signature && std::memcmp(signature->form.code, "ID3", 3) == 0;
-  return hasID3 ? "it begins with an ID3 tag and not with audio" : "it is no AIFF, WAV or CAF file";
-}
+// Why a file could not be opened.
+struct Refusal {
+  OpenError error = OpenError::none;
+  std::string detail;
+};
 
-// The file that has no signature: Sound Designer II when its fork says so.
-std::optional<AudioFileContents> readUnsigned(const std::string& path, const FileBytes& bytes,
-                                              const std::optional<Signature>& signature, OpenError& error,
-                                              std::string& detail) {
-  bool hasFork = false;
-  auto contents = readSoundDesigner2(path, bytes, hasFork, detail);
-  if (contents || hasFork) {
-    error = OpenError::malformed;
-    return contents;
+using Forks = std::vector<std::unique_ptr<ByteSource>>;
+
+// The bytes that have no signature: Sound Designer II when one of the `forks` says so.
+std::optional<AudioFileContents> readUnsigned(const ByteSource& bytes, const std::optional<Signature>& signature,
+                                              const Forks& forks, Refusal& refusal) {
+  for (const auto& fork : forks) {
+    bool isFork = false;
+    auto contents = readSoundDesigner2(bytes, *fork, isFork, refusal.detail);
+    if (isFork) return contents;
   }
-  error = OpenError::notAudio;
-  detail = whyNoAudio(path, bytes, signature);
+  refusal.error = OpenError::notAudio;
+  const bool hasID3 = signature && std::memcmp(signature->form.code, "ID3", 3) == 0;
+  refusal.detail = bytes.size() == 0 ? "it is empty"
+                   : hasID3          ? "it begins with an ID3 tag and not with audio"
+                                     : "it is no AIFF, WAV or CAF file";
   return std::nullopt;
 }
 
-std::optional<AudioFileContents> readContents(const std::string& path, FileBytes& bytes, OpenError& error,
-                                              std::string& detail) {
+// `findForks` is asked only for bytes without a signature.
+template <typename FindForks>
+std::optional<AudioFileContents> readContents(ByteSource& bytes, const FindForks& findForks, Refusal& refusal) {
   const auto signature = signatureOf(bytes);
   const auto kind = signature ? kindOf(*signature) : std::nullopt;
-  error = OpenError::malformed;
-  auto contents = kind ? readContainer(bytes, *kind, detail) : readUnsigned(path, bytes, signature, error, detail);
+  refusal.error = OpenError::malformed;
+  auto contents =
+      kind ? readContainer(bytes, *kind, refusal.detail) : readUnsigned(bytes, signature, findForks(), refusal);
   if (!bytes.failed()) return contents;
-  error = OpenError::notReadable;
-  detail = "reading it failed";
+  refusal = {OpenError::notReadable, "reading it failed"};
   return std::nullopt;
+}
+
+// The files beside `path` where other systems leave its resource fork.
+Forks forksBeside(const std::string& path) {
+  const std::string folder = path::deletingLastComponent(path);
+  const std::string name = path::lastComponent(path);
+  Forks forks;
+  for (const std::string& companion :
+       {path::appending(folder, "._" + name), path::appending(path::appending(folder, ".AppleDouble"), name)}) {
+    OpenError error = OpenError::none;
+    std::string detail;
+    if (auto bytes = FileBytes::open(companion, error, detail)) forks.push_back(std::move(bytes));
+  }
+  return forks;
+}
+
+bool isSoundDesigner2Name(const std::string& path) {
+  const std::string extension = path::lowercaseExtension(path);
+  return extension == "sd2" || extension == "sdii";
+}
+
+void report(const Refusal& refusal, OpenError* error, std::string* detail) {
+  if (error) *error = refusal.error;
+  if (detail) *detail = refusal.detail;
 }
 
 }  // namespace
-
-FourCC FourCC::fromBytes(const std::byte* four) {
-  FourCC id;
-  std::memcpy(id.code, four, sizeof id.code);
-  return id;
-}
-
-bool FourCC::isPrintable() const {
-  return std::all_of(std::begin(code), std::end(code), [](char c) { return c >= 0x20 && c <= 0x7E; });
-}
-
-std::string_view containerName(ContainerKind kind) {
-  switch (kind) {
-    case ContainerKind::aiff:
-      return "AIFF";
-    case ContainerKind::aifc:
-      return "AIFF-C";
-    case ContainerKind::wav:
-      return "WAV";
-    case ContainerKind::rf64:
-      return "RF64";
-    case ContainerKind::bw64:
-      return "BW64";
-    case ContainerKind::rifx:
-      return "RIFX";
-    case ContainerKind::caf:
-      return "CAF";
-    case ContainerKind::soundDesigner2:
-      return "Sound Designer II";
-  }
-  return "";
-}
-
-const AudioChunk* AudioFileContents::firstChunk(FourCC id) const {
-  const auto found =
-      std::find_if(chunks.begin(), chunks.end(), [&](const AudioChunk& chunk) { return chunk.id == id; });
-  return found == chunks.end() ? nullptr : &*found;
-}
-
-size_t AudioFileContents::count(FourCC id) const {
-  const auto matches = [&](const AudioChunk& chunk) { return chunk.id == id; };
-  return static_cast<size_t>(std::count_if(chunks.begin(), chunks.end(), matches));
-}
-
-void AudioFileContents::noteBenign(std::string_view sentence) {
-  if (std::find(benign.begin(), benign.end(), sentence) == benign.end()) benign.emplace_back(sentence);
-}
-
-void AudioFileContents::noteAmbiguous(std::string_view sentence) {
-  if (std::find(ambiguous.begin(), ambiguous.end(), sentence) == ambiguous.end()) ambiguous.emplace_back(sentence);
-}
 
 std::string infoText(std::string_view bytes) {
   return text::isValidUTF8(bytes) ? std::string(bytes) : text::utf8FromLatin1(bytes);
@@ -150,24 +125,35 @@ void addInfo(InfoDictionary& dictionary, const std::string& key, std::string val
 }
 
 std::unique_ptr<AudioFile> AudioFile::open(const std::string& path, OpenError* error, std::string* detail) {
-  OpenError reason = OpenError::none;
-  std::string words;
+  Refusal refusal;
   std::unique_ptr<AudioFile> file;
-  if (auto bytes = FileBytes::open(path, reason, words)) {
-    auto contents = readContents(path, *bytes, reason, words);
+  if (std::unique_ptr<ByteSource> bytes = FileBytes::open(path, refusal.error, refusal.detail)) {
+    auto contents = readContents(
+        *bytes, [&] { return forksBeside(path); }, refusal);
     if (contents) file.reset(new AudioFile(std::move(bytes), std::move(*contents)));
   }
-  if (error) *error = file ? OpenError::none : reason;
-  if (detail) *detail = file ? std::string() : words;
+  if (refusal.error == OpenError::notAudio && isSoundDesigner2Name(path)) {
+    refusal.detail = "its resource fork, which holds the format, is missing";
+  }
+  report(file ? Refusal() : refusal, error, detail);
   return file;
 }
 
-AudioFile::AudioFile(std::unique_ptr<FileBytes> bytes, AudioFileContents contents)
+std::unique_ptr<AudioFile> AudioFile::open(std::unique_ptr<ByteSource> bytes, OpenError* error, std::string* detail,
+                                           std::unique_ptr<ByteSource> resourceFork) {
+  Forks forks;
+  if (resourceFork) forks.push_back(std::move(resourceFork));
+  Refusal refusal;
+  auto contents = readContents(
+      *bytes, [&]() -> const Forks& { return forks; }, refusal);
+  report(contents ? Refusal() : refusal, error, detail);
+  return contents ? std::unique_ptr<AudioFile>(new AudioFile(std::move(bytes), std::move(*contents))) : nullptr;
+}
+
+AudioFile::AudioFile(std::unique_ptr<ByteSource> bytes, AudioFileContents contents)
     : m_bytes(std::move(bytes)), m_contents(std::move(contents)) {
   for (size_t i = 0; i < m_contents.chunks.size(); ++i) m_chunksById[m_contents.chunks[i].id].push_back(i);
 }
-
-AudioFile::~AudioFile() = default;
 
 bool AudioFile::isBigEndian() const {
   switch (kind()) {
@@ -189,10 +175,6 @@ std::vector<std::string> AudioFile::irregularities() const {
   std::vector<std::string> sentences = m_contents.ambiguous;
   sentences.insert(sentences.end(), m_contents.benign.begin(), m_contents.benign.end());
   return sentences;
-}
-
-uint64_t AudioFile::fileSize() const {
-  return m_bytes->size();
 }
 
 std::optional<std::map<std::string, std::string>> AudioFile::infoDictionary() const {

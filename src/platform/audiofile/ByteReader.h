@@ -2,14 +2,17 @@
 // ask failed() after a group of reads. A plain value; the bytes are borrowed and must outlive it.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <span>
 
-#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFileLayout.h"
 
 namespace vesk {
 
@@ -33,13 +36,14 @@ class ByteReader {
   }
   void skip(size_t count) { take(count); }
 
-  uint8_t u8() { return static_cast<uint8_t>(number(1)); }
-  uint16_t u16() { return static_cast<uint16_t>(number(2)); }
-  uint32_t u32() { return static_cast<uint32_t>(number(4)); }
-  uint64_t u64() { return number(8); }
+  uint8_t u8() { return number<uint8_t>(); }
+  uint16_t u16() { return number<uint16_t>(); }
+  uint32_t u32() { return number<uint32_t>(); }
+  uint64_t u64() { return number<uint64_t>(); }
   int16_t s16() { return static_cast<int16_t>(u16()); }
   int32_t s32() { return static_cast<int32_t>(u32()); }
   int64_t s64() { return static_cast<int64_t>(u64()); }
+  float f32() { return std::bit_cast<float>(u32()); }
   double f64() { return std::bit_cast<double>(u64()); }
 
   FourCC fourCC() {
@@ -61,14 +65,14 @@ class ByteReader {
   }
 
  private:
-  uint64_t number(size_t width) {
-    const auto bytes = take(width);
-    uint64_t value = 0;
-    for (size_t i = 0; i < bytes.size(); ++i) {
-      const size_t at = m_order == std::endian::big ? i : bytes.size() - 1 - i;
-      value = value << 8 | std::to_integer<uint64_t>(bytes[at]);
-    }
-    return value;
+  template <std::unsigned_integral Number>
+  Number number() {
+    const auto bytes = take(sizeof(Number));
+    if (bytes.empty()) return 0;
+    std::array<std::byte, sizeof(Number)> ordered;
+    std::copy(bytes.begin(), bytes.end(), ordered.begin());
+    if (m_order != std::endian::native) std::reverse(ordered.begin(), ordered.end());
+    return std::bit_cast<Number>(ordered);
   }
 
   std::span<const std::byte> m_bytes;

@@ -1,15 +1,15 @@
 // Core Audio Format. Numbers are big-endian; chunks stand back to back without padding.
-//   "caff"  offset 4  uint16  version, 1                              offset 6   uint16  flags, 0
-//   chunk   offset 0  4 bytes type                                    offset 4   int64   payload size; -1 in "data"
-//   only: to the end "desc"  offset 0  float64 sample rate                             offset 16  uint32  bytes per
-//   packet, 0: variable
-//           offset 8  4 bytes format                                  offset 20  uint32  frames per packet, 0: variable
-//           offset 12 uint32  flags (lpcm: 1 float, 2 little-endian)  offset 24  uint32  channels
-//                                                                     offset 28  uint32  bits per channel
-//   "data"  offset 0  uint32  edit count                              offset 4   the audio
-//   "pakt"  offset 0  int64   packets                                 offset 16  int32   priming frames
-//           offset 8  int64   valid frames                            offset 20  int32   remainder frames; then a table
-//   "info"  offset 0  uint32  count                                   offset 4   count pairs of zero-terminated texts
+//   "caff"  offset 4   uint16   version, 1                        offset 6   uint16  flags, 0
+//   chunk   offset 0   4 bytes  type                              offset 4   int64   payload size; -1 in "data" only:
+//                                                                                    to the end
+//   "desc"  offset 0   float64  sample rate                       offset 16  uint32  bytes per packet, 0: variable
+//           offset 8   4 bytes  format                            offset 20  uint32  frames per packet, 0: variable
+//           offset 12  uint32   flags (lpcm: 1 float,             offset 24  uint32  channels
+//                               2 little-endian)                  offset 28  uint32  bits per channel
+//   "data"  offset 0   uint32   edit count                        offset 4   the audio
+//   "pakt"  offset 0   int64    packets                           offset 16  int32   priming frames
+//           offset 8   int64    valid frames                      offset 20  int32   remainder frames; then a table
+//   "info"  offset 0   uint32   count                             offset 4   count pairs of zero-terminated texts
 #include "platform/audiofile/ByteReader.h"
 #include "platform/audiofile/ChunkWalk.h"
 #include "platform/audiofile/Containers.h"
@@ -40,7 +40,7 @@ struct PacketTableHeader {
 };
 
 // The first `size` bytes of the first chunk with this id, or fewer when there are fewer; nullopt without such a chunk.
-std::optional<std::vector<std::byte>> headOf(FileBytes& bytes, const AudioFileContents& contents, FourCC id,
+std::optional<std::vector<std::byte>> headOf(ByteSource& bytes, const AudioFileContents& contents, FourCC id,
                                              uint64_t size) {
   const AudioChunk* chunk = contents.firstChunk(id);
   if (!chunk) return std::nullopt;
@@ -48,7 +48,7 @@ std::optional<std::vector<std::byte>> headOf(FileBytes& bytes, const AudioFileCo
 }
 
 // The header at `position`; nullopt when there is no room for one, or it is none.
-std::optional<AudioChunk> chunkAt(FileBytes& bytes, uint64_t position) {
+std::optional<AudioChunk> chunkAt(ByteSource& bytes, uint64_t position) {
   std::array<std::byte, kChunkHeaderSize> header;
   if (!bytes.read(position, header)) return std::nullopt;
   ByteReader reader(header, std::endian::big);
@@ -61,35 +61,22 @@ std::optional<AudioChunk> chunkAt(FileBytes& bytes, uint64_t position) {
   return chunk;
 }
 
-bool walk(FileBytes& bytes, AudioFileContents& contents, std::string& refusal) {
+bool walk(ByteSource& bytes, AudioFileContents& contents, std::string& refusal) {
   uint64_t position = kFileHeaderSize;
   while (const auto chunk = chunkAt(bytes, position)) {
-    if (contents.chunks.size() == kMaximumChunkCount) {
-      refusal = "it has more than 50,000 chunks";
-      return false;
-    }
-    contents.chunks.push_back(*chunk);
+    noteSize(*chunk, kDataID, chunk->declaredSize == kSizeUnknown64, contents);
+    if (!appendChunk(*chunk, contents, refusal)) return false;
     position = chunk->dataOffset + chunk->size;
   }
   contents.chunksEnd = position;
+  noteStrayBytes(bytes.size(), kChunkHeaderSize, contents);
   return true;
 }
 
-void noteLayout(const FileBytes& bytes, AudioFileContents& contents) {
-  const uint64_t stray = bytes.size() - contents.chunksEnd;
-  if (stray >= kChunkHeaderSize) contents.noteAmbiguous("bytes that are no chunks follow the last chunk");
-  if (stray > 0 && stray < kChunkHeaderSize) {
-    contents.noteBenign("a few bytes that are no chunk follow the last chunk");
-  }
-  const AudioChunk& last = contents.chunks.back();
-  const bool isUnknown = last.declaredSize == kSizeUnknown64;
-  if (isUnknown) contents.noteBenign("the size of the audio is unknown; it is taken to reach to the end of the file");
-  if (!isUnknown && last.size < last.declaredSize) {
-    contents.noteAmbiguous(last.id == kDataID ? "the audio is cut off" : "the last chunk is cut off");
-  }
+// There is a format chunk.
+void noteLayout(AudioFileContents& contents) {
   if (contents.chunks.front().id != kDescriptionID) contents.noteAmbiguous("the format is not its first chunk");
-  if (contents.count(kDescriptionID) > 1) contents.noteAmbiguous("there are two format chunks");
-  if (contents.count(kDataID) > 1) contents.noteAmbiguous("there are two audio chunks");
+  noteDoubles(kDescriptionID, kDataID, contents);
   const AudioChunk* data = contents.firstChunk(kDataID);
   if (!data) contents.noteAmbiguous("it has no audio chunk");
   if (data && data->size < kEditCountSize) contents.noteAmbiguous("the audio chunk is shorter than its own header");
@@ -117,7 +104,7 @@ std::optional<AudioFormat> formatOf(std::span<const std::byte> description) {
   return format;
 }
 
-std::optional<PacketTableHeader> packetTableHeader(FileBytes& bytes, const AudioFileContents& contents) {
+std::optional<PacketTableHeader> packetTableHeader(ByteSource& bytes, const AudioFileContents& contents) {
   const auto payload = headOf(bytes, contents, kPacketTableID, kPacketTableHeaderSize);
   if (!payload) return std::nullopt;
   ByteReader reader(*payload, std::endian::big);
@@ -163,7 +150,7 @@ std::optional<std::string_view> takeText(std::string_view& texts) {
 
 }  // namespace
 
-std::optional<AudioFileContents> readCAF(FileBytes& bytes, std::string& refusal) {
+std::optional<AudioFileContents> readCAF(ByteSource& bytes, std::string& refusal) {
   const auto header = bytes.upTo(0, kFileHeaderSize);
   if (!header) return std::nullopt;
   ByteReader reader(*header, std::endian::big);
@@ -182,7 +169,7 @@ std::optional<AudioFileContents> readCAF(FileBytes& bytes, std::string& refusal)
     refusal = description ? "its format chunk (desc) is too short" : "it has no format chunk (desc)";
     return std::nullopt;
   }
-  noteLayout(bytes, contents);
+  noteLayout(contents);
   // The rule of these counts is part of a loop's identity: changing it gives loops of existing libraries other ids.
   const auto table = packetTableHeader(bytes, contents);
   contents.packetCount = packetCountOf(contents, table);
@@ -190,7 +177,7 @@ std::optional<AudioFileContents> readCAF(FileBytes& bytes, std::string& refusal)
   return contents;
 }
 
-std::optional<InfoDictionary> cafInfo(FileBytes& bytes, const AudioFileContents& contents) {
+std::optional<InfoDictionary> cafInfo(ByteSource& bytes, const AudioFileContents& contents) {
   const auto payload = headOf(bytes, contents, kInfoID, kMaximumInfoSize);
   if (!payload || payload->size() < 4) return std::nullopt;
   const uint32_t count = ByteReader(*payload, std::endian::big).u32();

@@ -28,19 +28,17 @@ bool isFormID(FourCC id) {
 
 class Walker {
  public:
-  Walker(FileBytes& bytes, ChunkRun run, AudioFileContents& contents)
+  Walker(ByteSource& bytes, ChunkRun run, AudioFileContents& contents)
       : m_bytes(bytes), m_run(std::move(run)), m_contents(contents) {}
 
   bool walk(std::string& refusal) {
     uint64_t position = m_run.begin;
     while (const auto header = headerAt(position)) {
       if (position >= m_run.declaredEnd && !isBelievedBehindTheForm(*header, position)) break;
-      if (m_contents.chunks.size() == kMaximumChunkCount) {
-        refusal = "it has more than 50,000 chunks";
-        return false;
-      }
       if (isFormID(header->id)) m_contents.noteAmbiguous("a form stands inside the form");
-      position = append(*header, position);
+      const AudioChunk chunk = chunkOf(*header, position);
+      if (!appendChunk(chunk, m_contents, refusal)) return false;
+      position = chunk.dataOffset + chunk.size + (chunk.hasPad ? 1 : 0);
     }
     m_contents.chunksEnd = position;
     return true;
@@ -82,26 +80,16 @@ class Walker {
     return false;
   }
 
-  // Appends the chunk and answers where the next header is expected.
-  uint64_t append(const ChunkHeader& header, uint64_t position) {
+  AudioChunk chunkOf(const ChunkHeader& header, uint64_t position) {
     AudioChunk chunk{.id = header.id, .headerOffset = position, .dataOffset = position + kChunkHeaderSize};
     const uint64_t left = m_run.end - chunk.dataOffset;
     chunk.declaredSize = header.declaredSize;
     chunk.size = header.reachesToEnd ? left : std::min(left, header.declaredSize);
-    noteSize(header, left);
+    noteSize(chunk, m_run.audioID, header.reachesToEnd, m_contents);
     if (header.usesLongSize) m_run.longSizes.erase(m_run.longSizes.lower_bound(header.id));
     const bool isWhole = chunk.size == chunk.declaredSize;
     if (isWhole && chunk.size % 2 == 1) findPad(chunk);
-    m_contents.chunks.push_back(chunk);
-    return chunk.dataOffset + chunk.size + (chunk.hasPad ? 1 : 0);
-  }
-
-  void noteSize(const ChunkHeader& header, uint64_t left) {
-    if (header.reachesToEnd) {
-      m_contents.noteBenign("the size of the audio is unknown; it is taken to reach to the end of the file");
-    } else if (header.declaredSize > left) {
-      m_contents.noteAmbiguous(header.id == m_run.audioID ? "the audio is cut off" : "the last chunk is cut off");
-    }
+    return chunk;
   }
 
   // Whether the chunk at `position` is followed by another one or by the end.
@@ -137,7 +125,7 @@ class Walker {
     chunk.pad = chunk.hasPad ? next[0] : std::byte{0};
   }
 
-  FileBytes& m_bytes;
+  ByteSource& m_bytes;
   ChunkRun m_run;
   AudioFileContents& m_contents;
 };
@@ -146,7 +134,7 @@ bool isUnknownFormSize(uint64_t size) {
   return size == 0 || size == kSizeElsewhere || size == kSizeUnknown || size == kSizeUnknown64;
 }
 
-void noteFormSize(const FileBytes& bytes, uint64_t formSize, AudioFileContents& contents) {
+void noteFormSize(const ByteSource& bytes, uint64_t formSize, AudioFileContents& contents) {
   const uint64_t counted = bytes.size() - kFormSizeOrigin;
   const uint64_t stray = bytes.size() - contents.chunksEnd;
   if (isUnknownFormSize(formSize)) {
@@ -160,20 +148,49 @@ void noteFormSize(const FileBytes& bytes, uint64_t formSize, AudioFileContents& 
   const bool isOutside = !isUnknownFormSize(formSize) && formSize <= contents.chunksEnd - kFormSizeOrigin;
   if (isOutside) {
     contents.noteBenign("bytes follow the form");
-  } else if (stray < kChunkHeaderSize) {
-    contents.noteBenign("a few bytes that are no chunk follow the last chunk");
   } else {
-    contents.noteAmbiguous("bytes that are no chunks follow the last chunk");
+    noteStrayBytes(bytes.size(), kChunkHeaderSize, contents);
   }
 }
 
 }  // namespace
 
-bool walkChunks(FileBytes& bytes, ChunkRun run, AudioFileContents& contents, std::string& refusal) {
+bool appendChunk(const AudioChunk& chunk, AudioFileContents& contents, std::string& refusal) {
+  if (contents.chunks.size() == kMaximumChunkCount) {
+    refusal = "it has more than 50,000 chunks";
+    return false;
+  }
+  contents.chunks.push_back(chunk);
+  return true;
+}
+
+void noteSize(const AudioChunk& chunk, FourCC audioID, bool reachesToEnd, AudioFileContents& contents) {
+  if (reachesToEnd) {
+    contents.noteBenign("the size of the audio is unknown; it is taken to reach to the end of the file");
+  } else if (chunk.size < chunk.declaredSize) {
+    contents.noteAmbiguous(chunk.id == audioID ? "the audio is cut off" : "the last chunk is cut off");
+  }
+}
+
+void noteStrayBytes(uint64_t end, uint64_t headerSize, AudioFileContents& contents) {
+  const uint64_t stray = end - contents.chunksEnd;
+  if (stray >= headerSize) {
+    contents.noteAmbiguous("bytes that are no chunks follow the last chunk");
+  } else if (stray > 0) {
+    contents.noteBenign("a few bytes that are no chunk follow the last chunk");
+  }
+}
+
+void noteDoubles(FourCC formatID, FourCC audioID, AudioFileContents& contents) {
+  if (contents.count(formatID) > 1) contents.noteAmbiguous("there are two format chunks");
+  if (contents.count(audioID) > 1) contents.noteAmbiguous("there are two audio chunks");
+}
+
+bool walkChunks(ByteSource& bytes, ChunkRun run, AudioFileContents& contents, std::string& refusal) {
   return Walker(bytes, std::move(run), contents).walk(refusal);
 }
 
-bool walkForm(FileBytes& bytes, const Form& form, AudioFileContents& contents, std::string& refusal) {
+bool walkForm(ByteSource& bytes, const Form& form, AudioFileContents& contents, std::string& refusal) {
   contents.formSize = form.formSize;
   ChunkRun run{.order = form.order, .begin = kFormHeaderSize, .end = bytes.size(), .audioID = form.audioID};
   run.longSizes = form.longSizes;
@@ -181,7 +198,6 @@ bool walkForm(FileBytes& bytes, const Form& form, AudioFileContents& contents, s
   run.declaredEnd = reachesToEnd ? run.end : kFormSizeOrigin + form.formSize;
   if (!walkChunks(bytes, std::move(run), contents, refusal)) return false;
   noteFormSize(bytes, form.formSize, contents);
-  if (contents.count(form.audioID) > 1) contents.noteAmbiguous("there are two audio chunks");
   return true;
 }
 

@@ -1,6 +1,6 @@
-// The containers that the audio-file service reads. Each function walks one open file whose first bytes have already
-// named its kind, and answers what it found; nullopt when the file cannot be parsed, `refusal` then saying why to a
-// person. None of them keeps a reference to `bytes`.
+// The containers that the audio-file service reads. Each function walks the bytes of a file whose first ones have
+// already named its kind, and answers what it found; nullopt when the file cannot be parsed, `refusal` then saying why
+// to a person. None of them keeps a reference to `bytes`.
 #pragma once
 
 #include <map>
@@ -8,25 +8,25 @@
 #include <string>
 #include <string_view>
 
-#include "platform/audiofile/FileBytes.h"
-#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFileLayout.h"
+#include "VeskLoopManagement/platform/audiofile/ByteSource.h"
 
 namespace vesk {
 
 // `kind`: aiff or aifc.
-std::optional<AudioFileContents> readAIFF(FileBytes& bytes, ContainerKind kind, std::string& refusal);
+std::optional<AudioFileContents> readAIFF(ByteSource& bytes, ContainerKind kind, std::string& refusal);
 // `kind`: wav, rf64, bw64 or rifx.
-std::optional<AudioFileContents> readWAV(FileBytes& bytes, ContainerKind kind, std::string& refusal);
-std::optional<AudioFileContents> readCAF(FileBytes& bytes, std::string& refusal);
-// `bytes` is the data fork; the parameters are looked for beside `path`. `hasFork` says whether they were found:
-// without them the file is no Sound Designer II file at all.
-std::optional<AudioFileContents> readSoundDesigner2(const std::string& path, const FileBytes& bytes, bool& hasFork,
+std::optional<AudioFileContents> readWAV(ByteSource& bytes, ContainerKind kind, std::string& refusal);
+std::optional<AudioFileContents> readCAF(ByteSource& bytes, std::string& refusal);
+// `bytes` is the data fork; the parameters stand in `fork`. `isFork` says whether all of them were found: without them
+// the bytes are no Sound Designer II file at all.
+std::optional<AudioFileContents> readSoundDesigner2(const ByteSource& bytes, ByteSource& fork, bool& isFork,
                                                     std::string& refusal);
 
 // The info texts as infoDictionary() answers them; nullopt when the file has none.
 using InfoDictionary = std::map<std::string, std::string>;
-std::optional<InfoDictionary> wavInfo(FileBytes& bytes, const AudioFileContents& contents);
-std::optional<InfoDictionary> cafInfo(FileBytes& bytes, const AudioFileContents& contents);
+std::optional<InfoDictionary> wavInfo(ByteSource& bytes, const AudioFileContents& contents);
+std::optional<InfoDictionary> cafInfo(ByteSource& bytes, const AudioFileContents& contents);
 
 // UTF-8 as it stands; anything else is read as Latin-1.
 std::string infoText(std::string_view bytes);

@@ -57,20 +57,11 @@ FileBytes::~FileBytes() {
   ::close(m_descriptor);
 }
 
-bool FileBytes::read(uint64_t offset, std::span<std::byte> target) {
-  if (offset > m_size || target.size() > m_size - offset) return false;
-  if (target.empty()) return true;
+bool FileBytes::readInside(uint64_t offset, std::span<std::byte> target) {
   if (target.size() > kWindowStep) return readDirectly(offset, target);
   if (!moveWindow(offset, target.size())) return false;
   std::memcpy(target.data(), m_window.data() + (offset - m_windowOffset), target.size());
   return true;
-}
-
-std::optional<std::vector<std::byte>> FileBytes::upTo(uint64_t offset, uint64_t count) {
-  if (offset > m_size) return std::nullopt;
-  std::vector<std::byte> bytes(std::min(count, m_size - offset));
-  if (!read(offset, bytes)) return std::nullopt;
-  return bytes;
 }
 
 // Makes the window hold `count` bytes (not more than kWindowStep) from `offset` on, which the file has.
@@ -80,9 +71,9 @@ bool FileBytes::moveWindow(uint64_t offset, size_t count) {
   if (isInside) return true;
   m_windowOffset = offset - offset % kWindowStep;
   m_windowSize = 0;
-  const auto size = static_cast<size_t>(std::min<uint64_t>(kWindowSize, m_size - m_windowOffset));
-  if (!readDirectly(m_windowOffset, std::span(m_window).first(size))) return false;
-  m_windowSize = size;
+  const auto filled = static_cast<size_t>(std::min<uint64_t>(kWindowSize, size() - m_windowOffset));
+  if (!readDirectly(m_windowOffset, std::span(m_window).first(filled))) return false;
+  m_windowSize = filled;
   return true;
 }
 
@@ -90,10 +81,7 @@ bool FileBytes::readDirectly(uint64_t offset, std::span<std::byte> target) {
   while (!target.empty()) {
     const ssize_t count = ::pread(m_descriptor, target.data(), target.size(), static_cast<off_t>(offset));
     if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) {
-      m_failed = true;
-      return false;
-    }
+    if (count <= 0) return false;
     offset += static_cast<uint64_t>(count);
     target = target.subspan(static_cast<size_t>(count));
   }

@@ -1,7 +1,7 @@
 // Sound Designer II: the data fork is headerless big-endian PCM; the resource fork holds the parameters as "STR "
 // resources, each a text with its length in the first byte: 1000 the sample size in bytes, 1001 the sample rate, 1002
-// the channels. Other systems keep the fork in a companion file, bare or inside an AppleDouble file. Numbers are
-// big-endian.
+// the channels. Where there are no forks it stands in a file of its own, bare or inside an AppleDouble file. Numbers
+// are big-endian.
 //   AppleDouble   offset 0   uint32  0x00051607                     offset 26  entries of uint32 id (2: resource fork),
 //                 offset 24  uint16  count of entries                          uint32 offset and uint32 length
 //   resource fork offset 0   uint32  offset of the data             offset 8   uint32  length of the data
@@ -9,16 +9,14 @@
 //   map           offset 24  uint16  offset of the type list, from the map's start
 //   type list     offset 0   uint16  count of types - 1, then for each 4 bytes type, uint16 count of resources - 1 and
 //                            uint16 offset of its references, from the list's start
-//   reference     offset 0   int16   id                             offset 4   uint32  attributes (8 bits), offset in
-//   the data
-//                 offset 2   uint16  name                           offset 8   uint32  reserved
+//   reference     offset 0   int16   id                             offset 4   uint32  attributes in the upper 8 bits,
+//                 offset 2   uint16  name                                      offset in the data in the lower 24
+//                                                                   offset 8   uint32  reserved
 //   resource      offset 0   uint32  length                         offset 4   the bytes
 #include "platform/audiofile/ByteReader.h"
 #include "platform/audiofile/Containers.h"
-#include "platform/Path.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <map>
 
@@ -40,7 +38,7 @@ constexpr int kChannelsID = 1002;
 
 // A part of the file that holds the fork. Reads outside it answer nothing.
 struct Extent {
-  FileBytes* bytes;  // borrowed
+  ByteSource* bytes;  // borrowed
   uint64_t offset = 0;
   uint64_t size = 0;
 
@@ -60,7 +58,7 @@ uint16_t u16At(const Extent& extent, uint64_t position) {
 }
 
 // The bare fork, or the one inside an AppleDouble file.
-Extent findFork(FileBytes& bytes) {
+Extent findFork(ByteSource& bytes) {
   const Extent file{&bytes, 0, bytes.size()};
   const auto header = file.read(0, kAppleDoubleHeaderSize);
   ByteReader reader(header, std::endian::big);
@@ -134,30 +132,13 @@ std::optional<Number> numberOf(std::string_view text) {
   return number;
 }
 
-// The texts of the fork that belongs to `path`; empty when there is none.
-std::map<int, std::string> findParameterTexts(const std::string& path) {
-  const std::string folder = path::deletingLastComponent(path);
-  const std::string name = path::lastComponent(path);
-  const std::array candidates = {path::appending(folder, "._" + name),
-                                 path::appending(path::appending(folder, ".AppleDouble"), name)};
-  for (const std::string& candidate : candidates) {
-    OpenError error = OpenError::none;
-    std::string detail;
-    const auto companion = FileBytes::open(candidate, error, detail);
-    if (!companion) continue;
-    auto texts = parameterTexts(findFork(*companion));
-    if (texts.size() == 3) return texts;
-  }
-  return {};
-}
-
 }  // namespace
 
-std::optional<AudioFileContents> readSoundDesigner2(const std::string& path, const FileBytes& bytes, bool& hasFork,
+std::optional<AudioFileContents> readSoundDesigner2(const ByteSource& bytes, ByteSource& fork, bool& isFork,
                                                     std::string& refusal) {
-  const auto texts = findParameterTexts(path);
-  hasFork = !texts.empty();
-  if (!hasFork) return std::nullopt;
+  const auto texts = parameterTexts(findFork(fork));
+  isFork = texts.size() == 3;
+  if (!isFork) return std::nullopt;
   const auto sampleSize = numberOf<uint32_t>(texts.at(kSampleSizeID));
   const auto rate = numberOf<double>(texts.at(kRateID));
   const auto channels = numberOf<uint32_t>(texts.at(kChannelsID));

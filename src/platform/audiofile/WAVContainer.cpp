@@ -1,13 +1,12 @@
 // WAV, RF64 and BW64 (little-endian) and RIFX (big-endian).
 //   "RIFF"  offset 0   uint32  size of what follows, pads included     offset 4   4 bytes  "WAVE"
-//   "fmt "  offset 0   uint16  format tag                              offset 12  uint16  block align: bytes per frame
-//   or packet
-//           offset 2   uint16  channels                                offset 14  uint16  bits per sample
-//           offset 4   uint32  sample rate                             offset 16  uint16  size of the extension, when
-//           there is one offset 8   uint32  bytes per second, not used              offset 18  uint16  frames per
-//           packet (ADPCM, GSM) tag 0xFFFE: offset 24  uint16  the real tag
-//   "ds64"  offset 0   uint64  form size                               offset 24  uint32  count of table entries
-//           offset 8   uint64  size of "data"                          offset 28  entries of 4 bytes id and uint64 size
+//   "fmt "  offset 0   uint16  format tag                  offset 12  uint16  block align: bytes per frame or packet
+//           offset 2   uint16  channels                    offset 14  uint16  bits per sample
+//           offset 4   uint32  sample rate                 offset 16  uint16  size of the extension, when there is one
+//           offset 8   uint32  bytes per second,           offset 18  uint16  frames per packet (ADPCM, GSM)
+//                              not used                    offset 24  uint16  the real tag, when the tag is 0xFFFE
+//   "ds64"  offset 0   uint64  form size                   offset 24  uint32  count of table entries
+//           offset 8   uint64  size of "data"              offset 28  entries of 4 bytes id and uint64 size
 //           offset 16  uint64  sample count, not used
 //   "LIST"  offset 0   4 bytes "INFO", then chunks whose payloads are zero-terminated texts
 // In RF64 and BW64 a 32-bit size of 0xFFFFFFFF means: see "ds64", which is the first chunk.
@@ -123,7 +122,7 @@ struct FormSizes {
   bool lacksLongSizes = false;  // an RF64 or BW64 file without a "ds64" at its place
 };
 
-FormSizes readFormSizes(FileBytes& bytes, ContainerKind kind) {
+FormSizes readFormSizes(ByteSource& bytes, ContainerKind kind) {
   FormSizes sizes;
   const std::endian order = orderOf(kind);
   if (const auto size = bytes.upTo(4, 4)) sizes.formSize = ByteReader(*size, order).u32();
@@ -154,8 +153,8 @@ FormSizes readFormSizes(FileBytes& bytes, ContainerKind kind) {
   return sizes;
 }
 
-void noteAudio(const FileBytes& bytes, AudioFileContents& contents) {
-  if (contents.count(kFormatID) > 1) contents.noteAmbiguous("there are two format chunks");
+void noteAudio(const ByteSource& bytes, AudioFileContents& contents) {
+  noteDoubles(kFormatID, kDataID, contents);
   const AudioChunk* data = contents.firstChunk(kDataID);
   if (!data) {
     contents.noteAmbiguous("it has no audio chunk");
@@ -185,7 +184,7 @@ const char* infoKeyFor(FourCC id) {
   return found == kKeys.end() ? nullptr : found->key;
 }
 
-std::string textOf(FileBytes& bytes, const AudioChunk& chunk) {
+std::string textOf(ByteSource& bytes, const AudioChunk& chunk) {
   const auto payload = bytes.upTo(chunk.dataOffset, std::min(chunk.size, kMaximumTextSize));
   if (!payload || payload->empty()) return {};
   const std::string_view text(reinterpret_cast<const char*>(payload->data()), payload->size());
@@ -193,7 +192,7 @@ std::string textOf(FileBytes& bytes, const AudioChunk& chunk) {
 }
 
 // False when the list is of another type.
-bool addInfoList(FileBytes& bytes, const AudioChunk& list, std::endian order, InfoDictionary& dictionary) {
+bool addInfoList(ByteSource& bytes, const AudioChunk& list, std::endian order, InfoDictionary& dictionary) {
   if (list.size < 4) return false;
   const auto type = bytes.upTo(list.dataOffset, 4);
   if (!type || FourCC::fromBytes(type->data()) != kInfoType) return false;
@@ -210,7 +209,7 @@ bool addInfoList(FileBytes& bytes, const AudioChunk& list, std::endian order, In
 
 }  // namespace
 
-std::optional<AudioFileContents> readWAV(FileBytes& bytes, ContainerKind kind, std::string& refusal) {
+std::optional<AudioFileContents> readWAV(ByteSource& bytes, ContainerKind kind, std::string& refusal) {
   const std::endian order = orderOf(kind);
   FormSizes sizes = readFormSizes(bytes, kind);
   AudioFileContents contents{.kind = kind};
@@ -236,7 +235,7 @@ std::optional<AudioFileContents> readWAV(FileBytes& bytes, ContainerKind kind, s
   return contents;
 }
 
-std::optional<InfoDictionary> wavInfo(FileBytes& bytes, const AudioFileContents& contents) {
+std::optional<InfoDictionary> wavInfo(ByteSource& bytes, const AudioFileContents& contents) {
   InfoDictionary dictionary;
   bool hasInfo = false;
   for (const AudioChunk& chunk : contents.chunks) {

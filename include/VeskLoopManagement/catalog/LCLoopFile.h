@@ -1,0 +1,21 @@
+// Reading one loop file as the catalog does: every container, one opening, and a reason where there is no record.
+#pragma once
+
+#include "VeskLoopManagement/catalog/LCCatalogLoop.h"
+#include "VeskLoopManagement/catalog/LCLibraryScan.h"
+#include "VeskLoopManagement/model/LCFileData.h"
+#include "VeskLoopManagement/platform/URL.h"
+
+#include <optional>
+#include <string>
+
+struct LCLoopFile {
+  std::optional<LCFileData> record;
+  LCFileFailure failure;  // without a record; `failure.path` is the path of the URL
+
+  // Opens the file at `resolvedPath`. The record carries `url`, which may name the file through links. Enhanced: with
+  // MIDI, generated-instrument, event and step-sequencer data.
+  static LCLoopFile read(const std::string& resolvedPath, const vesk::URL& url, bool isEnhanced = false);
+  // The file that stands at a place, links followed.
+  static LCLoopFile read(const LCLoopPlace& place, bool isEnhanced = false);
+};

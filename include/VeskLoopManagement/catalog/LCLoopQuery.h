@@ -1,0 +1,61 @@
+// What a host asks the catalog for. A field left alone restricts nothing, so `LCLoopQuery{}` finds every loop. Plain
+// values.
+#pragma once
+
+#include "VeskLoopManagement/model/LCMusicalKey.h"
+#include "VeskLoopManagement/model/LCTimeSignature.h"
+#include "VeskLoopManagement/model/LCVireoLoopType.h"
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Beats per minute, both ends included. Databases store whole beats per minute; the ends are rounded alike.
+struct LCTempoSpan {
+  double lowest = 0;
+  double highest = 0;
+
+  static LCTempoSpan around(double beatsPerMinute, double fraction);  // 0.05: five percent up and down
+  // "120", "118-124" or "120~5%"; nullopt for anything else, for 0, and for spans whose first end is the higher one.
+  static std::optional<LCTempoSpan> fromText(std::string_view text);
+  bool operator==(const LCTempoSpan&) const = default;
+};
+
+enum class LCKeyMatch {
+  exact,  // this note
+  near,   // also one and two semitones up and down
+};
+
+enum class LCSortField { name, path, tempo, beats, key, length, type, favorite, random };
+
+struct LCSortKey {
+  LCSortField field = LCSortField::name;
+  bool isDescending = false;
+  bool operator==(const LCSortKey&) const = default;
+};
+
+struct LCLoopQuery {
+  std::vector<std::string>
+      words;  // each in the file name, or all of them as one text in path, comment, title, author …
+  std::vector<std::string> keywords;      // tagged with all of these; upper and lower case are the same
+  std::optional<std::string> genre;       // a keyword of that category
+  std::optional<std::string> instrument;  // of an instrument or a kind of instrument
+  std::optional<LCTempoSpan> tempo;       // loops without a tempo do not pass
+  bool withHalfAndDoubleTempo = false;    // `tempo` also at half and at double speed
+  std::optional<LCMusicalKey> key;        // loops without a key pass; its scale, when it names one, restricts too
+  LCKeyMatch keyMatch = LCKeyMatch::near;
+  std::optional<LCScale> scale;
+  std::optional<LCTimeSignature> signature;  // loops without one pass
+  std::set<LCVireoLoopType> loopTypes;       // any of them
+  bool onlyFavorites = false;
+  std::optional<int64_t> minimumRating;  // 1 to 5
+  std::optional<std::string> package;    // by identifier or name
+  std::optional<std::string> folder;     // absolute path; loops below it
+  std::optional<std::string> name;       // a text in the file name
+  // The first key decides, the next one where it ties, at last the name. `random` stands alone. None: by name.
+  std::vector<LCSortKey> order;
+  bool operator==(const LCLoopQuery&) const = default;
+};

@@ -1,0 +1,61 @@
+// What a catalog and the results that it hands out share: the engine on the one open connection, and which search its
+// result table is of. Questions throw CatalogErrors. One thread.
+#pragma once
+
+#include "catalog/LoopRows.h"
+#include "VeskLoopManagement/catalog/LCCatalog.h"
+#include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/search/LCSearchEngine.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace lc {
+
+class CatalogSession {
+ public:
+  CatalogSession(const std::string& databaseFile, const LCCatalogOptions& options);
+
+  const std::string& databaseFile() const { return m_databaseFile; }
+  const std::optional<std::string>& damagedFileKeptAs() const { return m_damagedFileKeptAs; }
+  LCSearchEngine& engine() { return *m_engine; }
+  LoopRows& rows() { return m_rows; }
+
+  struct Found {
+    int64_t generation = 0;
+    int64_t count = 0;
+  };
+  Found search(const LCLoopQuery& query);
+
+  // All or none; only the fields given in `change` change.
+  std::vector<LCMarkedLoop> mark(std::span<const LCLoopPlace> places, const LCMarkChange& change, bool dryRun);
+
+  // --- The result of the last search ---
+  bool isCurrent(int64_t generation);
+  void requireCurrent(int64_t generation);
+  const std::vector<LCFoldedFamily>& folds();  // made at the first question
+  std::vector<LCFacet> facets();
+
+ private:
+  int64_t dataVersion();
+  LCMarkedLoop markOne(const LCLoopPlace& place, const LCMarkChange& change, bool dryRun);
+
+  std::string m_databaseFile;
+  std::optional<std::string> m_damagedFileKeptAs;
+  std::unique_ptr<LCSearchEngine> m_engine;
+  LoopRows m_rows;
+  LCStatement m_selectDataVersion;
+  int64_t m_generation = 0;   // counts searches
+  int64_t m_dataVersion = 0;  // when the last search was made
+  bool m_hasResult = false;   // the engine's result table is that of the last search; else nothing was found
+  std::optional<std::vector<LCFoldedFamily>> m_folds;
+};
+
+// Genres, moods, instruments, others; in each the most frequent first, then by name.
+void sortForReading(std::vector<LCFacet>& facets);
+
+}  // namespace lc

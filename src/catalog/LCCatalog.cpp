@@ -1,0 +1,211 @@
+#include "VeskLoopManagement/catalog/LCCatalog.h"
+
+#include "catalog/CatalogError.h"
+#include "catalog/CatalogSession.h"
+#include "catalog/DatabaseOpening.h"
+#include "catalog/LoopRemoval.h"
+#include "catalog/QuerySettings.h"
+#include "platform/Path.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/platform/Text.h"
+
+#include <algorithm>
+
+namespace {
+
+using lc::CatalogError;
+using lc::CatalogSession;
+using lc::outcomeOf;
+
+std::string wordsFor(const LCLoopReference& reference) {
+  if (!reference.text.empty()) return reference.text;
+  return reference.id ? "id:" + std::to_string(*reference.id) : reference.url ? reference.url->path() : "";
+}
+
+std::optional<LCLoopPlace> findPlace(lc::LoopRows& rows, const LCLoopReference& reference) {
+  if (reference.id) return rows.placeWithId(*reference.id);
+  return reference.url ? rows.placeWithURL(*reference.url) : std::nullopt;
+}
+
+LCLoopPlace requiredPlace(lc::LoopRows& rows, const LCLoopReference& reference) {
+  if (auto place = findPlace(rows, reference)) return *place;
+  LCFailure failure{.kind = LCFailureKind::notFound, .message = "no such loop", .subject = wordsFor(reference)};
+  if (!reference.id && reference.url) failure.nearNames = rows.namesLike(reference.url->lastPathComponent());
+  throw CatalogError{std::move(failure)};
+}
+
+bool isMissing(const LCLoopPlace& place) {
+  return !place.isPlaceholder && !vesk::path::exists(place.path());
+}
+
+// What is left of a file's name without extension and variant number.
+std::string familyNameOf(const std::string& fileName) {
+  return LCSearchEngine::familyNameForLoopName(fileName).value_or(vesk::path::deletingExtension(fileName));
+}
+
+LCFamilyMember memberOf(const LCCatalogLoop& loop) {
+  return {.place = loop.place, .fileName = vesk::path::lastComponent(loop.place.path()), .loopType = loop.loopType};
+}
+
+// The engine's family is everything that begins with the family's name, folders included ("Pad" brings "Pads/Slow 1"
+// and "Pad Swell 01"); of these only the variants are meant.
+LCLoopFamily familyOf(CatalogSession& session, const LCCatalogLoop& given, int64_t engineRootKey) {
+  const LCFamilyMember givenMember = memberOf(given);
+  LCLoopFamily family{.name = familyNameOf(givenMember.fileName)};
+  const auto candidates = session.engine().loopFamilyForLoopId(given.place.id, std::nullopt, engineRootKey);
+  for (const auto& candidate : candidates.value_or(std::vector<LCLoopFamilyMember>())) {
+    if (!candidate.url) continue;
+    const std::string fileName = candidate.url->lastPathComponent();
+    if (!vesk::text::equalIgnoringCase(familyNameOf(fileName), family.name)) continue;
+    family.members.push_back({.place = {.id = candidate.loopId,
+                                        .urlText = candidate.url->absoluteString(),
+                                        .isPlaceholder = candidate.isWebLoop},
+                              .fileName = fileName,
+                              .loopType = candidate.vireoLoopType});
+  }
+  const bool hasGiven = std::any_of(family.members.begin(), family.members.end(),
+                                    [&](const LCFamilyMember& member) { return member.place.id == given.place.id; });
+  if (!hasGiven) family.members.insert(family.members.begin(), givenMember);  // nothing but a number is its name
+  return family;
+}
+
+}  // namespace
+
+// --- Ways to name a loop ---
+
+LCLoopReference LCLoopReference::ofId(int64_t id) {
+  return {.id = id, .url = std::nullopt};
+}
+
+LCLoopReference LCLoopReference::ofURL(const vesk::URL& url) {
+  return {.id = std::nullopt, .url = url};
+}
+
+LCLoopReference LCLoopReference::ofPath(std::string_view absolutePath) {
+  return ofURL(vesk::URL::fileURLWithPath(absolutePath, false));
+}
+
+// --- Opening ---
+
+std::string LCCatalog::defaultDatabaseFile() {
+  return LCSQLiteUtilities::databaseFile();
+}
+
+LCOutcome<std::unique_ptr<LCCatalog>> LCCatalog::open(const std::string& databaseFile,
+                                                      const LCCatalogOptions& options) {
+  return outcomeOf([&] {
+    return std::unique_ptr<LCCatalog>(new LCCatalog(std::make_shared<CatalogSession>(databaseFile, options)));
+  });
+}
+
+LCCatalog::LCCatalog(std::shared_ptr<lc::CatalogSession> session) : m_session(std::move(session)) {}
+LCCatalog::~LCCatalog() = default;
+
+const std::string& LCCatalog::databaseFile() const {
+  return m_session->databaseFile();
+}
+
+const std::optional<std::string>& LCCatalog::damagedFileKeptAs() const {
+  return m_session->damagedFileKeptAs();
+}
+
+// --- Searching ---
+
+LCOutcome<LCLoopResult> LCCatalog::search(const LCLoopQuery& query) {
+  return outcomeOf([&] {
+    const auto found = m_session->search(query);
+    return LCLoopResult(m_session, found.generation, found.count);
+  });
+}
+
+// --- Single loops ---
+
+LCOutcome<LCLoopPlace> LCCatalog::place(const LCLoopReference& reference) {
+  return outcomeOf([&] { return requiredPlace(m_session->rows(), reference); });
+}
+
+LCOutcome<LCCatalogLoop> LCCatalog::loop(const LCLoopReference& reference) {
+  return outcomeOf([&] {
+    const LCLoopPlace place = requiredPlace(m_session->rows(), reference);
+    auto loop = m_session->rows().loopWithId(place.id);
+    if (!loop)
+      throw CatalogError{{.kind = LCFailureKind::notFound,
+                          .message = "the loop was taken out just now",
+                          .subject = wordsFor(reference)}};
+    return *loop;
+  });
+}
+
+LCOutcome<std::vector<LCLoopPlace>> LCCatalog::placesWithName(std::string_view name) {
+  return outcomeOf([&] { return m_session->rows().placesWithName(name); });
+}
+
+LCOutcome<std::vector<LCLoopPlace>> LCCatalog::places(const LCPlaceQuery& query) {
+  return outcomeOf([&] {
+    std::vector<LCLoopPlace> places;
+    const std::string below = query.folder ? vesk::URL::fileURLWithPath(*query.folder, true).absoluteString() : "";
+    m_session->rows().forEachPlaceBelow(below, query.package, [&](const LCLoopPlace& place) {
+      if (!query.onlyMissing || isMissing(place)) places.push_back(place);
+      return true;
+    });
+    return places;
+  });
+}
+
+LCOutcome<std::vector<LCLoopPlace>> LCCatalog::placesAmong(std::span<const LCLoopPlace> places,
+                                                           const LCPlaceQuery& query) {
+  return outcomeOf([&] {
+    std::vector<LCLoopPlace> fitting;
+    for (const auto& place : places) {
+      const bool isOfPackage = !query.package || m_session->rows().isInPackage(place.id, *query.package);
+      if (isOfPackage && (!query.onlyMissing || isMissing(place))) fitting.push_back(place);
+    }
+    return fitting;
+  });
+}
+
+LCOutcome<std::vector<std::string>> LCCatalog::keywordsOfLoop(int64_t loopId) {
+  return outcomeOf([&] {
+    const auto keywords = m_session->engine().keywordsForLoopId(loopId);
+    return std::vector<std::string>(keywords.begin(), keywords.end());
+  });
+}
+
+LCOutcome<LCLoopFamily> LCCatalog::family(int64_t loopId, std::optional<int64_t> rootNote) {
+  const auto given = loop(LCLoopReference::ofId(loopId));
+  if (!given) return given.failure();
+  return outcomeOf([&] {
+    const int64_t key = rootNote ? LCMusicalKey::engineRootKeyForNote(*rootNote) : 0;
+    return familyOf(*m_session, *given, key);
+  });
+}
+
+// --- Keywords and packages ---
+
+LCOutcome<std::vector<LCFacet>> LCCatalog::keywords(bool withUnused) {
+  return outcomeOf([&] {
+    auto keywords = m_session->rows().keywords();
+    if (!withUnused) std::erase_if(keywords, [](const LCFacet& facet) { return facet.loopCount == 0; });
+    lc::sortForReading(keywords);
+    return keywords;
+  });
+}
+
+LCOutcome<std::vector<LCPackage>> LCCatalog::packages() {
+  return outcomeOf([&] { return m_session->rows().packages(); });
+}
+
+LCOutcome<LCPackage> LCCatalog::package(std::string_view identifierOrName) {
+  return outcomeOf([&] { return lc::requiredPackage(m_session->rows(), identifierOrName); });
+}
+
+// --- Writing ---
+
+LCOutcome<std::vector<LCMarkedLoop>> LCCatalog::mark(std::span<const LCLoopPlace> places, const LCMarkChange& change,
+                                                     bool dryRun) {
+  return outcomeOf([&] { return m_session->mark(places, change, dryRun); });
+}
+
+LCOutcome<int64_t> LCCatalog::remove(std::span<const LCLoopPlace> places, const LCRemovalObserver& observer) {
+  return outcomeOf([&] { return lc::removeLoops(m_session->databaseFile(), places, observer); });
+}

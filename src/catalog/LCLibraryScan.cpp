@@ -1,0 +1,441 @@
+#include "VeskLoopManagement/catalog/LCLibraryScan.h"
+
+#include "catalog/CarriedLoops.h"
+#include "catalog/CatalogError.h"
+#include "catalog/DatabaseOpening.h"
+#include "catalog/FileStates.h"
+#include "catalog/FolderWalk.h"
+#include "catalog/LoopRemoval.h"
+#include "catalog/LoopRows.h"
+#include "catalog/QuerySettings.h"
+#include "database/LCTransaction.h"
+#include "platform/Path.h"
+#include "VeskLoopManagement/catalog/LCLoopFile.h"
+#include "VeskLoopManagement/database/LCCrateManager.h"
+#include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <span>
+
+namespace {
+
+using lc::CatalogError;
+using lc::WalkedFile;
+
+constexpr const char* kIndexingProgram = "veskloops";
+constexpr size_t kMostPathsInGroups = 10000;
+
+bool isSameFile(const std::string& left, const std::string& right) {
+  std::error_code error;
+  return std::filesystem::equivalent(left, right, error);
+}
+
+bool haveSameContents(const std::string& left, const std::string& right) {
+  std::error_code error;
+  if (std::filesystem::file_size(left, error) != std::filesystem::file_size(right, error) || error) return false;
+  std::ifstream leftFile(left, std::ios::binary);
+  std::ifstream rightFile(right, std::ios::binary);
+  std::vector<char> leftPart(1 << 16);
+  std::vector<char> rightPart(1 << 16);
+  while (leftFile && rightFile) {
+    leftFile.read(leftPart.data(), static_cast<std::streamsize>(leftPart.size()));
+    rightFile.read(rightPart.data(), static_cast<std::streamsize>(rightPart.size()));
+    if (leftFile.gcount() != rightFile.gcount()) return false;
+    if (!std::equal(leftPart.begin(), leftPart.begin() + leftFile.gcount(), rightPart.begin())) return false;
+  }
+  return leftFile.eof() && rightFile.eof();
+}
+
+// Whether path keywords are read is a switch of the whole process; it is as before when the scan ends.
+class PathKeywordSwitch {
+ public:
+  explicit PathKeywordSwitch(bool isOn) : m_wasOn(LCFileParser::allowsKeywordExtractionFromPath()) {
+    LCFileParser::setAllowsKeywordExtractionFromPath(isOn);
+  }
+  PathKeywordSwitch(const PathKeywordSwitch&) = delete;
+  PathKeywordSwitch& operator=(const PathKeywordSwitch&) = delete;
+  ~PathKeywordSwitch() { LCFileParser::setAllowsKeywordExtractionFromPath(m_wasOn); }
+
+ private:
+  bool m_wasOn;
+};
+
+LCFileProblem problemOf(lc::FileTransferResult::Kind kind) {
+  using Kind = lc::FileTransferResult::Kind;
+  switch (kind) {
+    case Kind::destinationExists:
+      return LCFileProblem::destinationExists;
+    case Kind::copyFailed:
+      return LCFileProblem::copyFailed;
+    case Kind::refusedByDatabase:
+    case Kind::done:
+      break;
+  }
+  return LCFileProblem::databaseRefused;
+}
+
+// One run, from the open database to the report.
+class Scan {
+ public:
+  Scan(const std::string& databaseFile, const LCScanRequest& request, LCScanObserver& observer)
+      : m_databaseFile(databaseFile), m_request(request), m_observer(observer) {}
+
+  LCScanReport run();
+
+ private:
+  void openDatabase();
+  void openForDryRun();
+  void choosePackage();
+  std::optional<int64_t> countFiles();
+
+  // Walking
+  using PathHandler = std::function<void(const std::string& path)>;
+  void walkAll(const lc::FolderWalk::FileHandler& file, const lc::FolderWalk::FailureHandler& failure,
+               const PathHandler& missing);
+  bool walkOne(lc::FolderWalk& walk, const std::string& path, const lc::FolderWalk::FileHandler& file,
+               const lc::FolderWalk::FailureHandler& failure, const PathHandler& missing);
+
+  // One file: state, reading, placing, writing
+  void visit(const WalkedFile& file);
+  void add(const WalkedFile& file);
+  void write(const LCFileData& record, const std::string& path, const std::optional<lc::FileState>& state);
+  void place(const WalkedFile& file, const LCFileData& record);
+  void transfer(const WalkedFile& file, const LCFileData& record, lc::WrittenLoop written);
+  void noteSameIdentity(const LCFileData& record, const std::string& path);
+  void noteWritten(const lc::WrittenLoop& written);
+  void fail(LCFileFailure failure);
+  void failUnwalked(const std::string& path, LCFileProblem problem, const std::string& detail);
+
+  // Batches
+  void beginBatch();
+  void commitBatch();
+  void carry();
+  void prune();
+  void pruneBelow(const std::string& folder);
+  void finish();
+  bool isInterrupted();
+
+  const std::string& m_databaseFile;
+  const LCScanRequest& m_request;
+  LCScanObserver& m_observer;
+  LCScanReport m_report;
+  bool m_isInterrupted = false;
+
+  // Without a database, in a dry run, these are null.
+  std::unique_ptr<LCSearchEngine> m_dryRunEngine;
+  std::unique_ptr<LCFileIndexing> m_indexer;
+  std::unique_ptr<lc::LoopRows> m_rows;
+  std::unique_ptr<lc::FileStates> m_states;
+  std::unique_ptr<lc::CarriedLoops> m_carried;
+  std::optional<LCTransaction> m_batch;
+  std::optional<std::string> m_packageIdentifier;
+  std::vector<std::string> m_walkedFolders;  // those of the request, to be pruned
+  int64_t m_inBatch = 0;                     // written since the last commit
+  size_t m_pathsInGroups = 0;
+};
+
+LCScanReport Scan::run() {
+  const auto began = std::chrono::steady_clock::now();
+  const PathKeywordSwitch pathKeywords(m_request.readsPathKeywords);
+  openDatabase();
+  choosePackage();
+  m_observer.phaseBegan(LCScanPhase::indexing, countFiles());
+  if (m_indexer) m_indexer->prepareIndexing();
+  beginBatch();
+  walkAll([this](const WalkedFile& file) { visit(file); },
+          [this](const std::string& path, const std::string& detail) {
+            failUnwalked(path, LCFileProblem::unreadable, detail);
+          },
+          [this](const std::string& path) { failUnwalked(path, LCFileProblem::notFound, {}); });
+  commitBatch();
+  carry();
+  if (!isInterrupted() && m_request.prunes) prune();
+  m_observer.phaseEnded(LCScanPhase::indexing);
+  finish();
+  m_report.isInterrupted = m_isInterrupted;
+  m_report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
+  return m_report;
+}
+
+// --- Before the first file ---
+
+void Scan::openDatabase() {
+  if (m_request.isDryRun) {
+    openForDryRun();
+    if (!m_rows) return;
+  } else {
+    lc::OpenedIndexer opened = lc::openOrCreateIndexer(m_databaseFile);
+    if (opened.damagedFileKeptAs) {
+      m_observer.warned(fmt::format("the loop database was damaged and starts anew; the old file is kept as {}",
+                                    *opened.damagedFileKeptAs),
+                        "Scan your other folders again, too.");
+    }
+    m_indexer = std::move(opened.indexer);
+    m_rows = std::make_unique<lc::LoopRows>(m_indexer->sqlite3Connection());
+  }
+  const auto use = m_indexer ? lc::FileStates::Use::readWrite : lc::FileStates::Use::readOnly;
+  m_states = std::make_unique<lc::FileStates>(m_databaseFile, use);
+  if (m_rows->isUnused()) m_states->clear();  // they were of a database that is gone
+  m_carried = std::make_unique<lc::CarriedLoops>(*m_rows, *m_states, m_indexer.get(),
+                                                 [this](const std::string& text) { m_observer.noted(text); });
+}
+
+// What stands in the way of reading is said; then every file counts as new.
+void Scan::openForDryRun() {
+  try {
+    m_dryRunEngine = lc::openEngine(m_databaseFile, {.access = LCCatalogAccess::read}).engine;
+    m_rows = std::make_unique<lc::LoopRows>(m_dryRunEngine->sqlite3Connection());
+  } catch (const CatalogError& error) {
+    if (error.failure.kind == LCFailureKind::databaseMissing) return;
+    m_observer.warned(fmt::format("{}: {}", error.failure.message, error.failure.subject), error.failure.nextStep);
+  }
+}
+
+// A known package by identifier or name, else a new one of the user's by that name.
+void Scan::choosePackage() {
+  if (!m_request.package) return;
+  const std::string& word = *m_request.package;
+  if (word.empty()) {
+    throw CatalogError{{.kind = LCFailureKind::invalidRequest, .message = "the package needs a name"}};
+  }
+  if (m_rows) {
+    if (const auto package = lc::findPackage(*m_rows, word)) {
+      m_packageIdentifier = package->identifier;
+      return;
+    }
+    if (word.starts_with(std::string(kContentIdentifierPrefix) + "."))
+      lc::requiredPackage(*m_rows, word);  // says what is near
+  }
+  m_packageIdentifier = LCCrateManager::crateIdentifierForManufacturer(LCFileIndexingUserLoopsManufacturer, word, true);
+  if (m_request.isDryRun) return;
+  const LCDatabaseConfiguration configuration(m_databaseFile, false, kDefaultDatabaseSchemaVersion);
+  const auto manager = LCCrateManager::initWithDatabaseConfiguration(configuration);
+  if (!manager ||
+      !manager->createCrateWithIdentifier(*m_packageIdentifier, word, LCFileIndexingUserLoopsManufacturer, false)) {
+    throw CatalogError{
+        {.kind = LCFailureKind::databaseRefused, .message = "the package could not be made", .subject = word}};
+  }
+}
+
+// The number of files to come; a list that becomes known on the way can be walked only once.
+std::optional<int64_t> Scan::countFiles() {
+  if (!m_observer.wantsTotals() || m_request.nextPath) return std::nullopt;
+  m_observer.phaseBegan(LCScanPhase::counting, std::nullopt);
+  int64_t count = 0;
+  walkAll([&](const WalkedFile& file) { m_observer.advanced(++count, file.path); },
+          [&](const std::string&, const std::string&) { ++count; }, [&](const std::string&) { ++count; });
+  m_observer.phaseEnded(LCScanPhase::counting);
+  return count;
+}
+
+// --- Walking ---
+
+bool Scan::isInterrupted() {
+  if (!m_isInterrupted) m_isInterrupted = !m_observer.shouldContinue();
+  return m_isInterrupted;
+}
+
+void Scan::walkAll(const lc::FolderWalk::FileHandler& file, const lc::FolderWalk::FailureHandler& failure,
+                   const PathHandler& missing) {
+  lc::FolderWalk walk(m_request.excludedPatterns, [this] { return !isInterrupted(); });
+  if (m_request.copyTo) walk.skipFolder(*m_request.copyTo);
+  for (const auto& path : m_request.paths) {
+    if (!walkOne(walk, path, file, failure, missing)) return;
+  }
+  if (!m_request.nextPath) return;
+  while (const auto path = m_request.nextPath()) {
+    if (!walkOne(walk, *path, file, failure, missing)) return;
+  }
+}
+
+bool Scan::walkOne(lc::FolderWalk& walk, const std::string& path, const lc::FolderWalk::FileHandler& file,
+                   const lc::FolderWalk::FailureHandler& failure, const PathHandler& missing) {
+  if (!walk.walk(path, file, failure)) missing(path);
+  return !isInterrupted();
+}
+
+// --- One file ---
+
+void Scan::visit(const WalkedFile& file) {
+  ++m_report.walked;
+  add(file);
+  m_observer.advanced(m_report.walked, file.path);
+  if (m_inBatch < m_request.batchSize) return;
+  commitBatch();
+  if (m_carried && m_carried->hasMany()) carry();
+  beginBatch();
+}
+
+void Scan::add(const WalkedFile& file) {
+  const auto state = lc::fileStateAt(file.resolvedPath);
+  LCLoopFile read = LCLoopFile::read(file.resolvedPath, vesk::URL::fileURLWithPath(file.path, false));
+  if (!read.record && read.failure.problem == LCFileProblem::unsupported) {
+    ++m_report.unsupported;
+    m_observer.noted(fmt::format("{}: of another type", file.path));
+  } else if (!read.record) {
+    fail(std::move(read.failure));
+  } else if (!read.record->anySearchTags()) {
+    ++m_report.untagged;
+    m_observer.noted(fmt::format("{}: without tags", file.path));
+  } else if (m_request.copyTo) {
+    place(file, *read.record);
+  } else {
+    write(*read.record, file.path, state);
+  }
+}
+
+void Scan::write(const LCFileData& record, const std::string& path, const std::optional<lc::FileState>& state) {
+  noteSameIdentity(record, path);
+  const bool isKept = m_rows && record.isFactoryBundleLoop && m_rows->placeWithId(record.hash);
+  if (isKept) {
+    ++m_report.unchanged;  // rows of the factory bundle are never replaced
+  } else if (!m_indexer || m_indexer->addFileDataToDatabase(record, m_packageIdentifier)) {
+    noteWritten({.url = *record.fileURL(), .loopId = record.hash, .state = state, .movedFrom = std::nullopt});
+  } else {
+    fail({.path = path, .problem = LCFileProblem::databaseRefused});
+  }
+}
+
+void Scan::noteWritten(const lc::WrittenLoop& written) {
+  ++m_inBatch;
+  if (m_carried) m_carried->note(written);
+}
+
+void Scan::noteSameIdentity(const LCFileData& record, const std::string& path) {
+  if (!m_rows) return;
+  const auto known = m_rows->placeWithId(record.hash);
+  if (!known || known->urlText == record.fileURL()->absoluteString()) return;
+  const std::string otherPath = known->path();
+  if (!vesk::path::exists(otherPath)) {
+    m_states->forget(known->urlText, record.hash);
+    return;
+  }
+  if (isSameFile(otherPath, path)) return;
+  auto& groups = m_report.sameIdentity;
+  groups.isComplete = groups.isComplete && m_pathsInGroups < kMostPathsInGroups;
+  if (!groups.isComplete) return;
+  auto& group = groups.pathsOfLoop[record.hash];
+  m_pathsInGroups += group.insert(path).second;
+  m_pathsInGroups += group.insert(otherPath).second;
+}
+
+// Copies or moves the file, and writes the row of what stands there then.
+void Scan::place(const WalkedFile& file, const LCFileData& record) {
+  const std::string destination = vesk::path::appending(*m_request.copyTo, file.relativePath);
+  const vesk::URL destinationURL = vesk::URL::fileURLWithPath(destination, false);
+  if (vesk::path::exists(destination)) {
+    if (!isSameFile(file.resolvedPath, destination) && !haveSameContents(file.resolvedPath, destination)) {
+      return fail({.path = file.path, .problem = LCFileProblem::destinationExists, .detail = destination});
+    }
+    LCFileData copied = record;
+    copied.storedFileURL = destinationURL;
+    return write(copied, destination, lc::fileStateAt(destination));
+  }
+  lc::WrittenLoop written{.url = destinationURL, .loopId = record.hash, .state = {}, .movedFrom = {}};
+  if (m_request.movesInsteadOfCopying) written.movedFrom = record.fileURL();
+  if (!m_indexer) return noteWritten(written);
+  transfer(file, record, written);
+}
+
+void Scan::transfer(const WalkedFile& file, const LCFileData& record, lc::WrittenLoop written) {
+  using Transfer = lc::FileTransfer;
+  const auto result = m_indexer->addFileDataAndTransferFile(
+      record, m_packageIdentifier,
+      {.source = vesk::URL::fileURLWithPath(file.path, false),
+       .destination = written.url,
+       .way = m_request.movesInsteadOfCopying ? Transfer::Way::move : Transfer::Way::copy});
+  if (!result.isDone()) return fail({.path = file.path, .problem = problemOf(result.kind), .detail = result.reason});
+  written.state = lc::fileStateAt(written.url.path());
+  noteWritten(written);
+}
+
+void Scan::failUnwalked(const std::string& path, LCFileProblem problem, const std::string& detail) {
+  ++m_report.walked;
+  fail({.path = path, .problem = problem, .detail = detail});
+}
+
+void Scan::fail(LCFileFailure failure) {
+  ++m_report.failed;
+  m_observer.fileFailed(failure);
+}
+
+// --- Batches ---
+
+void Scan::beginBatch() {
+  if (!m_indexer) return;
+  sqlite3* connection = m_indexer->sqlite3Connection();
+  m_batch.emplace(connection, LCTransaction::Begin::immediately);
+  if (!m_batch->isOpen()) throw CatalogError{lc::databaseFailure(lc::lastStatusOf(connection), m_databaseFile)};
+  m_states->begin();
+}
+
+// The states come second, so that they never tell of a loop that is not in the database.
+void Scan::commitBatch() {
+  if (m_batch) {
+    const bool isCommitted = m_batch->commit();
+    const int status = lc::lastStatusOf(m_indexer->sqlite3Connection());
+    m_batch.reset();
+    if (!isCommitted) throw CatalogError{lc::databaseFailure(status, m_databaseFile)};
+    m_states->commit();
+  }
+  m_report.indexed += m_inBatch;
+  m_inBatch = 0;
+}
+
+void Scan::carry() {
+  if (!m_carried) return;
+  m_carried->carryAll();
+  m_report.carried = m_carried->count();
+}
+
+void Scan::prune() {
+  if (!m_rows) return;
+  for (const auto& path : m_request.paths) {
+    if (vesk::path::isDirectory(path)) pruneBelow(path);
+  }
+}
+
+// Placeholders stand for loops that are not on this disk yet, and stay.
+void Scan::pruneBelow(const std::string& folder) {
+  std::vector<LCLoopPlace> gone;
+  m_rows->forEachPlaceBelow(vesk::URL::fileURLWithPath(folder, true).absoluteString(), std::nullopt,
+                            [&](const LCLoopPlace& known) {
+                              const bool stays = known.isPlaceholder || m_carried->wouldBeGone(known.id);
+                              if (!stays && !vesk::path::exists(known.path())) gone.push_back(known);
+                              return true;
+                            });
+  const auto batchSize = static_cast<size_t>(m_request.batchSize);
+  for (size_t begin = 0; begin < gone.size() && !isInterrupted(); begin += batchSize) {
+    const auto batch = std::span(gone).subspan(begin, std::min(batchSize, gone.size() - begin));
+    for (const auto& known : batch) m_observer.noted(fmt::format("{}: gone", known.path()));
+    if (m_indexer) lc::removeBatch(*m_indexer, batch);
+    lc::CarriedLoops::forgetRemoved(*m_states, *m_rows, batch);
+    m_report.removed += std::ssize(batch);
+  }
+}
+
+void Scan::finish() {
+  if (m_indexer) {
+    m_observer.phaseBegan(LCScanPhase::finishing, std::nullopt);
+    m_indexer->finishIndexingInBlock(true);
+    m_indexer->setIndexFileSchemaVersion(kDefaultDatabaseSchemaVersion, kIndexingProgram);
+    m_observer.phaseEnded(LCScanPhase::finishing);
+  }
+  if (m_states && m_states->trouble()) {
+    m_observer.noted(*m_states->trouble());
+  }
+}
+
+}  // namespace
+
+LCOutcome<LCScanReport> LCLibraryScan::run(const std::string& databaseFile, const LCScanRequest& request,
+                                           LCScanObserver& observer) {
+  return lc::outcomeOf([&] { return Scan(databaseFile, request, observer).run(); });
+}

@@ -1,0 +1,72 @@
+#include "VeskLoopManagement/catalog/LCLoopFile.h"
+
+#include "platform/Path.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+
+namespace {
+
+LCFileProblem problemFor(LCParserFailure::Reason reason) {
+  using Reason = LCParserFailure::Reason;
+  switch (reason) {
+    case Reason::unsupported:
+    case Reason::notAllowed:
+      return LCFileProblem::unsupported;
+    case Reason::notFound:
+      return LCFileProblem::notFound;
+    case Reason::malformed:
+      return LCFileProblem::malformed;
+    case Reason::unreadable:
+    case Reason::none:
+      break;
+  }
+  return LCFileProblem::unreadable;
+}
+
+}  // namespace
+
+LCLoopFile LCLoopFile::read(const std::string& resolvedPath, const vesk::URL& url, bool isEnhanced) {
+  LCLoopFile file{.record = std::nullopt, .failure = {.path = url.path()}};
+  LCParserFailure failure;
+  const auto parser = LCFileParser::fileParserForURL(vesk::URL::fileURLWithPath(resolvedPath, false),
+                                                     LCFileParser::defaultAllowedFileTypes(), &failure);
+  if (!parser) {
+    file.failure.problem = problemFor(failure.reason);
+    file.failure.detail = failure.detail;
+    return file;
+  }
+  const LCFileData* record = isEnhanced ? parser->enhancedFileData() : parser->fileData();
+  if (record == nullptr) {
+    file.failure.problem = LCFileProblem::malformed;
+    file.failure.detail = "its metadata cannot be decoded";
+    return file;
+  }
+  file.record = *record;
+  file.record->storedFileURL = url;
+  return file;
+}
+
+LCLoopFile LCLoopFile::read(const LCLoopPlace& place, bool isEnhanced) {
+  const auto url = vesk::URL::fromString(place.urlText);
+  const std::string path = place.path();
+  return read(vesk::path::resolvingSymlinks(path), url ? *url : vesk::URL::fileURLWithPath(path, false), isEnhanced);
+}
+
+std::string lc::fileProblemName(LCFileProblem problem) {
+  switch (problem) {
+    case LCFileProblem::unsupported:
+      return "unsupported";
+    case LCFileProblem::notFound:
+      return "notFound";
+    case LCFileProblem::unreadable:
+      return "unreadable";
+    case LCFileProblem::malformed:
+      return "malformed";
+    case LCFileProblem::destinationExists:
+      return "destinationExists";
+    case LCFileProblem::copyFailed:
+      return "copyFailed";
+    case LCFileProblem::databaseRefused:
+      return "database";
+  }
+  return "unreadable";
+}

@@ -1,0 +1,121 @@
+#include "VeskLoopManagement/catalog/LCLoopResult.h"
+
+#include "catalog/CatalogError.h"
+#include "catalog/CatalogSession.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+// Does `work` with the session when the result is still that session's.
+template <typename Work>
+auto withCurrent(const std::weak_ptr<lc::CatalogSession>& weak, int64_t generation, Work work)
+    -> LCOutcome<decltype(work(std::declval<lc::CatalogSession&>()))> {
+  const auto session = weak.lock();
+  if (!session) {
+    return LCFailure{.kind = LCFailureKind::resultOutdated,
+                     .message = "the catalog of this result is closed",
+                     .nextStep = "Search again."};
+  }
+  return lc::outcomeOf([&] {
+    session->requireCurrent(generation);
+    return work(*session);
+  });
+}
+
+void requireWindow(const LCPageRequest& request) {
+  if (request.offset >= 0 && request.limit >= 0) return;
+  throw lc::CatalogError{
+      {.kind = LCFailureKind::invalidRequest, .message = "a page begins at row 0 or later and is not shorter than 0"}};
+}
+
+// The part of `count` rows that the request is about.
+std::pair<size_t, size_t> windowOf(const LCPageRequest& request, size_t count) {
+  const size_t begin = std::min(static_cast<size_t>(request.offset), count);
+  const size_t length = request.limit == 0 ? count : static_cast<size_t>(request.limit);
+  return {begin, begin + std::min(length, count - begin)};
+}
+
+}  // namespace
+
+bool LCLoopResult::isCurrent() const {
+  const auto current = withCurrent(m_session, m_generation, [](lc::CatalogSession&) { return true; });
+  return static_cast<bool>(current);
+}
+
+LCOutcome<int64_t> LCLoopResult::forEachLoop(const LCPageRequest& request, const LoopHandler& handler) const {
+  return withCurrent(m_session, m_generation, [&](lc::CatalogSession& session) {
+    requireWindow(request);
+    int64_t handed = 0;
+    if (m_count == 0) return handed;
+    session.rows().forEachResult(
+        request.offset, request.limit, [&] { session.requireCurrent(m_generation); },
+        [&](const LCCatalogLoop& loop) {
+          ++handed;
+          return handler(loop);
+        });
+    return handed;
+  });
+}
+
+LCOutcome<int64_t> LCLoopResult::forEachPlace(const LCPageRequest& request, const PlaceHandler& handler) const {
+  return withCurrent(m_session, m_generation, [&](lc::CatalogSession& session) {
+    requireWindow(request);
+    int64_t handed = 0;
+    if (m_count == 0) return handed;
+    session.rows().forEachResultPlace(
+        request.offset, request.limit, [&] { session.requireCurrent(m_generation); },
+        [&](const LCLoopPlace& place) {
+          ++handed;
+          return handler(place);
+        });
+    return handed;
+  });
+}
+
+LCOutcome<LCLoopPage> LCLoopResult::page(const LCPageRequest& request) const {
+  LCLoopPage page{.total = m_count, .offset = request.offset};
+  const auto handed = forEachLoop(request, [&](const LCCatalogLoop& loop) {
+    page.loops.push_back(loop);
+    return true;
+  });
+  if (!handed) return handed.failure();
+  return page;
+}
+
+LCOutcome<int64_t> LCLoopResult::rowOfLoop(int64_t loopId) const {
+  return withCurrent(m_session, m_generation, [&](lc::CatalogSession& session) {
+    const int64_t row =
+        m_count == 0 ? LCSearchEngine::kNotFound : session.engine().rowIndexInCurrentSearchResultForLoopId(loopId);
+    if (row == LCSearchEngine::kNotFound) {
+      throw lc::CatalogError{{.kind = LCFailureKind::notFound,
+                              .message = "the loop is not in the result",
+                              .subject = "id:" + std::to_string(loopId)}};
+    }
+    return row;
+  });
+}
+
+LCOutcome<std::vector<LCFacet>> LCLoopResult::facets() const {
+  return withCurrent(m_session, m_generation, [](lc::CatalogSession& session) { return session.facets(); });
+}
+
+LCOutcome<LCFoldedPage> LCLoopResult::families(const LCPageRequest& request) const {
+  return withCurrent(m_session, m_generation, [&](lc::CatalogSession& session) {
+    requireWindow(request);
+    const auto& folds = session.folds();
+    LCFoldedPage page{.total = std::ssize(folds), .offset = request.offset};
+    const auto [begin, end] = windowOf(request, folds.size());
+    for (size_t index = begin; index < end; ++index) {
+      const auto& fold = folds[index];
+      session.rows().forEachResult(
+          fold.firstRow, 1, [&] { session.requireCurrent(m_generation); },
+          [&](const LCCatalogLoop& loop) {
+            page.rows.push_back({loop, fold.firstRow, fold.memberCount});
+            return true;
+          });
+    }
+    return page;
+  });
+}

@@ -1,0 +1,57 @@
+#include "catalog/LoopRemoval.h"
+
+#include "catalog/CarriedLoops.h"
+#include "catalog/CatalogError.h"
+#include "catalog/DatabaseOpening.h"
+#include "catalog/FileStates.h"
+#include "catalog/LoopRows.h"
+#include "database/LCTransaction.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+constexpr size_t kBatchSize = 500;
+
+// Commits when everything was written; otherwise nothing is.
+template <typename Write>
+void writeWhole(LCFileIndexing& indexer, const char* failure, Write write) {
+  LCTransaction transaction(indexer.sqlite3Connection(), LCTransaction::Begin::immediately);
+  if (!transaction.isOpen()) throw lc::CatalogError{lc::databaseFailure(lc::lastStatusOf(indexer.sqlite3Connection()))};
+  if (write() && transaction.commit()) return;
+  throw lc::CatalogError{{.kind = LCFailureKind::databaseRefused, .message = failure}};
+}
+
+}  // namespace
+
+void lc::removeBatch(LCFileIndexing& indexer, std::span<const LCLoopPlace> places) {
+  std::vector<int64_t> ids;
+  for (const auto& place : places) ids.push_back(place.id);
+  writeWhole(indexer, "loops could not be taken out", [&] { return indexer.removeLoopsWithIds(ids); });
+}
+
+void lc::carryBatch(LCFileIndexing& indexer, std::span<const LCLoopCarry> carries) {
+  writeWhole(indexer, "marks could not be carried to the new identities of loops",
+             [&] { return indexer.carryLoopsWithIds(carries); });
+}
+
+int64_t lc::removeLoops(const std::string& databaseFile, std::span<const LCLoopPlace> places,
+                        const LCRemovalObserver& observer) {
+  const auto indexer = openIndexer(databaseFile);
+  LoopRows rows(indexer->sqlite3Connection());
+  FileStates states(databaseFile, FileStates::Use::readWrite);
+  size_t removed = 0;
+  while (removed < places.size() && (!observer.shouldContinue || observer.shouldContinue())) {
+    const auto batch = places.subspan(removed, std::min(kBatchSize, places.size() - removed));
+    removeBatch(*indexer, batch);
+    CarriedLoops::forgetRemoved(states, rows, batch);
+    removed += batch.size();
+    for (const auto& place : batch) {
+      if (observer.removed) observer.removed(place);
+    }
+  }
+  if (observer.finishing) observer.finishing();
+  if (removed > 0) indexer->finishIndexingInBlock(true);
+  return static_cast<int64_t>(removed);
+}

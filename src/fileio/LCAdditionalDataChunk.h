@@ -1,0 +1,32 @@
+// "adLD", additional loop data: a keyed archive of a dictionary with what no other chunk has room for. The archive's
+// root key is "rootDict"; the keys of the dictionary are the kLCAdditionalData_ constants of LCChunkIDs.h.
+// A plain value: no I/O.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "VeskLoopManagement/model/LCMetaInfo.h"
+#include "VeskLoopManagement/platform/PropertyList.h"
+
+struct LCAdditionalDataChunk {
+  std::optional<double> integratedLoudness;        // LUFS
+  std::optional<double> globalMaxTruePeak;         // dBTP
+  std::optional<double> targetIntegratedLoudness;  // LUFS
+  std::optional<vesk::Number> iconId;
+  std::optional<vesk::Number> preferFileName;
+  int64_t patchInfo = 0;  // 0: none
+  std::optional<std::vector<LCMetaInfo>> metaInfos;
+  std::optional<vesk::Dictionary> taggings;
+
+  // nullopt when the payload is no such archive or its dictionary is empty. A value of a wrong kind is as good as
+  // absent.
+  static std::optional<LCAdditionalDataChunk> decode(std::span<const std::byte> payload);
+  // The fields that are there, with a version of 1 beside them; entries that a payload had under other keys are
+  // dropped. nullopt when there is nothing to write, or the taggings are deeper than an archive may be.
+  std::optional<vesk::Bytes> encode() const;
+
+  bool operator==(const LCAdditionalDataChunk&) const = default;
+};

@@ -1,0 +1,88 @@
+// The payloads of tagging chunks, read and written: what comes back, and what writing drops.
+#include "fileio/ChunkText.h"
+#include "fileio/LCAcidChunk.h"
+#include "fileio/LCAdditionalDataChunk.h"
+#include "fileio/LCBasicTaggingChunk.h"
+#include "fileio/LCCategoryChunk.h"
+#include "fileio/LCCollectionChunk.h"
+#include "fileio/LCCommentsChunk.h"
+#include "fileio/LCGenInstChunk.h"
+#include "fileio/LCSearchInfo.h"
+#include "platform/KeyedArchive.h"
+
+#include "ParserFixture.h"
+
+using namespace fixture;
+using namespace std::string_view_literals;
+
+namespace {
+
+// The payload that `value` writes, which is read back as `value`.
+template <typename Codec>
+Bytes writtenBothWays(const Codec& value) {
+  const Bytes written = std::optional<Bytes>(value.encode()).value_or(Bytes{});
+  EXPECT_EQ(std::optional<Codec>(Codec::decode(written)), value);
+  return written;
+}
+
+Bytes withoutIdentifier(const Bytes& payload) {
+  return {payload.begin() + 16, payload.end()};
+}
+
+const std::string kWide(48, 'x');
+
+}  // namespace
+
+TEST(ChunkCodecs, WriteTheLayoutsThatTheyRead) {
+  const std::pair<Bytes, Bytes> cases[] = {
+      {writtenBothWays(LCBasicTaggingChunk{-8, 57, 1, 6, 8, 2}), bascPayload(-8, 57, 1, 6, 8, 2)},
+      {writtenBothWays(LCCategoryChunk{1, "Bass", "Kick", "Jazz", {}, {}, {"Dark", "Dry"}}),
+       catePayload("Bass", "Kick", "Jazz", {"Dark", "Dry"})},
+      {writtenBothWays(LCCategoryChunk{1, "Bass", "", "Jazz"}),  // with room for a descriptor
+       Builder{catePayload("Bass", "", "Jazz")}.zeros(50).bytes},
+      {writtenBothWays(LCCollectionChunk{1, "Garage", "Night"}), collPayload("Garage", "Night")},
+      {writtenBothWays(LCAcidChunk{true, 62, 12, 3, 8, 90.5f, 0xFFFFFFFC, {std::byte{0}, std::byte{0x80}}}),
+       acidPayload(0xFFFFFFFF, 62, 12, 3, 8, 90.5f)},
+      {writtenBothWays(LCAcidChunk{.unknown = {std::byte{0}, std::byte{0x80}}}), acidPayload(0, 0, 0, 0, 0, 0)},
+      {writtenBothWays(LCCommentsChunk{"late"}), bytesFromHex("0001 00000000 0000 0005 206C617465 00")},
+      {writtenBothWays(LCSearchInfo{{{"beat count", {"8"}}, {"descriptors", {"Dry", "", "Dark"}}}}),
+       withoutIdentifier(searchInfoPayload({{"beat count", "8"}, {"descriptors", "Dry,,Dark"}}))},
+  };
+  for (const auto& [written, layout] : cases) EXPECT_EQ(written, layout) << layout.size();
+}
+
+TEST(ChunkCodecs, CutTextsBetweenCharactersAndDropWhatTheyDoNotKnow) {
+  const auto field = [](const std::string& text) {
+    return LCCollectionChunk::decode(LCCollectionChunk{1, text}.encode())->collection;
+  };
+  EXPECT_EQ(field(kWide + "yz"), kWide + "y");
+  EXPECT_EQ(field(kWide + "\u00E9"), kWide) << "half a character is none";
+  EXPECT_EQ(field(std::string("a\0b", 3)), "a");
+  const auto second = LCCategoryChunk::decode(cateV2Payload("Bass", "", "", {"Dry"}, "Collection", "Theme"));
+  EXPECT_EQ(second->encode(), catePayload("Bass", "", "", {"Dry"}));
+  LCCategoryChunk many;
+  for (int i = 0; i <= 0xFFFF; ++i) many.descriptors.insert(std::to_string(i));
+  EXPECT_EQ(LCCategoryChunk::decode(many.encode())->descriptors.size(), 0xFFFFu) << "what the count can say";
+  EXPECT_EQ(LCCommentsChunk::decode(LCCommentsChunk{" a \n"}.encode())->text, "a");
+  EXPECT_EQ(LCCommentsChunk::decode(LCCommentsChunk{std::string(70000, 'x')}.encode())->text.size(), 0xFFFEu);
+  EXPECT_EQ(LCAcidChunk::decode(acidPayload(0, 62, 65537, 4, 4, 90))->encode(), acidPayload(0, 0, 1, 4, 4, 90));
+}
+
+TEST(ChunkCodecs, ArchivesComeBackWithEveryFieldTheyHave) {
+  const auto additional = LCAdditionalDataChunk::decode(archiveNamed("additional-all-keys.archive")).value();
+  const vesk::Number seven{int64_t{7}}, yes{true};
+  const vesk::Dictionary taggings = {{"mood", vesk::Array{"dark", "dry"}}};
+  const std::vector<LCMetaInfo> infos = {{"Drums", 0.5, 0, 1}, {"Bass", 0.25, 0, 1}};
+  EXPECT_EQ(additional, (LCAdditionalDataChunk{-14.25, -0.5, -18.0, seven, yes, 2, infos, taggings}));
+  const Bytes written = writtenBothWays(additional);
+  const vesk::Value root = vesk::unarchivedRoot(written, "rootDict", LCMetaInfo::isMetaInfo);
+  EXPECT_EQ(vesk::valueForKey(root.dictionary(), "Version"), vesk::Value(1));
+  EXPECT_NE(lc::characters(written).find("\x22\x3F\0\0\0"sv), std::string_view::npos) << "0.5 as a float of 4 bytes";
+  EXPECT_EQ(LCAdditionalDataChunk{}.encode(), std::nullopt);
+  writtenBothWays(LCAdditionalDataChunk{.patchInfo = 1});
+
+  const Bytes percussion = archiveNamed("geninst-percussion.archive");
+  EXPECT_EQ(vesk::unarchivedRoot(writtenBothWays(LCGenInstChunk::decode(percussion).value()), "rootDict"),
+            vesk::unarchivedRoot(percussion, "rootDict"));
+  writtenBothWays(LCGenInstChunk{});
+}
