@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 
 namespace {
 
@@ -106,6 +107,6 @@ std::string Progress::line() const {
       text += "  ETA " + clockText(static_cast<int64_t>(static_cast<double>(*m_total - m_done) / rate) + 1);
     }
   }
-  if (!m_path.empty()) text += "  " + printable(m_path.substr(m_path.rfind('/') + 1));
+  if (!m_path.empty()) text += "  " + printable(std::filesystem::path(m_path).filename().string());
   return text;
 }

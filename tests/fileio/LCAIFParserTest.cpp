@@ -75,7 +75,7 @@ TEST(LCAIFParser, OurOrderCountsAndNotTheFiles) {
 }
 
 TEST(LCAIFParser, OnlyAnEnhancedParseKeepsTheBulkyPayloads) {
-  const LoopFile file("q.aif",
+  const ParsedFile file("q.aif",
                       aiffFile({chunk("midi", "first"), chunk(".mid", "second"), chunk("Sequ", "events"),
                                 chunk("StSq", "steps"), chunk("genI", archiveNamed("geninst-bass-player.archive"))}));
   LCFileData enhanced = file.record(Parse::enhanced);

@@ -69,7 +69,7 @@ class LC_EXPORT LCSQLiteUtilities {
   static std::optional<std::string> loudnessFactoryDatabaseFile();
   static void setLoudnessFactoryDatabaseFolder(const std::optional<std::string>& folder);
 
-  // Tables. Generating and filling commit: within a caller's transaction they end it.
+  // Tables. Generating and filling are transactions, or a part of the caller's; what is complete is only read.
   static bool generateDatabaseTablesForSQLite(sqlite3* connection, int64_t schemaVersion);
   static bool dropDatabaseTablesForSQLite(sqlite3* connection);
   static void fillKeywordsTableForSQLite(sqlite3* connection);

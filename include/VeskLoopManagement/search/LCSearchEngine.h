@@ -151,9 +151,8 @@ class LC_EXPORT LCSearchEngine {
 
   // --- Searching and paging (LCSearchEngineSearch.cpp). Row indexes count from 0 in sort order. ---
   void doSearch();
-  const std::optional<LCSearchFailure>& lastSearchFailure() const {
-    return m_lastSearchFailure;
-  }  // nullopt: it succeeded, or there was none
+  // Of the last search; nullopt when it succeeded, and before the first.
+  const std::optional<LCSearchFailure>& lastSearchFailure() const { return m_lastSearchFailure; }
   void doSearch_Keywords();
   std::string sortingString() const;
   void prepareResultsForRange(int64_t location, uint64_t length);
