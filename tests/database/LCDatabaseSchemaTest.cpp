@@ -66,8 +66,9 @@ TEST(DatabaseSchema, BaseSelectsFillTheirResultTablesColumnByColumn) {
   }
   database.run(
       "INSERT INTO LoopsKeywords (loopId) VALUES (7); INSERT INTO UserData (loopId, isFavorite) VALUES (7, 1)");
-  const auto check = [&database](std::string create, std::string select, size_t columnCount) {
-    for (std::string* text : {&create, &select}) *text = vesk::text::replacingAll(*text, "#PLACEHOLDER#", " ");
+  const auto check = [&database](std::string_view createText, std::string_view selectText, size_t columnCount) {
+    const std::string create = vesk::text::replacingAll(createText, "#PLACEHOLDER#", " ");
+    const std::string select = vesk::text::replacingAll(selectText, "#PLACEHOLDER#", " ");
     database.run("DROP TABLE IF EXISTS tempTable; " + lc::sqlFormat(create, {"TEMPORARY", "tempTable"}));
     // A further join with a loopId of its own, and columns without their table's name.
     database.run("INSERT INTO tempTable " + vesk::text::replacingAll(select, "%@", "Loops") +
