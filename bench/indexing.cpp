@@ -7,8 +7,8 @@
 // database of
 //   end_of_run/10000, /100000, with --large also /1000000 loops
 #include "BenchFolder.h"
-#include "LoopDatabases.h"
 #include "BenchLoops.h"
+#include "LoopDatabases.h"
 
 #include "platform/Path.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"

@@ -161,7 +161,7 @@ std::string cafFile(const std::vector<float>& samples, const LoopTags& tags) {
 }  // namespace
 
 bool writeTaggedAudio(const std::string& path, Container container, const std::vector<float>& samples,
-                   const LoopTags& tags) {
+                      const LoopTags& tags) {
   const std::string bytes = container == Container::aiff  ? aiffFile(samples, tags)
                             : container == Container::wav ? wavFile(samples, tags)
                                                           : cafFile(samples, tags);

@@ -26,6 +26,6 @@ struct LoopTags {
 
 // False when the file could not be written; an existing file is replaced.
 bool writeTaggedAudio(const std::string& path, Container container, const std::vector<float>& samples,
-                   const LoopTags& tags);
+                      const LoopTags& tags);
 
 }  // namespace demo

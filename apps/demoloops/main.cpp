@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "TaggedAudio.h"
 #include "Synth.h"
+#include "TaggedAudio.h"
 
 namespace {
 
