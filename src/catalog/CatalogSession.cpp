@@ -108,7 +108,13 @@ std::vector<LCMarkedLoop> lc::CatalogSession::mark(std::span<const LCLoopPlace> 
 
 // The engine clears what it is not given.
 LCMarkedLoop lc::CatalogSession::markOne(const LCLoopPlace& place, const LCMarkChange& change, bool dryRun) {
-  const LCLoopMarks before = m_rows.marksWithId(place.id).value_or(LCLoopMarks{});
+  const auto found = m_rows.marksWithId(place.id);
+  if (!found) {
+    throw CatalogError{{.kind = LCFailureKind::notFound,
+                        .message = "the loop was taken out meanwhile; nothing was changed",
+                        .subject = place.path()}};
+  }
+  const LCLoopMarks& before = *found;
   LCMarkedLoop marked{.place = place,
                       .marks = {.isFavorite = change.isFavorite.value_or(before.isFavorite),
                                 .rating = change.rating.value_or(before.rating),

@@ -59,7 +59,8 @@ void requireWritableFolder(const std::string& file) {
     fail(LCFailureKind::databaseUnopenable, fmt::format("the folder for the loop database cannot be made ({})", reason),
          file, "Name another file.");
   }
-  if (access(folder.c_str(), W_OK | X_OK) != 0) failUnopenable(file, errno);
+  // Of the rights that the process acts with, as opening does.
+  if (faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) failUnopenable(file, errno);
 }
 
 std::string damageMark(const std::string& file) {

@@ -1,5 +1,7 @@
-// info and remove: what is said of single loops, and what is taken out.
+// What is said of single loops, how they are marked and taken out, and what is said without a database.
 #include "Program.h"
+#include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
 #include <gtest/gtest.h>
 
@@ -14,123 +16,126 @@ struct LoopCommands : testing::Test {
     program.add("l/Kit's.aif", loopFile({}, {fixture::chunk("Sequ", "abcd"), fixture::chunk("NAME", "The title")}));
     program.add("l/sub/Bass.aif", loopFile({.instrument = "Bass", .subInstrument = "", .genre = "Jazz"}));
     program.add("l/sub/Bassoon.aif", loopFile({.instrument = "Horn/Wind", .subInstrument = "Bassoon"}));
-    EXPECT_EQ(program.run({"index", "l/sub", "--crate", "Sub"}).code, 0);
-    EXPECT_EQ(program.run({"index", "l/Kit's.aif"}).code, 0);
+    program.told({"index", "l/sub", "--crate", "Sub"});
+    program.told({"index", "l/Kit's.aif"});
   }
 
   std::string idOf(const std::string& name) const {
-    return program.run({"--json", "search", "--name", name}).json()["loops"][0]["id"];
+    return "id:" + program.told({"search", "--name", name})["loops"][0]["id"].get<std::string>();
   }
-  JSON info(const Words& arguments) const {
-    Words whole = {"--json", "info"};
-    whole.insert(whole.end(), arguments.begin(), arguments.end());
-    return program.run(whole).json()["files"];
+  JSON info(Words arguments) const {
+    arguments.insert(arguments.begin(), "info");
+    return program.told(arguments)["files"];
   }
   Words left() const { return program.run({"search"}).names(); }
 
   Program program;
 };
 
-TEST_F(LoopCommands, InfoTellsTheRecordTheRowAndTheKeywords) {
-  const JSON files = info({"l/Kit's.aif"});
-  ASSERT_EQ(files.size(), 1u);
-  const JSON& record = files[0]["record"];
+TEST_F(LoopCommands, InfoTellsTheRecordTheRowTheKeywordsAndTheChunks) {
+  const JSON file = info({"--enhanced", "--chunks", "l/Kit's.aif"})[0];
+  const JSON& record = file["record"];
   EXPECT_EQ(record["bpm"], 120.0);
-  EXPECT_EQ(record["beatCount"], 8);
-  EXPECT_EQ(record["midiRootNote"], 48);
-  EXPECT_EQ(record["frameCount"], 400);
-  EXPECT_EQ(record["hasAuthoredChunks"], true);
   EXPECT_EQ(record["title"], "The title");
-  EXPECT_EQ(record["descriptors"], JSON{"Dry"});
-  EXPECT_EQ(record["hash"], idOf("Kit"));
-  EXPECT_FALSE(record.contains("commentTag"));
-  EXPECT_FALSE(record.contains("eventSequenceData"));
-  EXPECT_EQ(files[0]["indexed"], true);
-  EXPECT_EQ(files[0]["row"]["id"], record["hash"]);
-  EXPECT_EQ(files[0]["keywords"], (JSON{"Drum Kit", "Drums", "Dry", "Rock/Blues"}));
-
-  EXPECT_EQ(info({"--enhanced", "l/Kit's.aif"})[0]["record"]["eventSequenceData"], "YWJjZA==");
-  JSON ids = JSON::array();
-  const JSON withChunks = info({"--chunks", "l/Kit's.aif"});
-  for (const auto& chunk : withChunks[0]["container"]["chunks"]) ids.push_back(chunk["id"]);
-  EXPECT_EQ(ids, (JSON{"COMM", "SSND", "basc", "cate", "Sequ", "NAME"}));
+  EXPECT_EQ("id:" + record["hash"].get<std::string>(), idOf("Kit"));
+  EXPECT_EQ(record["eventSequenceData"], "YWJjZA==");
+  EXPECT_EQ(file["indexed"], true);
+  EXPECT_EQ(file["row"]["id"], record["hash"]);
+  EXPECT_EQ(file["keywords"], (JSON{"Drum Kit", "Drums", "Dry", "Rock/Blues"}));
+  EXPECT_EQ(file["container"]["chunks"][4]["id"], "Sequ");
+  const JSON plain = info({"l/Kit's.aif"})[0];
+  EXPECT_FALSE(plain["record"].contains("eventSequenceData") || plain.contains("container"));
 }
 
-TEST_F(LoopCommands, ALoopIsNamedByPathURLOrId) {
+TEST_F(LoopCommands, ALoopIsNamedByPathURLIdOrList) {
   const std::string path = program.path("l/Kit's.aif");
-  for (const std::string& name : {path, std::string("l/sub/../Kit's.aif"), "file://" + path, "id:" + idOf("Kit")}) {
+  for (const std::string& name : {path, std::string("l/sub/../Kit's.aif"), "file://" + path, idOf("Kit")}) {
     EXPECT_EQ(info({name})[0]["path"], path) << name;
   }
   EXPECT_EQ(program.run({"--json", "info", "-"}, "l/Kit's.aif\nl/sub/Bass.aif\n").json()["files"].size(), 2u);
-}
-
-TEST_F(LoopCommands, InfoOfFilesThatAreNotIndexedNeedsNoDatabase) {
-  fs::remove(program.database());
-  const JSON file = info({"l/Kit's.aif"})[0];
-  EXPECT_EQ(file["indexed"], false);
-  EXPECT_EQ(file["record"]["beatCount"], 8);
-  EXPECT_EQ(program.run({"info", "id:5"}).code, 5);
-}
-
-TEST_F(LoopCommands, InfoSaysWhyAFileHasNoRecord) {
-  program.add("l/bad.aif", fixture::bytesOf("FORM?"));
-  program.add("l/text.txt", fixture::bytesOf("x"));
-  fs::remove(program.path("l/sub/Bass.aif"));
-  struct Case {
-    std::string path;
-    std::string reason;
-    bool isIndexed;
-  };
-  for (const auto& [path, reason, isIndexed] :
-       {Case{"l/bad.aif", "malformed", false}, Case{"l/text.txt", "unsupported", false},
-        Case{"l/sub/Bass.aif", "notFound", true}}) {
-    const Outcome run = program.run({"--json", "info", path, "l/Kit's.aif"});
-    EXPECT_EQ(run.code, 4);
-    const JSON files = run.json()["files"];
-    EXPECT_EQ(files[0]["failure"]["reason"], reason);
-    EXPECT_EQ(files[0].contains("row"), isIndexed);
-    EXPECT_TRUE(files[1].contains("record"));  // the others are told all the same
-  }
-}
-
-TEST_F(LoopCommands, UnknownLoopsComeWithNearNames) {
-  for (const char* command : {"info", "remove"}) {
-    const Outcome run = program.run({"--json", "-q", command, "l/sub/Basson.aif"});
-    EXPECT_EQ(run.code, 3);
-    const JSON error = run.json()["error"];
-    EXPECT_EQ(error["message"], "no such loop");
-    EXPECT_EQ(error["subject"], "l/sub/Basson.aif");
-    EXPECT_EQ(error["suggestions"], (JSON{"Bassoon.aif", "Bass.aif"}));
-  }
   for (const Words& wrong : {Words{"info", "id:1x"}, Words{"info", "file:///%zz"}, Words{"info", "l"}}) {
     EXPECT_EQ(program.run(wrong).code, 2);
   }
+  const auto fails = [&](const Words& arguments) {
+    const JSON error = program.told(arguments, 3)["error"];
+    EXPECT_EQ(error["message"], "no such loop");
+    EXPECT_EQ(error["subject"], "l/sub/Basson.aif");
+    EXPECT_EQ(error["suggestions"], (JSON{"Bassoon.aif", "Bass.aif"}));
+  };
+  for (const char* command : {"info", "remove", "favorite", "family"}) fails({command, "l/sub/Basson.aif"});
+  fails({"favorite", "l/Kit's.aif", "l/sub/Basson.aif"});
+  EXPECT_EQ(program.run({"search", "--favorites"}).out, "");  // all are found before the first one is marked
 }
 
-TEST_F(LoopCommands, RemoveTakesOutRowsAndNeverFiles) {
-  const std::string bassoon = idOf("Bassoon");
-  const Outcome run = program.run({"--json", "remove", "-y", "l/Kit's.aif", "id:" + bassoon});
-  EXPECT_EQ(run.code, 0) << run.err;
-  EXPECT_EQ(run.json()["removed"], 2);
-  EXPECT_EQ(left(), Words{"Bass.aif"});
-  EXPECT_TRUE(fs::exists(program.path("l/Kit's.aif")));
-  EXPECT_EQ(program.run({"search", "-k", "Drums"}).names(), Words{});  // the end-of-run tables are new
-}
-
-TEST_F(LoopCommands, RemoveTakesFoldersMissingFilesAndPackages) {
+TEST_F(LoopCommands, InfoSaysWhyAFileHasNoRecordAndGoesOn) {
+  program.add("l/bad.aif", fixture::bytesOf("FORM?"));
+  program.add("l/text.txt", fixture::bytesOf("x"));
   fs::remove(program.path("l/sub/Bass.aif"));
-  EXPECT_EQ(program.run({"--json", "remove", "-n", "--missing"}).json()["loops"][0]["path"],
-            program.path("l/sub/Bass.aif"));
-  EXPECT_EQ(program.run({"--json", "remove", "-y", "l/Kit's.aif", "--missing"}).json()["removed"], 0);
-  EXPECT_EQ(program.run({"--json", "remove", "-y", "l/Kit's.aif", "--crate", "Sub"}).json()["removed"], 0);
-  EXPECT_EQ(program.run({"--json", "remove", "-n", "l", "--crate", "Sub"}).json()["removed"], 2);
-  EXPECT_EQ(left().size(), 3u);
-  EXPECT_EQ(program.run({"remove", "-y", "--missing", "l"}).code, 0);
-  EXPECT_EQ(left(), (Words{"Bassoon.aif", "Kit's.aif"}));
+  const JSON files = program.told({"info", "l/bad.aif", "l/text.txt", "l/sub/Bass.aif", "l/Kit's.aif"}, 4)["files"];
+  const char* reasons[] = {"malformed", "unsupported", "notFound"};
+  for (size_t index : {0, 1, 2}) {
+    EXPECT_EQ(files[index]["failure"]["reason"], reasons[index]);
+    EXPECT_EQ(files[index].contains("row"), index == 2);
+  }
+  EXPECT_TRUE(files[3].contains("record"));
+}
+
+TEST_F(LoopCommands, MarksArePrintedAsTheyAreThenAndOnlyTheNamedOneChanges) {
+  const std::string loop = program.path("l/Kit's.aif"), comment = "\"it's\"\t%@ 100%\nend";
+  const std::pair<Words, std::string> cases[] = {
+      {{"favorite", loop}, "yes\t0\t"},
+      {{"rate", loop, "5", "-n"}, "yes\t5\t"},
+      {{"rate", idOf("Kit"), "4"}, "yes\t4\t"},
+      {{"comment", "file://" + loop, comment}, "yes\t4\t\"it's\"\uFFFD%@ 100%\uFFFDend"},
+      {{"comment", loop, "--", "-6 dB"}, "yes\t4\t-6 dB"},
+      {{"favorite", "--off", loop}, "no\t4\t-6 dB"},
+      {{"rate", "--clear", loop}, "no\t0\t-6 dB"},
+      {{"comment", "--clear", loop}, "no\t0\t"},
+  };
+  for (const auto& [arguments, printed] : cases) EXPECT_EQ(program.run(arguments).out, loop + "\t" + printed + "\n");
+  const Outcome listed =
+      program.run({"--json", "rate", loop, "-", "-0", "3"}, std::string("l/sub/Bass.aif\0l/Kit's.aif", 26));
+  const JSON marks = listed.json();
+  EXPECT_EQ(marks["schema"], "veskloops.marks/1");
+  ASSERT_EQ(marks["loops"].size(), 2u) << "each once" << listed.err;
+  EXPECT_EQ(marks["loops"][1]["rating"], 3);
+  EXPECT_EQ(program.told({"rate", "-n", loop, "3"})["loops"][0]["changed"], false);
+  for (const Words& wrong : {Words{"rate", loop},
+                             {"rate", loop, "6"},
+                             {"rate", loop, "-1"},
+                             {"rate", loop, "3.0"},
+                             {"rate", loop, ""},
+                             {"rate", "3"},
+                             {"rate", "--clear"},
+                             {"comment", loop},
+                             {"favorite"}}) {
+    EXPECT_EQ(program.run(wrong).code, 2) << testing::PrintToString(wrong);
+  }
+}
+
+TEST_F(LoopCommands, RemoveTakesLoopsFoldersMissingFilesAndPackages) {
+  fs::remove(program.path("l/sub/Bass.aif"));
+  struct Case {
+    Words arguments;
+    int removed;
+    Words left;
+  };
+  const Words all = left();
+  for (const auto& [arguments, removed, rest] :
+       {Case{{"-n", "--missing"}, 1, all}, Case{{"-y", "l/Kit's.aif", "--missing"}, 0, all},
+        Case{{"-y", "l/Kit's.aif", "--crate", "Sub"}, 0, all}, Case{{"-n", "l", "--crate", "Sub"}, 2, all},
+        Case{{"-y", "--missing", "l"}, 1, {"Bassoon.aif", "Kit's.aif"}},
+        Case{{"-y", idOf("Kit"), "l/Kit's.aif"}, 1, {"Bassoon.aif"}}}) {
+    Words whole = {"remove"};
+    whole.insert(whole.end(), arguments.begin(), arguments.end());
+    const JSON told = program.told(whole);
+    EXPECT_EQ(told["removed"], removed);
+    EXPECT_EQ(told["loops"].size(), static_cast<size_t>(removed));
+    EXPECT_EQ(left(), rest);
+  }
+  EXPECT_TRUE(fs::exists(program.path("l/Kit's.aif")));
   fs::remove_all(program.path("l/sub"));  // a folder that is gone still names its rows
-  EXPECT_EQ(program.run({"remove", "-y", "l/sub"}).code, 0);
-  EXPECT_EQ(left(), Words{"Kit's.aif"});
-  EXPECT_EQ(program.run({"crates", "--json"}).json()["crates"], JSON::array());  // empty packages go, too
+  EXPECT_EQ(program.run({"remove", "-y", "l/sub"}).out, "1 removed\n");
 }
 
 TEST_F(LoopCommands, RemoveAsksOnATerminalAndNeedsYesElsewhere) {
@@ -146,6 +151,34 @@ TEST_F(LoopCommands, RemoveAsksOnATerminalAndNeedsYesElsewhere) {
   const Outcome agreed = program.runOnTerminal({"remove", "l/sub"}, "y\n");
   EXPECT_EQ(agreed.code, 0) << agreed.out;
   EXPECT_EQ(left(), Words{"Kit's.aif"});
+}
+
+TEST_F(LoopCommands, DatabaseTroubleIsToldWithANextStep) {
+  const LCConnection other = lc::openConnection(program.database(), LCOpenMode::readWriteCreate);
+  ASSERT_TRUE(LCSQLiteUtilities(other.get()).executeStatementWithNoReturnValue("BEGIN EXCLUSIVE"));
+  EXPECT_EQ(program.told({"search"}, 5)["error"]["kind"], "databaseLocked");
+  for (const Words& command : {Words{"search"},
+                               {"keywords"},
+                               {"crates"},
+                               {"family", "x"},
+                               {"remove", "-y", "l"},
+                               {"info", "id:1"},
+                               {"favorite", "id:1"}}) {
+    Words whole = {"--json", "--database", "none.db"};
+    whole.insert(whole.end(), command.begin(), command.end());
+    const Outcome run = program.run(whole);
+    EXPECT_EQ(run.code, 5);
+    EXPECT_EQ(run.json()["error"]["kind"], "databaseMissing");
+    EXPECT_NE(run.err.find("\n  "), std::string::npos) << "no next step: " << run.err;
+  }
+  EXPECT_FALSE(fs::exists(program.path("none.db")));
+  const JSON unindexed = program.told({"--database", "none.db", "info", "l/Kit's.aif"})["files"][0];
+  EXPECT_EQ(unindexed["indexed"], false);  // what the file says needs no database
+  EXPECT_EQ(unindexed["record"]["beatCount"], 8);
+  program.folder().addFile("garbage.db", std::string(4096, 'x'));
+  const Outcome index = program.run({"--database", "garbage.db", "index", "l"});
+  EXPECT_EQ(index.code, 0);
+  EXPECT_NE(index.err.find("the old file is kept as " + program.path("damaged-")), std::string::npos) << index.err;
 }
 
 }  // namespace

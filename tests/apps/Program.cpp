@@ -3,7 +3,6 @@
 #include "platform/Path.h"
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
-#include "VeskLoopManagement/database/LCStatement.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -67,15 +66,6 @@ Words Outcome::names() const {
   return result;
 }
 
-fixture::Bytes loopFile(const LoopTags& tags, const std::vector<fixture::Chunk>& more) {
-  std::vector<fixture::Chunk> chunks = {
-      fixture::chunk("basc", fixture::bascPayload(tags.beats, tags.rootNote, tags.keyType, tags.signatureTop,
-                                                  tags.signatureBottom, 1)),
-      fixture::chunk("cate", fixture::catePayload(tags.instrument, tags.subInstrument, tags.genre, tags.descriptors))};
-  chunks.insert(chunks.end(), more.begin(), more.end());
-  return fixture::aiffFile(chunks, 1, 400, 8, 100);
-}
-
 // --- Running ---
 
 void RunningProgram::write(const std::string& text) const {
@@ -126,6 +116,14 @@ void Program::become(const Words& arguments) const {
 Outcome Program::run(const Words& arguments, const std::string& input) const {
   m_folder.addFile("streams/stdin", input);
   return runInto(open(path("streams/stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), arguments);
+}
+
+JSON Program::told(const Words& arguments, int code) const {
+  Words whole = {"--json"};
+  whole.insert(whole.end(), arguments.begin(), arguments.end());
+  const Outcome outcome = run(whole);
+  EXPECT_EQ(outcome.code, code) << testing::PrintToString(arguments) << outcome.err;
+  return outcome.json();
 }
 
 Outcome Program::runWithoutReader(const Words& arguments) const {
@@ -202,13 +200,4 @@ void Program::execute(const std::string& sql) const {
   const LCConnection connection = lc::openConnection(database(), LCOpenMode::readWriteCreate);
   LCSQLiteUtilities utilities(connection.get());
   ASSERT_TRUE(utilities.executeStatementWithNoReturnValue(sql)) << utilities.lastErrorMessage().value_or("");
-}
-
-Words Program::rows(const std::string& sql) const {
-  const LCConnection connection = lc::openConnection(database(), LCOpenMode::readOnly);
-  LCStatement statement(connection.get(), sql);
-  EXPECT_TRUE(statement.isPrepared()) << sql;
-  Words result;
-  while (statement.step()) result.push_back(statement.textAt(0));
-  return result;
 }

@@ -12,6 +12,7 @@
 
 using JSON = nlohmann::json;
 using Words = std::vector<std::string>;
+using fixture::loopFile;
 
 struct Outcome {
   int code = -1;
@@ -23,21 +24,6 @@ struct Outcome {
   std::vector<JSON> jsonLines() const;
   Words names() const;  // the last components of printed paths
 };
-
-struct LoopTags {
-  std::string instrument = "Drums";
-  std::string subInstrument = "Drum Kit";
-  std::string genre = "Rock/Blues";
-  fixture::Texts descriptors = {"Dry"};
-  int16_t rootNote = 48;
-  int16_t keyType = 2;
-  int32_t beats = 8;
-  int16_t signatureTop = 4;
-  int16_t signatureBottom = 4;
-};
-
-// A loop of four seconds at one frame of 8 bits every hundredth of a second, fully tagged.
-fixture::Bytes loopFile(const LoopTags& tags = {}, const std::vector<fixture::Chunk>& more = {});
 
 // A running program whose standard input is a pipe.
 class RunningProgram {
@@ -62,6 +48,8 @@ class Program {
 
   // Relative paths are below folder(). VESKLOOPS_DATABASE names database().
   Outcome run(const Words& arguments, const std::string& input = {}) const;
+  // What it prints with --json, and how it ends.
+  JSON told(const Words& arguments, int code = 0) const;
   // Standard output is a pipe that nobody reads any more.
   Outcome runWithoutReader(const Words& arguments) const;
   RunningProgram start(const Words& arguments) const;
@@ -76,7 +64,6 @@ class Program {
   // Both create the folders above; the answer is the absolute path.
   std::string add(std::string_view relative, const fixture::Bytes& bytes = loopFile()) const;
   void execute(const std::string& sql) const;  // on the database
-  Words rows(const std::string& sql) const;    // the first column of each
 
  private:
   Outcome runInto(int output, const Words& arguments) const;

@@ -331,4 +331,25 @@ inline Bytes infoListPayload(const Pairs& entries) {
   return payload.bytes;
 }
 
+// --- A loop with all its tags ---
+
+struct LoopTags {
+  std::string instrument = "Drums";
+  std::string subInstrument = "Drum Kit";
+  std::string genre = "Rock/Blues";
+  Texts descriptors = {"Dry"};
+  int16_t rootNote = 48;
+  int16_t keyType = 2;
+  int32_t beats = 8;
+  int16_t signatureTop = 4;
+  int16_t signatureBottom = 4;
+};
+
+// An AIFF file of four seconds at one frame of 8 bits every hundredth of a second.
+inline Bytes loopFile(const LoopTags& tags = {}, const std::vector<Chunk>& more = {}) {
+  const Bytes basic = bascPayload(tags.beats, tags.rootNote, tags.keyType, tags.signatureTop, tags.signatureBottom, 1);
+  const Bytes category = catePayload(tags.instrument, tags.subInstrument, tags.genre, tags.descriptors);
+  return aiffFile(joinedChunks({chunk("basc", basic), chunk("cate", category)}, more), 1, 400, 8, 100);
+}
+
 }  // namespace fixture

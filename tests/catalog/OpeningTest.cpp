@@ -1,0 +1,153 @@
+// What is told, kept and left alone when a database cannot be used as it is.
+#include "CatalogTest.h"
+
+#include <unistd.h>
+
+#include <future>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Access = LCCatalogAccess;
+
+struct Opening : CatalogTest {
+  Opening() {
+    add("l/A.aif");
+    scan({.paths = {"l"}});
+  }
+  void copyWith(const std::string& name, const std::string& sql) {
+    fs::copy_file(file, path(name));
+    file = path(name);
+    execute(sql);
+    file = path("loops.db");
+  }
+  std::string contents() const { return vesk::path::readFile(file).value_or("none"); }
+};
+
+// Has the rights of nobody while it lives.
+struct Unprivileged {
+  Unprivileged() { EXPECT_EQ(seteuid(before == 0 ? 65534 : before), 0); }
+  ~Unprivileged() { EXPECT_EQ(seteuid(before), 0); }
+  const uid_t before = geteuid();
+};
+
+TEST_F(Opening, SaysWhatStandsInTheWayAndNeitherMakesNorChangesAnything) {
+  folder.addFile("empty.db", "");
+  folder.addFile("garbage.db", "garbage at the beginning" + contents().substr(24));
+  copyWith("foreign.db", "DROP TABLE Loops");
+  copyWith("older.db", "ALTER TABLE Loops DROP COLUMN ksLoopType");
+  copyWith("newer.db", "UPDATE DatabaseMigrationInfos SET integerValue = 100931 WHERE key = 'DATABASE_SCHEMA_VERSION'");
+  struct Case {
+    const char* place;
+    const char* kind;            // for reading
+    const char* kindForMarking;  // "-": it opens, and is written
+    const char* kindForMaking;   // the same
+  };
+  for (const auto& [place, kind, kindForMarking, kindForMaking] :
+       {Case{"none/x.db", "databaseMissing", "databaseMissing", "-"},
+        Case{"empty.db", "databaseMissing", "databaseMissing", "-"},
+        Case{"foreign.db", "databaseMissing", "databaseMissing", "-"},
+        Case{"l/A.aif/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
+        Case{"/proc/self/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
+        Case{"l", "databaseUnopenable", "databaseUnopenable", "databaseUnopenable"},
+        Case{"older.db", "databaseOlder", "-", "-"},
+        Case{"newer.db", "databaseNewer", "databaseNewer", "databaseNewer"},
+        Case{"garbage.db", "databaseDamaged", "databaseDamaged", "-"}}) {
+    file = *place == '/' ? place : path(place);
+    const std::string before = contents();
+    const auto tries = [&](const std::string& expected, const auto& opening) {
+      if (expected == "-") return;
+      const auto outcome = opening();
+      EXPECT_EQ(kindOf(outcome), expected) << place;
+      EXPECT_TRUE(outcome || (!outcome.failure().nextStep.empty() && outcome.failure().subject == file)) << place;
+      EXPECT_EQ(contents(), before) << place;
+    };
+    tries(kind, [&] { return LCCatalog::open(file); });
+    tries(kindForMarking, [&] { return LCCatalog::open(file, {.access = Access::mark}); });
+    tries("", [&] { return tryToScan({.paths = {"l/A.aif"}, .isDryRun = true}); });
+    tries(kindForMaking, [&] { return LCCatalog::open(file, {.access = Access::create}); });
+    tries(kindForMaking, [&] { return tryToScan({.paths = {"l/A.aif"}}); });
+    EXPECT_FALSE(fs::exists(path("none")));
+    if (std::string(kindForMaking) == "-") {
+      scan({.paths = {"l/A.aif"}});
+      EXPECT_EQ(names(), Rows{"A.aif"}) << place;
+      fs::remove_all(path("none"));
+    }
+  }
+}
+
+TEST_F(Opening, PutsADamagedOneAsideAndNeverDeletesIt) {
+  const std::string sound = contents(), damaged = "garbage at the beginning" + sound.substr(24);
+  for (const bool isMarked : {false, true}) {
+    for (const char* name : {"loops.db", "damaged-2.db"}) {  // a copy never begins with the name of the database
+      const TemporaryFolder place;
+      file = place.addFile(name, isMarked ? sound : damaged);
+      if (isMarked) place.addFile("LoopsDatabaseV10.db-isDamaged", "1");
+      place.addFile(name + std::string("-shm"), "shared");
+      place.addFile(name + std::string(" notes.txt"), "mine");  // no companion of the database
+      log.warnings.clear();
+      std::optional<std::string> kept;
+      if (isMarked) {
+        scan({.paths = {"l"}});
+        ASSERT_EQ(log.warnings.size(), 1u);
+        kept = log.warnings[0].substr(log.warnings[0].find('/'));
+      } else {
+        kept = open({.access = Access::create})->damagedFileKeptAs();
+      }
+      ASSERT_TRUE(kept);
+      EXPECT_FALSE(vesk::path::lastComponent(*kept).starts_with(name));
+      EXPECT_EQ(vesk::path::readFile(*kept), isMarked ? sound : damaged);
+      EXPECT_EQ(vesk::path::readFile(*kept + "-shm"), "shared");
+      EXPECT_EQ(vesk::path::readFile(file + " notes.txt"), "mine");
+      EXPECT_EQ(names(), isMarked ? Rows{"A.aif"} : Rows{});
+    }
+  }
+}
+
+TEST_F(Opening, WaitsForAnotherProgramAndThenSaysThatItIsLocked) {
+  const auto marker = open({.access = Access::mark});
+  const std::vector marked = {place("A.aif")};
+  const LCConnection other = connection();
+  LCSQLiteUtilities otherProgram(other.get());
+  ASSERT_TRUE(otherProgram.executeStatementWithNoReturnValue("BEGIN IMMEDIATE"));
+  EXPECT_EQ(names(), Rows{"A.aif"});  // readers may go on
+  ASSERT_TRUE(otherProgram.executeStatementWithNoReturnValue("COMMIT; BEGIN EXCLUSIVE"));
+  ScanLog scanLog;
+  const std::function<std::string()> waiting[] = {
+      [&] { return kindOf(LCCatalog::open(file)); },
+      [&] { return kindOf(LCCatalog::open(file, {.access = Access::mark})); },
+      [&] { return kindOf(LCCatalog::open(file, {.access = Access::create})); },
+      [&] { return kindOf(LCLibraryScan::run(file, {.paths = {path("l")}}, scanLog)); },
+      [&] { return kindOf(marker->mark(marked, {.rating = 3})); }};
+  std::vector<std::future<std::string>> kinds;
+  for (const auto& each : waiting) kinds.push_back(std::async(std::launch::async, each));
+  for (auto& kind : kinds) EXPECT_EQ(kind.get(), "databaseLocked") << &kind - kinds.data();
+}
+
+TEST_F(Opening, ReadingNeedsNoRightToWriteAndRepairsNothing) {
+  execute("DELETE FROM DatabaseMigrationInfos");  // the file-name repair is due again
+  const std::string before = contents();
+  fs::permissions(folder.path(), fs::perms{0755});
+  fs::permissions(file, fs::perms{0444});
+  const Unprivileged asNobody;
+  EXPECT_EQ(names(), Rows{"A.aif"});
+  EXPECT_EQ(contents(), before);
+  for (const auto access : {Access::mark, Access::create}) {
+    EXPECT_EQ(kindOf(LCCatalog::open(file, {.access = access})), "databaseUnopenable");
+  }
+  file = path("new.db");
+  EXPECT_EQ(kindOf(LCCatalog::open(file, {.access = Access::create})), "databaseUnopenable");
+}
+
+TEST_F(Opening, ASnapshotKeepsSeeingTheStateOfItsFirstQuestion) {
+  execute("PRAGMA journal_mode = WAL");
+  const auto snapshot = open({.holdsSnapshot = true}), usual = open();
+  const auto inSnapshot = valueOf(snapshot->search({})), result = valueOf(usual->search({}));
+  execute("UPDATE Loops SET fileName = 'B.aif'");
+  EXPECT_TRUE(inSnapshot.isCurrent());
+  EXPECT_FALSE(result.isCurrent());
+  EXPECT_EQ(names(*snapshot), Rows{"A.aif"});
+  EXPECT_EQ(names(*usual), Rows{"B.aif"});
+}
+
+}  // namespace

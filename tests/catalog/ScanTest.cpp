@@ -1,0 +1,181 @@
+// What scans walk, write, copy, take out and count.
+#include "catalog/FileStates.h"
+#include "CatalogTest.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
+
+#include <sys/stat.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Scan : CatalogTest {
+  // The counts that are not 0, by name.
+  static std::map<std::string, int64_t> counts(const LCScanReport& report) {
+    std::map<std::string, int64_t> counts = {{"walked", report.walked},
+                                             {"indexed", report.indexed},
+                                             {"unchanged", report.unchanged},
+                                             {"removed", report.removed},
+                                             {"carried", report.carried},
+                                             {"untagged", report.untagged},
+                                             {"failed", report.failed},
+                                             {"unsupported", report.unsupported},
+                                             {"interrupted", report.isInterrupted},
+                                             {"groups", std::ssize(report.sameIdentity.pathsOfLoop)}};
+    std::erase_if(counts, [](const auto& each) { return each.second == 0; });
+    return counts;
+  }
+  using Counts = std::map<std::string, int64_t>;
+};
+
+TEST_F(Scan, CountsEveryFileOnceAndSaysWhyTheBrokenOnesAreNotIn) {
+  add("loops/A.aif");
+  add("loops/sub/B.aif", loopFile({.genre = "Jazz"}));
+  add("loops/C.aif", fixture::aiffFile());
+  for (const char* name : {"loops/notes.txt", "loops/broken.aif", "loops/empty.wav", "loops/._A.aif"}) {
+    folder.addFile(name, std::string_view(name).ends_with("wav") ? "" : "FORM");
+  }
+  add("loops/__MACOSX/D.aif");
+  add("outside/E.aif");
+  fs::create_symlink("nowhere.aif", path("loops/gone.aif"));
+  fs::create_directory_symlink("../loops", path("loops/cycle"));
+  fs::create_directory_symlink("sub", path("loops/alias"));  // comes before "sub" by name
+  fs::create_directory_symlink("../outside", path("loops/more"));
+  ASSERT_EQ(mkfifo(path("loops/pipe.aif").c_str(), 0600), 0);  // reading it would wait for ever
+  const auto report = scan({.paths = {"loops", "none.aif", "loops/pipe.aif", "loops/sub"}});
+  EXPECT_EQ(counts(report),
+            (Counts{{"walked", 10}, {"indexed", 3}, {"untagged", 1}, {"unsupported", 1}, {"failed", 5}}));
+  EXPECT_EQ(log.failures, (Rows{"broken.aif: malformed", "empty.wav: malformed", "gone.aif: unreadable",
+                                "none.aif: notFound", "pipe.aif: unreadable"}));
+  EXPECT_EQ(paths(), (Rows{"loops/A.aif", "loops/sub/B.aif", "loops/more/E.aif"}));
+  EXPECT_EQ(names({.keywords = {"Jazz"}}), Rows{"B.aif"});  // the end-of-run tables are there
+}
+
+TEST_F(Scan, ADryRunTellsWhatItLeavesOutAndChangesNothing) {
+  for (const char* path : {"l/a.aif", "l/old/b.aif", "l/x/old/c.aif", "l/x/d.aif", "l/e.wav"}) add(path);
+  struct Case {
+    Rows patterns;
+    int64_t walked;
+  };
+  for (const auto& [patterns, walked] : {Case{{}, 5}, Case{{"old"}, 3}, Case{{"x/old"}, 4}, Case{{"*.wav", "x"}, 2}}) {
+    EXPECT_EQ(scan({.paths = {"l"}, .excludedPatterns = patterns, .isDryRun = true}).walked, walked);
+  }
+  const auto told = scan({.paths = {"l"}, .package = "X", .copyTo = "out", .prunes = true, .isDryRun = true});
+  EXPECT_EQ(counts(told), (Counts{{"walked", 5}, {"indexed", 4}, {"untagged", 1}}));
+  EXPECT_FALSE(fs::exists(file) || fs::exists(path("out")) || fs::exists(environment->cacheFolder()));
+}
+
+TEST_F(Scan, FilesOfOneIdentityAreToldOnlyWhileBothAreThere) {
+  const std::string one = add("l/one/Same.aif"), two = add("l/two/Same.aif");
+  const auto groups = scan({.paths = {"l"}}).sameIdentity.pathsOfLoop;
+  ASSERT_EQ(groups.size(), 1u);
+  EXPECT_EQ(groups.begin()->second, (std::set<std::string>{one, two}));
+  EXPECT_EQ(paths(), Rows{"l/two/Same.aif"});
+  fs::remove(two);  // as if it had been moved to "one"
+  EXPECT_EQ(counts(scan({.paths = {"l"}})), (Counts{{"walked", 1}, {"indexed", 1}}));
+  EXPECT_EQ(paths(), Rows{"l/one/Same.aif"});
+}
+
+TEST_F(Scan, APackageIsMadeOnceAndFoundByNameAndIdentifier) {
+  for (const char* name : {"a/A.aif", "b/B.aif", "c/C.aif"}) add(name);
+  const std::string name = "My \"own\" it's", identifier = "com.vireo.loops.UserDomain.User LoopsMy \"own\" it's";
+  scan({.paths = {"a"}, .package = name});
+  scan({.paths = {"b"}, .package = "my \"OWN\" it's"});
+  scan({.paths = {"c"}, .package = identifier});
+  EXPECT_EQ(valueOf(open()->packages()), (std::vector<LCPackage>{{identifier, name, "User Loops", false, 3}}));
+  EXPECT_EQ(names({.package = name}), (Rows{"A.aif", "B.aif", "C.aif"}));
+  EXPECT_EQ(kindOf(tryToScan({.paths = {"a"}, .package = ""})), "usage");
+  const auto unknown = tryToScan({.paths = {"a"}, .package = "com.vireo.loops.X"});  // no name, and no known identifier
+  EXPECT_EQ(kindOf(unknown), "notFound");
+}
+
+TEST_F(Scan, CopiesAndMovesAreIndexedAndNothingIsOverwritten) {
+  add("src/sub/A.aif");
+  add("src/it's.aif", loopFile({.genre = "Funk"}));
+  add("N.aif", loopFile({.genre = "Urban"}));
+  scan({.paths = {"N.aif"}, .package = "Kept"});
+  folder.addFile("taken/file", "x");
+  fs::create_symlink(path("nowhere/N.aif"), path("taken/N.aif"));
+  const Rows copies = {"out/sub/A.aif", "src/out/it's.aif"};
+  struct Case {
+    const char* from;
+    const char* to;
+    bool moves;
+    Rows failures;
+    Rows stored;  // where the rows lead then
+  };
+  const Rows inside = {"src/out/sub/A.aif", "src/out/it's.aif", "N.aif"};
+  for (const auto& [from, to, moves, failures, stored] :
+       {Case{"src", "src/out", false, {}, inside},
+        // Again: the copies are there already and stay indexed; the folder of the copies is not copied into itself.
+        Case{"src", "src/out", false, {}, inside},
+        Case{"src/out/sub/A.aif", "src/sub", true, {}, {"src/sub/A.aif", "src/out/it's.aif", "N.aif"}},
+        Case{"src/sub/A.aif", "moved", true, {}, {"moved/A.aif", "src/out/it's.aif", "N.aif"}},
+        Case{"N.aif", "taken/file", false, {"N.aif: copyFailed"}, {"moved/A.aif", "src/out/it's.aif", "N.aif"}},
+        Case{"N.aif", "taken", true, {"N.aif: destinationExists"}, {"moved/A.aif", "src/out/it's.aif", "N.aif"}}}) {
+    const auto report = scan({.paths = {from}, .copyTo = to, .movesInsteadOfCopying = moves});
+    EXPECT_EQ(log.failures, failures);
+    EXPECT_EQ(paths(), stored) << from << " to " << to;
+  }
+  EXPECT_FALSE(fs::exists(path("src/sub/A.aif")));
+  EXPECT_TRUE(fs::exists(path("N.aif")));
+  EXPECT_EQ(names({.package = "Kept"}), Rows{"N.aif"});  // what could not be copied is as it was
+  add("other/it's.aif", loopFile({.genre = "Jazz"}));
+  scan({.paths = {"other"}, .copyTo = "src/out"});
+  EXPECT_EQ(log.failures, Rows{"it's.aif: destinationExists"});
+  EXPECT_EQ(names({.genre = "Jazz"}), Rows{});
+}
+
+TEST_F(Scan, PruningTakesOutWhatIsGoneBelowTheFolderOnlyAndKeepsPlaceholders) {
+  for (const char* path : {"l/A.aif", "l/B.aif", "l/D.aif", "l2/C.aif"}) add(path);
+  const fixture::Pairs tags = {{"category", "Drums"}, {"beat count", "4"}};
+  add("l/Web.caf", fixture::cafFile({fixture::chunk("uuid", fixture::searchInfoPayload(tags)),
+                                     fixture::chunk("uuid", fixture::uuidPayload(fixture::kWebLoopID))}));
+  EXPECT_EQ(scan({.paths = {"l", "l2"}}).indexed, 5);
+  for (const char* gone : {"l/A.aif", "l/D.aif", "l2/C.aif", "l/Web.caf"}) fs::remove(path(gone));
+  EXPECT_EQ(scan({.paths = {"l"}, .prunes = true, .isDryRun = true}).removed, 2);
+  EXPECT_EQ(names().size(), 5u);
+  EXPECT_EQ(scan({.paths = {"l"}, .prunes = true, .batchSize = 1}).removed, 2);
+  EXPECT_EQ(names(), (Rows{"B.aif", "C.aif", "Web.caf"}));
+}
+
+TEST_F(Scan, WithoutWordsOfThePathAFileMayHaveNoTags) {
+  add("Drums/plain.aif", fixture::aiffFile());
+  EXPECT_EQ(counts(scan({.paths = {"Drums"}, .readsPathKeywords = false})), (Counts{{"walked", 1}, {"untagged", 1}}));
+  EXPECT_TRUE(LCFileParser::allowsKeywordExtractionFromPath());
+  EXPECT_EQ(scan({.paths = {"Drums"}}).indexed, 1);
+}
+
+TEST_F(Scan, EndsBetweenTwoFilesAndKeepsWhatItFinished) {
+  Rows list = {add("A.aif"), add("B.aif"), path("none.aif"), add("C.aif")};
+  for (const int64_t batchSize : {1, 500}) {
+    auto next = list.begin();
+    log.mayGoOn = [&] { return next - list.begin() < 3; };
+    const LCScanRequest request{.paths = {},
+                                .nextPath = [&] { return next == list.end() ? std::nullopt : std::optional(*next++); },
+                                .prunes = true,
+                                .batchSize = batchSize};
+    EXPECT_EQ(counts(scan(request)), (Counts{{"walked", 3}, {"indexed", 2}, {"failed", 1}, {"interrupted", 1}}));
+    EXPECT_EQ(names({.keywords = {"Dry"}}), (Rows{"A.aif", "B.aif"}));
+  }
+}
+
+// The database ends the transaction of itself when the second file is written.
+TEST_F(Scan, ABatchThatFailsEndsTheScanAndNothingIsRememberedOfItsFiles) {
+  add("First.aif");
+  scan({.paths = {"First.aif"}});
+  execute(
+      "CREATE TRIGGER refusing BEFORE INSERT ON Loops WHEN NEW.fileName = 'Z.aif' "
+      "BEGIN SELECT RAISE(ROLLBACK, 'refused'); END");
+  for (const char* name : {"l/A.aif", "l/B.aif", "l/Z.aif"}) add(name);
+  for (const int64_t batchSize : {3, 2}) {
+    EXPECT_EQ(kindOf(tryToScan({.paths = {"l"}, .batchSize = batchSize})), "database");
+    EXPECT_EQ(names(), batchSize == 3 ? Rows{"First.aif"} : (Rows{"A.aif", "B.aif", "First.aif"}));
+    lc::FileStates states(file, lc::FileStates::Use::readOnly);
+    const bool isRemembered = states.fileWithURL("file://" + path("l/A.aif")).has_value();
+    EXPECT_EQ(isRemembered, batchSize == 2);
+    EXPECT_TRUE(states.fileWithURL("file://" + path("First.aif")));
+  }
+}
+
+}  // namespace
