@@ -1,8 +1,8 @@
 #include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include "fileio/LCSDIIParser.h"
-#include "fileio/MurmurHash.h"
 #include "VeskLoopManagement/fileio/LCRexFileParser.h"
+#include "VeskLoopManagement/fileio/MurmurHash.h"
 #include "VeskLoopManagement/platform/audiofile/MemoryBytes.h"
 
 #include "ParserFixture.h"
@@ -147,7 +147,7 @@ TEST(LCFileParser, AdditionalLoopDataSetsEveryFieldItHasAndClearsTheOthers) {
 }
 
 TEST(LCFileParser, AFileThatDoesNotOpenHasNoParserButAReason) {
-  const LoopFile file("q.caf", bytesOf("caff"));
+  const ParsedFile file("q.caf", bytesOf("caff"));
   LCParserFailure failure;
   EXPECT_EQ(LCFileParser::fileParserForURL(file.url(), kFileTypeCAF, &failure), nullptr);
   EXPECT_EQ(failure.reason, LCParserFailure::Reason::malformed);
@@ -191,13 +191,13 @@ TEST(LCMetaDataParser, AnswersTheArchivedRecordUntouched) {
   EXPECT_EQ(record.bpm, 96.5f);
   EXPECT_EQ(tagsOf(record), "Drums|-|-|-|-|-|");
   EXPECT_EQ(record.hash, -42);
-  const LoopFile other("q.loopdata", archiveNamed("geninst-drummer.archive"));
+  const ParsedFile other("q.loopdata", archiveNamed("geninst-drummer.archive"));
   EXPECT_EQ(LCFileParser::fileParserForURL(other.url())->fileData(), nullptr);
 }
 
 TEST(LCRexFileParser, AnswersWhatTheAdapterFilledInAsAPlainAudioLoop) {
   const SwitchGuard guard;
-  const LoopFile file("Drums/q.rx2", bytesOf("CAT "));
+  const ParsedFile file("Drums/q.rx2", bytesOf("CAT "));
   EXPECT_EQ(LCFileParser::fileParserForURL(file.url()), nullptr) << "no adapter";
   LCRexFileParser::registerREXFileAdapterClass([] { return std::make_unique<Adapter>(); });
   const LCFileData record = file.record();
