@@ -7,8 +7,8 @@
 // database of
 //   end_of_run/10000, /100000, with --large also /1000000 loops
 #include "BenchFolder.h"
+#include "BenchLoops.h"
 #include "LoopDatabases.h"
-#include "LoopFiles.h"
 
 #include "platform/Path.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
@@ -43,36 +43,36 @@ bool indexLoopFiles(LCFileIndexing& indexer, const vesk::URL& folder) {
 }
 
 void indexIntoEmptyDatabase(benchmark::State& state) {
-  const vesk::URL folder = vesk::URL::fileURLWithPath(loopFilesFolder());
+  const vesk::URL folder = vesk::URL::fileURLWithPath(benchLoopsFolder());
   for (auto _ : state) {
     state.PauseTiming();
     auto indexer = indexerFor(emptyDatabasePath());
     state.ResumeTiming();
     if (!indexer || !indexLoopFiles(*indexer, folder)) state.SkipWithError("not every file was indexed");
   }
-  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kLoopFileCount));
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kBenchLoopCount));
 }
 
 void indexAgain(benchmark::State& state) {
-  const vesk::URL folder = vesk::URL::fileURLWithPath(loopFilesFolder());
+  const vesk::URL folder = vesk::URL::fileURLWithPath(benchLoopsFolder());
   const auto indexer = indexerFor(emptyDatabasePath());
   if (!indexer || !indexLoopFiles(*indexer, folder)) state.SkipWithError("not every file was indexed");
   for (auto _ : state) {
     if (!indexLoopFiles(*indexer, folder)) state.SkipWithError("not every file was indexed");
   }
-  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kLoopFileCount));
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kBenchLoopCount));
 }
 
 template <typename Work>
 void walk(benchmark::State& state, const Work& work) {
-  const std::string folder = loopFilesFolder();
+  const std::string folder = benchLoopsFolder();
   for (auto _ : state) {
     for (const std::string& subpath : vesk::path::subpaths(folder)) {
       const std::string path = vesk::path::appending(folder, subpath);
       if (!vesk::path::isDirectory(path) && !work(path)) state.SkipWithError("a file could not be read");
     }
   }
-  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kLoopFileCount));
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kBenchLoopCount));
 }
 
 bool parse(const std::string& path) {

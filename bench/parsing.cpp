@@ -4,7 +4,7 @@
 //   enhanced/…      the same with the bulky payloads
 //   floor/…         open, read the first and the last 1 KiB, close: the bytes that hold headers and tags
 //   sf_open/…       libsndfile opens and closes the same file (headers and its own text chunks; it knows no loop tags)
-#include "LoopFiles.h"
+#include "BenchLoops.h"
 
 #include "VeskLoopManagement/fileio/LCFileParser.h"
 #include "VeskLoopManagement/platform/URL.h"
@@ -62,7 +62,7 @@ bool openWithSndfile(const std::string& path) {
 }
 
 void registerContainer(const std::string& extension) {
-  const auto files = std::make_shared<std::vector<std::string>>(loopFiles(extension));
+  const auto files = std::make_shared<std::vector<std::string>>(benchLoops(extension));
   const auto add = [&](const std::string& name, auto work) {
     benchmark::RegisterBenchmark((name + "/" + extension).c_str(), [files, work](benchmark::State& state) {
       forEachFile(state, *files, work);

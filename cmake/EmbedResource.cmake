@@ -1,6 +1,7 @@
 # Turns a file into a C++ source that defines its bytes. Run with cmake -P and these definitions:
 #   INPUT, OUTPUT  the file to read and the source to write
 #   SYMBOL         name of the array; SYMBOL_len is its length
+#   HEADER         the public header that declares it; without one it stays within the library
 #   MODE           "translation": INPUT is a table of lines "key = keyword[, keyword]", embedded as a property list of
 #                  keys to keywords, filled up with blanks to SIZE bytes and scrambled. Otherwise the bytes as they are.
 
@@ -72,12 +73,17 @@ string(LENGTH "${bytes}" digits)
 math(EXPR length "${digits} / 2")
 string(REGEX REPLACE "(................................)" "\\1\n" bytes "${bytes}")
 string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${bytes}")
-file(WRITE ${OUTPUT} "// Made from ${INPUT}; changes here are lost.
-#include <cstdint>
+if(HEADER)
+  set(declarations "#include \"${HEADER}\"\n")
+else()
+  set(declarations "#include <cstdint>
 
 extern const unsigned char ${SYMBOL}[];
 extern const uint32_t ${SYMBOL}_len;
-
+")
+endif()
+file(WRITE ${OUTPUT} "// Made from ${INPUT}; changes here are lost.
+${declarations}
 const unsigned char ${SYMBOL}[] = {
 ${bytes}
 };

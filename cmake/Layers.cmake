@@ -1,5 +1,5 @@
-# A layer is a folder of src/. Layers are object libraries, compiled once, and are put together to the one library that hosts
-# link, or, layer by layer, to the test programs.
+# A layer is a folder of src/ with its public headers. Layers are object libraries, compiled once, and are put together to
+# the library that hosts link (Library.cmake), or, layer by layer, to the test programs.
 set(VESK_LAYERS "" CACHE INTERNAL "layers, from left to right")
 
 function(vesk_add_layer name)
@@ -42,33 +42,4 @@ function(vesk_link_layers target last)
       return()
     endif()
   endforeach()
-endfunction()
-
-# VeskLoopManagement::VeskLoopManagement, static or shared as BUILD_SHARED_LIBS says, with headers and a CMake package.
-function(vesk_add_library)
-  set(objects)
-  foreach(layer IN LISTS VESK_LAYERS)
-    list(APPEND objects $<TARGET_OBJECTS:vesk_${layer}>)
-  endforeach()
-  add_library(VeskLoopManagement ${objects})
-  add_library(VeskLoopManagement::VeskLoopManagement ALIAS VeskLoopManagement)
-  set_target_properties(VeskLoopManagement PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-                                                      LINKER_LANGUAGE CXX)
-  target_compile_features(VeskLoopManagement PUBLIC cxx_std_20)
-  target_include_directories(
-    VeskLoopManagement PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
-                              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-  target_link_libraries(VeskLoopManagement PUBLIC ICU::i18n ICU::uc SQLite::SQLite3 EXPAT::EXPAT fmt::fmt)
-
-  include(CMakePackageConfigHelpers)
-  set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VeskLoopManagement)
-  install(TARGETS VeskLoopManagement EXPORT VeskLoopManagementTargets)
-  install(EXPORT VeskLoopManagementTargets NAMESPACE VeskLoopManagement:: DESTINATION ${package_dir})
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/VeskLoopManagement DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-  configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/VeskLoopManagementConfig.cmake.in
-                                ${PROJECT_BINARY_DIR}/VeskLoopManagementConfig.cmake INSTALL_DESTINATION ${package_dir})
-  write_basic_package_version_file(${PROJECT_BINARY_DIR}/VeskLoopManagementConfigVersion.cmake
-                                   COMPATIBILITY SameMinorVersion)
-  install(FILES ${PROJECT_BINARY_DIR}/VeskLoopManagementConfig.cmake
-                ${PROJECT_BINARY_DIR}/VeskLoopManagementConfigVersion.cmake DESTINATION ${package_dir})
 endfunction()

@@ -10,6 +10,7 @@
 #include "fileio/LCSearchInfo.h"
 #include "fileio/TempoFromFileName.h"
 #include "VeskLoopManagement/model/LCFileData.h"
+#include "VeskLoopManagement/model/LCTimeSignature.h"
 
 #include "Require.h"
 
@@ -38,7 +39,7 @@ void roundTrip(Payload payload) {
 void readSearchInfo(Payload payload) {
   for (const auto& [key, items] : LCSearchInfo::decode(payload).entries) {
     require(!items.empty());  // every value has at least one item
-    (void)rootNoteFromKeySignature(items.front());
+    (void)lc::rootNoteFromKeySignature(items.front());
     (void)LCTimeSignature::fromText(items.front());
   }
   roundTrip<LCSearchInfo>(payload);

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "LoopFile.h"
 #include "Synth.h"
+#include "TaggedAudio.h"
 
 namespace {
 
@@ -90,7 +90,7 @@ bool makeFamily(const std::filesystem::path& root, const Family& family) {
     if (std::filesystem::exists(path, error)) continue;
     demo::Recipe recipe = family.recipe;
     recipe.variant = variant;
-    if (!demo::writeLoopFile(path, family.container, demo::rendered(recipe), tagsOf(family, title))) {
+    if (!demo::writeTaggedAudio(path, family.container, demo::rendered(recipe), tagsOf(family, title))) {
       std::fprintf(stderr, "demoloops: error: cannot write %s\n", path.c_str());
       return false;
     }

@@ -1,12 +1,12 @@
 #include "Progress.h"
 
 #include "Output.h"
-#include "platform/Path.h"
 #include "TerminalText.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 
 namespace {
 
@@ -107,6 +107,6 @@ std::string Progress::line() const {
       text += "  ETA " + clockText(static_cast<int64_t>(static_cast<double>(*m_total - m_done) / rate) + 1);
     }
   }
-  if (!m_path.empty()) text += "  " + printable(vesk::path::lastComponent(m_path));
+  if (!m_path.empty()) text += "  " + printable(std::filesystem::path(m_path).filename().string());
   return text;
 }

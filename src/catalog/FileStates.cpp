@@ -1,7 +1,7 @@
 #include "catalog/FileStates.h"
 
-#include "fileio/MurmurHash.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/fileio/MurmurHash.h"
 #include "VeskLoopManagement/platform/Environment.h"
 
 #include <fcntl.h>

@@ -5,6 +5,8 @@
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/platform/Environment.h"
 
+#include <fmt/format.h>
+
 #include <mutex>
 #include <utility>
 
@@ -34,7 +36,7 @@ void keep(std::optional<std::string> Places::*place, std::optional<std::string> 
 }
 
 std::string loudnessFileIn(const std::string& folder) {
-  return vesk::path::appending(folder, kLoudnessDatabaseFileName + "." + kLoudnessDatabaseExtension);
+  return vesk::path::appending(folder, fmt::format("{}.{}", kLoudnessDatabaseFileName, kLoudnessDatabaseExtension));
 }
 
 void keepLoudnessFolder(std::optional<std::string> Places::*place, const std::optional<std::string>& folder) {

@@ -20,16 +20,16 @@ std::atomic<unsigned char> s_chineseTranscriptEnabled = 0;
 
 // --- Tables
 
-bool execute(sqlite3* connection, const std::string& sql) {
-  return lc::runner::succeeds(connection, sql);
+bool execute(sqlite3* connection, std::string_view sql) {
+  return lc::runner::succeeds(connection, std::string(sql));
 }
 
-bool createTable(sqlite3* connection, const std::string& format, const std::string& name) {
+bool createTable(sqlite3* connection, std::string_view format, std::string_view name) {
   return execute(connection, lc::sqlFormat(format, {"", name}));
 }
 
 struct Column {
-  const std::string& name;
+  std::string_view name;
   const char* type;
 };
 
@@ -147,26 +147,27 @@ bool createAllTables(sqlite3* connection, int64_t schemaVersion) {
 }
 
 // The name in "CREATE … IF NOT EXISTS name …".
-std::string createdName(std::string_view statement) {
+std::string_view createdName(std::string_view statement) {
   constexpr std::string_view kBeforeName = "EXISTS ";
   const size_t begin = statement.find(kBeforeName) + kBeforeName.size();
-  return std::string(statement.substr(begin, statement.find_first_of(" (", begin) - begin));
+  return statement.substr(begin, statement.find_first_of(" (", begin) - begin);
 }
 
-std::set<std::string> neededNames() {
-  std::set<std::string> names = {kDefaultLoopsTablename,    kDefaultTaggingTablename,
-                                 kDefaultKeywordsTablename, kDefaultLoopsKeywordsTablename,
-                                 kDefaultCratesTableName,   kDefaultCrateLoopRelationTablename};
-  for (const std::string& statement : {kCreateKeywordDistriubtionTableString, kCreateDatabaseMigrationInfosTableString,
-                                       kCreateUserDataTableString, kCreateLoopsIndexString}) {
+std::set<std::string_view> neededNames() {
+  std::set<std::string_view> names = {kDefaultLoopsTablename,    kDefaultTaggingTablename,
+                                      kDefaultKeywordsTablename, kDefaultLoopsKeywordsTablename,
+                                      kDefaultCratesTableName,   kDefaultCrateLoopRelationTablename};
+  for (const std::string_view statement :
+       {kCreateKeywordDistriubtionTableString, kCreateDatabaseMigrationInfosTableString, kCreateUserDataTableString,
+        kCreateLoopsIndexString}) {
     names.insert(createdName(statement));
   }
-  for (const std::string& trigger : kCreateLoopsTriggerStrings) names.insert(createdName(trigger));
+  for (const std::string_view trigger : kCreateLoopsTriggerStrings) names.insert(createdName(trigger));
   return names;
 }
 
 bool hasAllNames(sqlite3* connection) {
-  std::set<std::string> missing = neededNames();
+  std::set<std::string_view> missing = neededNames();
   LCStatement names(connection, "SELECT name FROM sqlite_master;");
   while (names.step()) missing.erase(names.textAt(0));
   return names.succeeded() && missing.empty();
@@ -199,10 +200,10 @@ bool generate(sqlite3* connection, int64_t schemaVersion) {
 }
 
 bool drop(sqlite3* connection) {
-  const std::string tables[] = {
+  const std::string_view tables[] = {
       kDefaultLoopsTablename,  kDefaultTaggingTablename,           kDefaultLoopsKeywordsTablename,
       kDefaultCratesTableName, kDefaultCrateLoopRelationTablename, kDefaultKeywordsTablename};
-  return std::all_of(std::begin(tables), std::end(tables), [connection](const std::string& table) {
+  return std::all_of(std::begin(tables), std::end(tables), [connection](std::string_view table) {
     return execute(connection, lc::sqlFormat("DROP TABLE IF EXISTS %@;", {table}));
   });
 }
@@ -217,7 +218,7 @@ void fillKeywords(sqlite3* connection) {
 }
 
 void addTriggers(sqlite3* connection) {
-  for (const std::string& trigger : kCreateLoopsTriggerStrings) LCStatement(connection, trigger).run();
+  for (const std::string_view trigger : kCreateLoopsTriggerStrings) LCStatement(connection, trigger).run();
 }
 
 bool createIndex(sqlite3* connection) {
@@ -225,13 +226,13 @@ bool createIndex(sqlite3* connection) {
 }
 
 // An unreadable schema counts as "present", so that callers do not recreate tables in a database that they cannot read.
-bool hasTable(const std::string& table, const std::optional<std::string>& database, sqlite3* connection) {
+bool hasTable(std::string_view table, const std::optional<std::string>& database, sqlite3* connection) {
   if (connection == nullptr || table.empty()) return false;
   LCStatement statement(connection, lc::sqlFormat("PRAGMA %@.table_info(%@);", {database.value_or("main"), table}));
   return !statement.isPrepared() || statement.step();
 }
 
-bool hasColumn(const std::string& column, const std::string& table, const std::optional<std::string>& database,
+bool hasColumn(std::string_view column, std::string_view table, const std::optional<std::string>& database,
                sqlite3* connection) {
   if (connection == nullptr || table.empty() || column.empty()) return false;
   LCStatement statement(connection,
@@ -241,8 +242,8 @@ bool hasColumn(const std::string& column, const std::string& table, const std::o
 }
 
 // A statement that does not compile counts as success, so that callers go on with their next step.
-bool extend(const std::string& table, const std::optional<std::string>& database, const std::string& column,
-            const std::string& type, sqlite3* connection) {
+bool extend(std::string_view table, const std::optional<std::string>& database, std::string_view column,
+            std::string_view type, sqlite3* connection) {
   if (connection == nullptr || table.empty() || column.empty()) return false;
   const std::string databaseName = database.value_or("main");
   {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 struct sqlite3;
 
@@ -19,12 +20,12 @@ void fillKeywords(sqlite3* connection);
 void addTriggers(sqlite3* connection);
 bool createIndex(sqlite3* connection);
 // What cannot be looked up counts as present. `database` is "main" when missing.
-bool hasTable(const std::string& table, const std::optional<std::string>& database, sqlite3* connection);
-bool hasColumn(const std::string& column, const std::string& table, const std::optional<std::string>& database,
+bool hasTable(std::string_view table, const std::optional<std::string>& database, sqlite3* connection);
+bool hasColumn(std::string_view column, std::string_view table, const std::optional<std::string>& database,
                sqlite3* connection);
 // True unless the column is missing and could not be added.
-bool extend(const std::string& table, const std::optional<std::string>& database, const std::string& column,
-            const std::string& type, sqlite3* connection);
+bool extend(std::string_view table, const std::optional<std::string>& database, std::string_view column,
+            std::string_view type, sqlite3* connection);
 
 // Whether generated tables get a column for transcripts. Process-wide, off at first.
 void setChineseTranscriptEnabled(bool enabled);

@@ -28,8 +28,6 @@ const std::string kContentIdentifierPrefix = prefixed("");
 const std::string kFactoryIndexToolIdentifier = prefixed(".factory-index-tool");
 const std::string LCFileIndexingUserDomainSingleFilesCrateIdentifier = prefixed(".UserDomain.User LoopsSingleFiles");
 const std::string LCFileIndexingLocalDomainSingleFilesCrateIdentifier = prefixed(".LocalDomain.User LoopsSingleFiles");
-const std::string LCFileIndexingUserLoopsManufacturer = "User Loops";
-const std::string LCFileIndexingSingleFilesCrateName = "SingleFiles";
 
 std::unique_ptr<LCCrateManager> LCCrateManager::initWithDatabaseConfiguration(
     const LCDatabaseConfiguration& configuration) {
@@ -39,8 +37,8 @@ std::unique_ptr<LCCrateManager> LCCrateManager::initWithDatabaseConfiguration(
   return std::unique_ptr<LCCrateManager>(new LCCrateManager(std::move(connection)));
 }
 
-bool LCCrateManager::createCrateWithIdentifier(const std::string& identifier, const std::string& name,
-                                               const std::string& manufacturer, bool isVirtual) {
+bool LCCrateManager::createCrateWithIdentifier(std::string_view identifier, std::string_view name,
+                                               std::string_view manufacturer, bool isVirtual) {
   LCSQLiteUtilities utilities(m_connection.get());
   if (!utilities.executeStatementWithNoReturnValue(kCreateCratesSQL)) return false;
   if (!utilities.executeStatementWithNoReturnValue(kCreateCrateLoopRelationSQL)) return false;
@@ -84,9 +82,9 @@ bool LCCrateManager::removeCrateWithIdentifier(const std::string& identifier) {
           lc::sqlFormat("DELETE FROM Crates WHERE identifier = \"%@\";", {lc::sqlDoubleQuoteEscaped(identifier)}));
 }
 
-std::string LCCrateManager::crateIdentifierForManufacturer(const std::string& manufacturer,
-                                                           const std::string& crateName, bool userDomain) {
-  return prefixed(userDomain ? kUserDomain : kLocalDomain) + "." + manufacturer + crateName;
+std::string LCCrateManager::crateIdentifierForManufacturer(std::string_view manufacturer, std::string_view crateName,
+                                                           bool userDomain) {
+  return prefixed(userDomain ? kUserDomain : kLocalDomain).append(".").append(manufacturer).append(crateName);
 }
 
 int LCCrateManager::compareIdentifier(const std::string& identifier, const std::string& other) {

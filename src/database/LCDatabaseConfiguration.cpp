@@ -67,42 +67,43 @@ std::string LCDatabaseConfiguration::defaultDatabaseFile() {
 }
 
 std::vector<std::string> LCDatabaseConfiguration::loopsTableColumnNamesForDatabaseSchemaVersion(int64_t schemaVersion) {
-  std::vector<std::string> names = {"id",
-                                    "fileURL",
-                                    "fileName",
-                                    "key",
-                                    "numberOfBeats",
-                                    "timeSignatureTop",
-                                    "timeSignatureBottom",
-                                    "tempo",
-                                    "keyType",
-                                    "fileType",
-                                    "hasMidi",
-                                    "theme",
-                                    "collection",
-                                    "comment",
-                                    "copyright",
-                                    "author",
-                                    "title",
-                                    "isWebLoop",
-                                    "lengthInSeconds",
-                                    "instrumentTypeId",
-                                    "instrumentSubTypeId",
-                                    "genreId",
-                                    "singleEnsembleKeywordId",
-                                    "partFillKeywordId",
-                                    "acousticElectricKeywordId",
-                                    "dryProcessedKeywordId",
-                                    "cleanDistortedKeywordId",
-                                    "cheerfulDarkKeywordId",
-                                    "relaxedIntenseKeywordId",
-                                    "groovingArrhythmicKeywordId",
-                                    "melodicDissonantKeywordId",
-                                    kLoopsContentIdentifierColumn,
-                                    kLoopsChineseTranscriptColumn};  // listed whether or not it was created
+  std::vector<std::string> names = {
+      "id",
+      "fileURL",
+      "fileName",
+      "key",
+      "numberOfBeats",
+      "timeSignatureTop",
+      "timeSignatureBottom",
+      "tempo",
+      "keyType",
+      "fileType",
+      "hasMidi",
+      "theme",
+      "collection",
+      "comment",
+      "copyright",
+      "author",
+      "title",
+      "isWebLoop",
+      "lengthInSeconds",
+      "instrumentTypeId",
+      "instrumentSubTypeId",
+      "genreId",
+      "singleEnsembleKeywordId",
+      "partFillKeywordId",
+      "acousticElectricKeywordId",
+      "dryProcessedKeywordId",
+      "cleanDistortedKeywordId",
+      "cheerfulDarkKeywordId",
+      "relaxedIntenseKeywordId",
+      "groovingArrhythmicKeywordId",
+      "melodicDissonantKeywordId",
+      std::string(kLoopsContentIdentifierColumn),
+      std::string(kLoopsChineseTranscriptColumn)};  // listed whether or not it was created
   if (schemaVersion >= kPatchInfoListedSchemaVersion) {
-    names.push_back(kLoopsPatchInfoColumn);
-    names.push_back(kLoopsKSLoopTypeColumn);
+    names.emplace_back(kLoopsPatchInfoColumn);
+    names.emplace_back(kLoopsKSLoopTypeColumn);
   }
   return names;
 }

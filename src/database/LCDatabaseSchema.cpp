@@ -4,31 +4,10 @@
 
 #include <vector>
 
-const std::string kDefaultLoopsTablename = "Loops";
-const std::string kDefaultTaggingTablename = "Tagging";
-const std::string kDefaultLoopsKeywordsTablename = "LoopsKeywords";
-const std::string kDefaultKeywordsTablename = "Keywords";
-const std::string kDefaultCratesTableName = "Crates";
-const std::string kDefaultCrateLoopRelationTablename = "CrateLoopRelation";
-const std::string kDefaultUserDataTablename = "UserData";
-const std::string kDefaultMetaInfoRelationTablename = "LoopsMetaInfos";
-
-const std::string kLoopsContentIdentifierColumn = "contentIdentifier";
-const std::string kLoopsChineseTranscriptColumn = "chineseTranscript";
-const std::string kLoopsPatchInfoColumn = "patchInfo";
-const std::string kLoopsKSLoopTypeColumn = "ksLoopType";
-const std::string kLoopsDefaultLoopTypeColumn = "hasMidi";
-
-const std::string kCurrentDatabaseSchemaVersionString = "313089";
-const std::string kLCCurrentDatabaseSchemaVersionStringKey = "LCCurrentDatabaseSchemaVersionStringV09";
-const std::string kCorruptDatabaseFileIndicatorName = "LoopsDatabaseV10.db-isDamaged";
-const std::string kLoudnessDatabaseFileName = "LoudnessDatabaseV04";
-const std::string kLoudnessDatabaseExtension = "sqlite";
-
 // The layout of databases that are out in the world: these texts are never reworded, their blanks included. Columns
 // that came later are added to the table afterwards, so that an older file gains them in place.
 
-const std::string kCreateLoopsTableFormatString =
+constexpr std::string_view kCreateLoopsTableFormatString =
     "CREATE %@ TABLE IF NOT EXISTS %@ (id INTEGER PRIMARY KEY AUTOINCREMENT, fileURL TEXT, fileName TEXT, "
     "key INTEGER, numberOfBeats INTEGER, timeSignatureTop INTEGER, timeSignatureBottom INTEGER, "
     "tempo INTEGER, keyType INTEGER, fileType INTEGER, hasMidi INTEGER, theme TEXT, collection TEXT, "
@@ -39,55 +18,55 @@ const std::string kCreateLoopsTableFormatString =
     "relaxedIntenseKeywordId INTEGER, groovingArrhythmicKeywordId INTEGER, "
     "melodicDissonantKeywordId INTEGER );";
 
-const std::string kCreateTaggingTable =
+constexpr std::string_view kCreateTaggingTable =
     "CREATE %@ TABLE IF NOT EXISTS %@ (loopId INTEGER, keywordId INTEGER, PRIMARY KEY(loopId, keywordId));";
 
-const std::string kCreateLoopsKeywordsTableString =
+constexpr std::string_view kCreateLoopsKeywordsTableString =
     "CREATE %@ TABLE IF NOT EXISTS %@ (loopId INTEGER PRIMARY KEY, instrumentType TEXT, "
     "instrumentSubType TEXT, genre TEXT, descriptors TEXT)";
 
-const std::string kCreateKeywordTableString =
+constexpr std::string_view kCreateKeywordTableString =
     "CREATE %@ TABLE  IF NOT EXISTS  %@ (id INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT, "
     "categoryId INTEGER);";
 
-const std::string kCreateCrateTableString =
+constexpr std::string_view kCreateCrateTableString =
     "CREATE %@ TABLE IF NOT EXISTS %@ (identifier TEXT PRIMARY KEY, crateName TEXT, manufacturer TEXT, "
     "isVirtualCrate INTEGER);";
 
-const std::string kCreateCrateRelationTableString =
+constexpr std::string_view kCreateCrateRelationTableString =
     "CREATE %@ TABLE IF NOT EXISTS %@ (crateId TEXT, loopId INTEGER, "
     "UNIQUE (crateId, loopId) ON CONFLICT REPLACE);";
 
-const std::string kCreateUserDataTableString =
+constexpr std::string_view kCreateUserDataTableString =
     "CREATE TABLE IF NOT EXISTS UserData (loopId INTEGER PRIMARY KEY, isFavorite INTEGER, rating INTEGER, "
     "userComment TEXT);";
 
-const std::string kCreateDatabaseMigrationInfosTableString =
+constexpr std::string_view kCreateDatabaseMigrationInfosTableString =
     "CREATE TABLE IF NOT EXISTS DatabaseMigrationInfos (id INTEGER PRIMARY KEY, key TEXT, "
     "integerValue INTEGER, floatValue FLOAT, textValue TEXT, blobValue BLOB);";
 
-const std::string kCreateLoudnessDatabaseMigrationInfosTableString =
+constexpr std::string_view kCreateLoudnessDatabaseMigrationInfosTableString =
     "CREATE TABLE IF NOT EXISTS DatabaseMigrationInfos (id INTEGER PRIMARY KEY AUTOINCREMENT, key TEXT, "
     "integerValue INTEGER, floatValue FLOAT, textValue TEXT, blobValue BLOB);";
 
-const std::string kCreateKeywordDistriubtionTableString =
+constexpr std::string_view kCreateKeywordDistriubtionTableString =
     "CREATE TABLE IF NOT EXISTS keyword_distribution(keywordId INTEGER,count INTEGER)";
 
-const std::string kCreateLoopsLoudnessTableString =
+constexpr std::string_view kCreateLoopsLoudnessTableString =
     "CREATE TABLE IF NOT EXISTS LoopsLoudnessV4 (id INTEGER PRIMARY KEY AUTOINCREMENT, filename TEXT, "
     "integratedLoudness FLOAT, globalMaxTruePeak FLOAT, targetIntegratedLoudness FLOAT);";
 
-const std::string kCreateLoopsMetaInfoTableString =
+constexpr std::string_view kCreateLoopsMetaInfoTableString =
     "CREATE TABLE IF NOT EXISTS LoopsMetaInfos (loopId INTEGER, stringValue TEXT, doubleValue FLOAT, "
     "integerValue INTEGER, type INTEGER, PRIMARY KEY (loopId, stringValue, doubleValue, integerValue, type), "
     "FOREIGN KEY (loopId) REFERENCES Loops (id) );";
 
-const std::string kCreateLoopsMetaInfoTriggerString =
+constexpr std::string_view kCreateLoopsMetaInfoTriggerString =
     "CREATE TRIGGER IF NOT EXISTS trigger_delete_loops_references_LoopsMetaInfos "
     "AFTER DELETE ON Loops "
     "BEGIN DELETE FROM LoopsMetaInfos WHERE loopId = OLD.id; END;";
 
-const std::string kCreateLoopsResultTableFormatString =
+constexpr std::string_view kCreateLoopsResultTableFormatString =
     "CREATE %@ TABLE IF NOT EXISTS %@ (id INTEGER,fileURL TEXT,fileName TEXT,tempo INTEGER,"
     "numberOfBeats INTEGER,keyType INTEGER,key INTEGER,timeSignatureTop INTEGER,timeSignatureBottom INTEGER,"
     "fileType INTEGER,hasMidi INTEGER,isFavorite INTEGER,theme TEXT,collection TEXT,comment TEXT,"
@@ -97,7 +76,7 @@ const std::string kCreateLoopsResultTableFormatString =
     "cheerfulDarkKeywordId INTEGER,relaxedIntenseKeywordId INTEGER,groovingArrhythmicKeywordId INTEGER,"
     "melodicDissonantKeywordId INTEGER,contentIdentifier TEXT,ksLoopType INTEGER);";
 
-const std::string kCreateLoopsResultTableFormatStringMobile =
+constexpr std::string_view kCreateLoopsResultTableFormatStringMobile =
     "CREATE %@ TABLE IF NOT EXISTS %@ (id INTEGER,fileURL TEXT,fileName TEXT,tempo INTEGER,"
     "numberOfBeats INTEGER,key INTEGER,hasMidi INTEGER,lengthInSeconds FLOAT,isFavorite INTEGER,"
     "instrumentTypeId INTEGER,instrumentSubTypeId INTEGER,genreId INTEGER,singleEnsembleKeywordId INTEGER,"
@@ -105,7 +84,7 @@ const std::string kCreateLoopsResultTableFormatStringMobile =
     "cleanDistortedKeywordId INTEGER,cheerfulDarkKeywordId INTEGER,relaxedIntenseKeywordId INTEGER,"
     "groovingArrhythmicKeywordId INTEGER,melodicDissonantKeywordId INTEGER#PLACEHOLDER# );";
 
-const std::array<std::string, 4> kCreateLoopsTriggerStrings = {
+constexpr std::array<std::string_view, 4> kCreateLoopsTriggerStrings = {
     "CREATE TRIGGER IF NOT EXISTS trigger_delete_bundle_placeholder_loops "
     "BEFORE INSERT ON Loops "
     "BEGIN DELETE FROM Loops WHERE Loops.fileName = NEW.fileName AND Loops.isWebLoop = 1; END;",
@@ -119,14 +98,14 @@ const std::array<std::string, 4> kCreateLoopsTriggerStrings = {
     "AFTER DELETE ON Loops "
     "BEGIN DELETE FROM CrateLoopRelation WHERE loopId = OLD.id; END;"};
 
-const std::string kCreateLoopsIndexString =
+constexpr std::string_view kCreateLoopsIndexString =
     "CREATE INDEX IF NOT EXISTS index_loops_fileName_isWebLoop ON Loops (fileName,isWebLoop);";
 
 // Columns are qualified throughout, the one of the ON clause included: a search joins further tables with a loopId of
 // their own. The columns stand in the order of the result table, which is filled without naming them. NOT INDEXED
 // changes no row: it keeps SQLite from visiting every loop in the order of its file name, one seek each, when it could
 // scan the table or look up the few loops of a keyword by id.
-const std::string kSelectLoopsFormatString =
+constexpr std::string_view kSelectLoopsFormatString =
     "SELECT %@.id as id, %@.fileURL as fileURL, %@.fileName as fileName, %@.tempo as tempo, "
     "%@.numberOfBeats as numberOfBeats, %@.keyType as keyType, %@.key as key, "
     "%@.timeSignatureTop as timeSignatureTop, %@.timeSignatureBottom as timeSignatureBottom, "
@@ -146,7 +125,7 @@ const std::string kSelectLoopsFormatString =
     "FROM %@ NOT INDEXED "
     "LEFT JOIN UserData ON UserData.loopId = %@.id ";
 
-const std::string kSelectLoopsFormatStringMobile =
+constexpr std::string_view kSelectLoopsFormatStringMobile =
     "SELECT %@.id as id, %@.fileURL as fileURL, %@.fileName as fileName, %@.tempo as tempo, "
     "%@.numberOfBeats as numberOfBeats, %@.key as key, %@.hasMidi as hasMidi, "
     "%@.lengthInSeconds as lengthInSeconds, UserData.isFavorite as isFavorite, "

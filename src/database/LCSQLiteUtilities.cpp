@@ -125,18 +125,18 @@ bool LCSQLiteUtilities::createIndicesForSQLite(sqlite3* connection) {
   return lc::tables::createIndex(connection);
 }
 
-bool LCSQLiteUtilities::isTableWithName(const std::string& table, const std::optional<std::string>& database,
+bool LCSQLiteUtilities::isTableWithName(std::string_view table, const std::optional<std::string>& database,
                                         sqlite3* connection) {
   return lc::tables::hasTable(table, database, connection);
 }
 
-bool LCSQLiteUtilities::isColumnAvailableWithName(const std::string& column, const std::string& table,
+bool LCSQLiteUtilities::isColumnAvailableWithName(std::string_view column, std::string_view table,
                                                   const std::optional<std::string>& database, sqlite3* connection) {
   return lc::tables::hasColumn(column, table, database, connection);
 }
 
-bool LCSQLiteUtilities::extendTable(const std::string& table, const std::optional<std::string>& database,
-                                    const std::string& column, const std::string& type, sqlite3* connection) {
+bool LCSQLiteUtilities::extendTable(std::string_view table, const std::optional<std::string>& database,
+                                    std::string_view column, std::string_view type, sqlite3* connection) {
   return lc::tables::extend(table, database, column, type, connection);
 }
 

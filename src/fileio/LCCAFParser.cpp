@@ -105,8 +105,8 @@ void LCCAFParser::setSearchInfoFromDictionary(const LCSearchInfo& searchInfo) {
     record.descriptors->insert(descriptors->second.begin(), descriptors->second.end());
   }
 
-  record.midiRootNote = rootNoteFromKeySignature(searchInfo.firstItem(kKeySignatureChunkID).value_or(""));
-  record.keyType = keyTypeFromText(searchInfo.firstItem(kKeyTypeChunkID).value_or(""));
+  record.midiRootNote = lc::rootNoteFromKeySignature(searchInfo.firstItem(kKeySignatureChunkID).value_or(""));
+  record.keyType = lc::keyTypeFromText(searchInfo.firstItem(kKeyTypeChunkID).value_or(""));
   record.beatCount = vesk::text::integerValue(searchInfo.firstItem(kBeatCountChunkID).value_or(""));
   const auto signature = LCTimeSignature::fromText(searchInfo.firstItem(kTimeSignatureChunkID).value_or(""));
   record.signatureTop = signature.top;

@@ -7,11 +7,11 @@
 #include "fileio/LCMetaDataParser.h"
 #include "fileio/LCSDIIParser.h"
 #include "fileio/LCWAVParser.h"
-#include "fileio/MurmurHash.h"
 #include "fileio/TempoFromFileName.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/fileio/LCChunkIDs.h"
 #include "VeskLoopManagement/fileio/LCRexFileParser.h"
+#include "VeskLoopManagement/fileio/MurmurHash.h"
 #include "VeskLoopManagement/model/LCKeywordHelper.h"
 #include "VeskLoopManagement/model/LCNodeTypesHelper.h"
 

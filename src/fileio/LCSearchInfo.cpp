@@ -63,6 +63,8 @@ std::optional<std::string> LCSearchInfo::firstItem(std::string_view key) const {
   return found->second.front();
 }
 
+namespace lc {
+
 int64_t rootNoteFromKeySignature(std::string_view text) {
   constexpr int64_t kNotesFromA[] = {57, 59, 48, 50, 52, 53, 55};
   if (text.empty()) return 0;
@@ -79,3 +81,5 @@ int64_t keyTypeFromText(std::string_view text) {
   if (text == "both") return 4;
   return 0;
 }
+
+}  // namespace lc

@@ -38,7 +38,11 @@ struct LCSearchInfo {
   bool operator==(const LCSearchInfo&) const = default;
 };
 
+namespace lc {
+
 // The MIDI note of "F#": a letter from C 48 to B 59, "#" or "b" behind it moving it by one. Another letter counts as 0.
 int64_t rootNoteFromKeySignature(std::string_view text);
 // 2 for "major", 1 "minor", 4 "both", 3 "neither"; 0 for anything else.
 int64_t keyTypeFromText(std::string_view text);
+
+}  // namespace lc

@@ -1,4 +1,4 @@
-#include "fileio/MurmurHash.h"
+#include "VeskLoopManagement/fileio/MurmurHash.h"
 
 #include <cstddef>
 

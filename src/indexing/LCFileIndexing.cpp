@@ -8,16 +8,12 @@
 #include "VeskLoopManagement/platform/Environment.h"
 #include "VeskLoopManagement/platform/Notifications.h"
 
+#include <fmt/format.h>
 #include <sqlite3.h>
 
 #include <atomic>
 #include <filesystem>
 #include <system_error>
-
-const std::string LCFileIndexingWillStartNotification = "LCFileIndexingWillStartNotification";
-const std::string LCFileIndexingDidFinishNotification = "LCFileIndexingDidFinishNotification";
-const std::string LCFileReloadBaseTablesNotification = "LCFileReloadBaseTablesNotification";
-const std::string kLCIndexingFinished = "LCIndexingFinished";
 
 struct LCFileIndexing::Run {
   const std::optional<std::string>& crateId;
@@ -129,7 +125,7 @@ void LCFileIndexing::setLoudnessAnalyzerService(std::shared_ptr<LCLoudnessAnalyz
   const char* name = sqlite3_db_filename(m_sqlite.get(), "main");
   const std::string databaseFile = name ? name : "";  // empty for a database in memory
   if (createSeparateFile && !databaseFile.empty()) {
-    const std::string fileName = kLoudnessDatabaseFileName + "." + kLoudnessDatabaseExtension;
+    const std::string fileName = fmt::format("{}.{}", kLoudnessDatabaseFileName, kLoudnessDatabaseExtension);
     const std::string folder = vesk::path::deletingLastComponent(databaseFile);
     m_loudnessDatabase = LCLoudnessDatabase::initWithDatabaseFile(vesk::path::appending(folder, fileName), true);
   } else {

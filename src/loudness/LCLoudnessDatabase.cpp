@@ -50,8 +50,8 @@ std::unique_ptr<LCLoudnessDatabase> LCLoudnessDatabase::loudnessDatabaseForSqlit
 
 bool LCLoudnessDatabase::generateDatabaseTablesForSQLite(sqlite3* connection) {
   LCSQLiteUtilities utilities(connection);
-  if (!utilities.executeStatementWithNoReturnValue(kCreateLoopsLoudnessTableString)) return false;
-  utilities.executeStatementWithNoReturnValue(kCreateLoudnessDatabaseMigrationInfosTableString);
+  if (!utilities.executeStatementWithNoReturnValue(std::string(kCreateLoopsLoudnessTableString))) return false;
+  utilities.executeStatementWithNoReturnValue(std::string(kCreateLoudnessDatabaseMigrationInfosTableString));
   return true;
 }
 

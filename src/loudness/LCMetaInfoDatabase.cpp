@@ -18,7 +18,7 @@ constexpr const char* kSelectByLoopIdAndTypeSQL =
 // The trigger needs the loops table; a file of its own does without.
 bool generateTables(sqlite3* connection) {
   const bool isCreated =
-      LCSQLiteUtilities(connection).executeStatementWithNoReturnValue(kCreateLoopsMetaInfoTableString);
+      LCSQLiteUtilities(connection).executeStatementWithNoReturnValue(std::string(kCreateLoopsMetaInfoTableString));
   LCStatement(connection, kCreateLoopsMetaInfoTriggerString).run();
   return isCreated;
 }

@@ -4,8 +4,6 @@
 #include "platform/Path.h"
 #include "VeskLoopManagement/platform/PropertyList.h"
 
-const int64_t kExtraKeywordsEndIndex = 1017;
-
 namespace {
 
 template <typename Map, typename Key>

@@ -16,20 +16,81 @@ std::string_view withoutOuterDigits(std::string_view word) {
   return word.substr(first, word.find_last_not_of(kDigits) - first + 1);
 }
 
-void addTranslated(const std::string& candidate, vesk::StringSet& words) {
-  if (candidate.empty()) return;
-  const std::vector<std::string> translations = LCSearchKeyTranslation::shared().read(
-      [&candidate](const LCSearchKeyTranslation& translation) { return translation.translationsOf(candidate); });
-  if (translations.empty()) words.insert(candidate);
-  words.insert(translations.begin(), translations.end());
-}
-
 // The keyword as the taxonomy writes it; null when `word` is none in any letter case.
 const std::string* keywordFor(const LCKeywordTables& tables, const std::string& word) {
   const auto exact = tables.allKeywords.find(word);
   if (exact != tables.allKeywords.end()) return &*exact;
   const auto folded = tables.keywordOfLowercase.find(vesk::text::lowercase(word));
   return folded == tables.keywordOfLowercase.end() ? nullptr : &folded->second;
+}
+
+// Finds keywords with one translation from the first word of a path to the last.
+struct Reader {
+  const LCSearchKeyTranslation& translation;
+
+  void addTranslated(const std::string& candidate, vesk::StringSet& words) const;
+  vesk::StringSet normalized(std::string_view word) const;
+  vesk::StringSet examined(std::string_view word) const;
+  vesk::StringSet parsed(std::string_view component, char separator) const;
+  vesk::StringSet keywordsInPath(const std::string& path) const;
+};
+
+void Reader::addTranslated(const std::string& candidate, vesk::StringSet& words) const {
+  if (candidate.empty()) return;
+  const std::vector<std::string> translations = translation.translationsOf(candidate);
+  if (translations.empty()) words.insert(candidate);
+  words.insert(translations.begin(), translations.end());
+}
+
+vesk::StringSet Reader::normalized(std::string_view word) const {
+  vesk::StringSet words;
+  addTranslated(LCKeywordHelper::stripTrailingDigits(word), words);
+  if (word.find_first_of(kDigits) != std::string_view::npos) {
+    addTranslated(vesk::text::trimmed(withoutOuterDigits(word)), words);
+  }
+  return words;
+}
+
+vesk::StringSet Reader::examined(std::string_view word) const {
+  const LCKeywordTables& tables = LCKeywordTables::shared();
+  vesk::StringSet keywords;
+  for (const std::string& candidate : normalized(word)) {
+    const std::string* keyword = keywordFor(tables, candidate);
+    if (!keyword) continue;
+    keywords.insert(*keyword);
+    const auto parent = tables.parentOfSubKeyword.find(*keyword);
+    if (parent != tables.parentOfSubKeyword.end()) keywords.insert(parent->second);
+  }
+  return keywords;
+}
+
+vesk::StringSet Reader::parsed(std::string_view component, char separator) const {
+  const std::vector<std::string> parts = vesk::text::split(component, separator);
+  vesk::StringSet keywords;
+  if (parts.size() < 2) return keywords;
+  for (const std::string& part : parts) {
+    if (vesk::text::utf16Length(part) >= kMinimumPartLength) keywords.merge(examined(part));
+  }
+  for (size_t second = 1; second < parts.size(); ++second) {
+    keywords.merge(examined(parts[second - 1] + " " + parts[second]));
+  }
+  return keywords;
+}
+
+vesk::StringSet Reader::keywordsInPath(const std::string& path) const {
+  vesk::StringSet keywords;
+  for (const std::string& component : vesk::path::components(vesk::path::deletingExtension(path))) {
+    if (vesk::text::utf16Length(component) < kMinimumComponentLength) continue;
+    keywords.merge(examined(component));
+    for (const char separator : kSeparators) keywords.merge(parsed(component, separator));
+  }
+  return keywords;
+}
+
+template <typename Find>
+vesk::StringSet withTranslation(Find find) {
+  return LCSearchKeyTranslation::shared().read(
+      [&find](const LCSearchKeyTranslation& translation) { return find(Reader{translation}); });
 }
 
 }  // namespace
@@ -46,48 +107,19 @@ std::string LCKeywordHelper::stripTrailingDigits(std::string_view word) {
 }
 
 vesk::StringSet LCKeywordHelper::normalizeWord(std::string_view word) {
-  vesk::StringSet words;
-  addTranslated(stripTrailingDigits(word), words);
-  if (word.find_first_of(kDigits) != std::string_view::npos) {
-    addTranslated(vesk::text::trimmed(withoutOuterDigits(word)), words);
-  }
-  return words;
+  return withTranslation([word](const Reader& reader) { return reader.normalized(word); });
 }
 
 vesk::StringSet LCKeywordHelper::examineWord(std::string_view word) {
-  const LCKeywordTables& tables = LCKeywordTables::shared();
-  vesk::StringSet keywords;
-  for (const std::string& candidate : normalizeWord(word)) {
-    const std::string* keyword = keywordFor(tables, candidate);
-    if (!keyword) continue;
-    keywords.insert(*keyword);
-    const auto parent = tables.parentOfSubKeyword.find(*keyword);
-    if (parent != tables.parentOfSubKeyword.end()) keywords.insert(parent->second);
-  }
-  return keywords;
+  return withTranslation([word](const Reader& reader) { return reader.examined(word); });
 }
 
 vesk::StringSet LCKeywordHelper::parsePathComponent(std::string_view component, char separator) {
-  const std::vector<std::string> parts = vesk::text::split(component, separator);
-  vesk::StringSet keywords;
-  if (parts.size() < 2) return keywords;
-  for (const std::string& part : parts) {
-    if (vesk::text::utf16Length(part) >= kMinimumPartLength) keywords.merge(examineWord(part));
-  }
-  for (size_t second = 1; second < parts.size(); ++second) {
-    keywords.merge(examineWord(parts[second - 1] + " " + parts[second]));
-  }
-  return keywords;
+  return withTranslation([component, separator](const Reader& reader) { return reader.parsed(component, separator); });
 }
 
 vesk::StringSet LCKeywordHelper::extractTagsFromFileURL(const vesk::URL& url) {
-  vesk::StringSet keywords;
-  for (const std::string& component : vesk::path::components(vesk::path::deletingExtension(url.path()))) {
-    if (vesk::text::utf16Length(component) < kMinimumComponentLength) continue;
-    keywords.merge(examineWord(component));
-    for (const char separator : kSeparators) keywords.merge(parsePathComponent(component, separator));
-  }
-  return keywords;
+  return withTranslation([&url](const Reader& reader) { return reader.keywordsInPath(url.path()); });
 }
 
 LCKeywordHelper::LCKeywordHelper(const vesk::URL& url) {

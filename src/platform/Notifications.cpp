@@ -106,16 +106,17 @@ void NotificationCenter::removeObserver(Token token) {
   removed = registrations().byToken.extract(token);
 }
 
-void NotificationCenter::post(const std::string& name) {
+void NotificationCenter::post(std::string_view notification) {
+  const std::string name(notification);
   for (const Observer& observer : observersOf(name)) observer(name);
 }
 
-void NotificationCenter::postOnMainThread(const std::string& name) {
+void NotificationCenter::postOnMainThread(std::string_view name) {
   if (isMainThread()) {
     post(name);
     return;
   }
-  performOnMainQueue([name] { NotificationCenter::shared().post(name); });
+  performOnMainQueue([name = std::string(name)] { NotificationCenter::shared().post(name); });
 }
 
 }  // namespace vesk

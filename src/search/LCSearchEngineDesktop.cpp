@@ -102,7 +102,7 @@ std::string LCSearchEngineDesktop::textSearchLikeFunction() const {
 }
 
 std::string LCSearchEngineDesktop::createLoopsResultTableFormatString() const {
-  return kCreateLoopsResultTableFormatString;
+  return std::string(kCreateLoopsResultTableFormatString);
 }
 
 std::string LCSearchEngineDesktop::selectBaseString() const {
@@ -112,7 +112,7 @@ std::string LCSearchEngineDesktop::selectBaseString() const {
 std::vector<std::string> LCSearchEngineDesktop::columnKeysToQuery() const {
   return {"id",         "fileURL",         "fileName",  "keyType",
           "key",        "numberOfBeats",   "tempo",     vireoLoopTypeColumnName(),
-          "isFavorite", "lengthInSeconds", "isWebLoop", kLoopsContentIdentifierColumn};
+          "isFavorite", "lengthInSeconds", "isWebLoop", std::string(kLoopsContentIdentifierColumn)};
 }
 
 std::optional<vesk::StringSet> LCSearchEngineDesktop::instrumentsKeywordsToPresent() const {

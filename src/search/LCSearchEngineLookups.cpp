@@ -130,7 +130,7 @@ vesk::StringSet LCSearchEngine::keywordsForURL(const vesk::URL& url) const {
 
 // Ends in "WHERE ".
 std::string LCSearchEngine::selectKeywords() const {
-  const std::string& keywords = kDefaultKeywordsTablename;
+  const std::string_view keywords = kDefaultKeywordsTablename;
   return lc::sqlFormat(
       "SELECT Keywords.name as name FROM %@ JOIN %@ ON %@.id = %@.keywordId JOIN %@ ON %@.id = %@.loopId WHERE ",
       {keywords, m_tables.tagging, keywords, m_tables.tagging, m_tables.loops, m_tables.loops, m_tables.tagging});

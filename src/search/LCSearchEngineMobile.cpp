@@ -61,7 +61,7 @@ std::vector<std::string> LCSearchEngineMobile::columnKeysToQuery() const {
   std::vector<std::string> keys = {
       "id",         "fileURL",        "fileName", "key", "numberOfBeats", "tempo", vireoLoopTypeColumnName(),
       "isFavorite", "lengthInSeconds"};
-  if (LCSQLiteUtilities::isChina()) keys.push_back(kLoopsChineseTranscriptColumn);
+  if (LCSQLiteUtilities::isChina()) keys.emplace_back(kLoopsChineseTranscriptColumn);
   return keys;
 }
 

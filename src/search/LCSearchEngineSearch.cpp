@@ -26,7 +26,7 @@ constexpr std::string_view kSelectKeywordIdsOfResult =
     "relaxedIntenseKeywordId, groovingArrhythmicKeywordId, melodicDissonantKeywordId FROM tempTable";
 
 // The names of the columns of a CREATE TABLE statement, in lower case: SQL does not tell cases apart.
-std::set<std::string> columnNames(const std::string& createStatement) {
+std::set<std::string> columnNames(std::string_view createStatement) {
   const size_t first = createStatement.find('(') + 1;
   std::set<std::string> names;
   for (const std::string& column : vesk::text::split(createStatement.substr(first), ',')) {

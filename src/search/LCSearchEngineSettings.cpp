@@ -121,5 +121,5 @@ LCResultDictionary LCSearchEngine::allCrates() const {
 }
 
 std::string LCSearchEngine::vireoLoopTypeColumnName() const {
-  return m_useKestrelLoopTypes ? kLoopsKSLoopTypeColumn : kLoopsDefaultLoopTypeColumn;
+  return std::string(m_useKestrelLoopTypes ? kLoopsKSLoopTypeColumn : kLoopsDefaultLoopTypeColumn);
 }

@@ -4,20 +4,19 @@
 
 TEST(CrateManager, KeepsTheFirstPackageOfAnIdentifierAndItsRelationsWhenItIsRemoved) {
   const TestDatabase database;
-  const auto manager = LCCrateManager::initWithDatabaseConfiguration(
-      LCDatabaseConfiguration(database.file(), false, kDefaultDatabaseSchemaVersion));
+  const auto manager =
+      LCCrateManager::initWithDatabaseConfiguration({database.file(), false, kDefaultDatabaseSchemaVersion});
   std::string folder;
   EXPECT_TRUE(manager->createCrateWithIdentifier("a\"b", "Joe's \"Best\"", "it''s", true));
   EXPECT_TRUE(manager->createCrateWithIdentifier("a\"b", "Other", "Other", false));
   EXPECT_TRUE(manager->createCrateForDirectoryURL(vesk::URL::fileURLWithPath("/q/Joe's Loops", true), "N", &folder));
   EXPECT_EQ(folder, "file:///q/Joe''s%20Loops/") << "apostrophes are doubled here alone";
-  EXPECT_EQ(database.texts("SELECT identifier || crateName || manufacturer || isVirtualCrate FROM Crates ORDER BY 1"),
-            (Texts{"a\"bJoe's \"Best\"it''s1", folder + "NUSER0"}));
+  EXPECT_EQ(database.rows("SELECT * FROM Crates ORDER BY 1"),
+            (Rows{"a\"b|Joe's \"Best\"|it''s|1", folder + "|N|USER|0"}));
 
   database.run("INSERT INTO CrateLoopRelation VALUES ('a\"b', 1)");
   EXPECT_TRUE(manager->removeCrateWithIdentifier("a\"b"));
-  EXPECT_EQ(database.texts("SELECT identifier FROM Crates"), Texts{folder});
-  EXPECT_EQ(database.text("SELECT count(*) FROM CrateLoopRelation"), "1");
+  EXPECT_EQ(database.rows("SELECT identifier, loopId FROM Crates, CrateLoopRelation"), Rows{folder + "|1"});
   EXPECT_EQ(manager->createCrateForSingleFiles(), LCFileIndexingUserDomainSingleFilesCrateIdentifier);
 }
 

@@ -55,70 +55,63 @@ TEST_F(SQLiteUtilities, ResultShapesDifferInTypesAndInNull) {
   EXPECT_EQ(keywords, (vesk::StringSet{"a,b", "x", "", "y"}));
 }
 
-TEST_F(SQLiteUtilities, TablesAndColumnsThatCannotBeLookedUpCountAsPresent) {
-  EXPECT_TRUE(LCSQLiteUtilities::isTableWithName("Loops", std::nullopt, connection));
-  EXPECT_FALSE(LCSQLiteUtilities::isTableWithName("Absent", std::nullopt, connection));
-  EXPECT_TRUE(LCSQLiteUtilities::isTableWithName("Loops", "nodb", connection));
-  EXPECT_TRUE(LCSQLiteUtilities::isColumnAvailableWithName("ksLoopType", "Loops", std::nullopt, connection));
-  EXPECT_FALSE(LCSQLiteUtilities::isColumnAvailableWithName("it's", "Loops", std::nullopt, connection));
-}
-
-TEST_F(SQLiteUtilities, ExtendingIsYesUnlessTheColumnCouldNotBeAdded) {
-  const auto extend = [this](const char* table, const char* column) {
-    return LCSQLiteUtilities::extendTable(table, std::nullopt, column, "TEXT", database.connection());
-  };
-  EXPECT_TRUE(extend("Loops", "mood"));
-  EXPECT_TRUE(extend("Absent", "mood")) << "cannot be prepared";
+TEST_F(SQLiteUtilities, WhatCannotBeLookedUpCountsAsPresentAndAMissingColumnIsAddedOnce) {
+  using U = LCSQLiteUtilities;
+  for (const auto& [table, isThere] : {std::pair("Loops", true), std::pair("Absent", false)}) {
+    EXPECT_EQ(U::isTableWithName(table, std::nullopt, connection), isThere);
+    EXPECT_TRUE(U::isTableWithName(table, "nodb", connection));
+    EXPECT_TRUE(U::extendTable(table, std::nullopt, "mood", "TEXT", connection)) << "or cannot be prepared";
+    EXPECT_EQ(U::isColumnAvailableWithName("mood", table, std::nullopt, connection), isThere);
+  }
+  EXPECT_FALSE(U::isColumnAvailableWithName("it's", "Loops", std::nullopt, connection));
   database.reopen(LCOpenMode::readOnly);
-  EXPECT_TRUE(extend("Loops", "mood")) << "there already";
-  EXPECT_FALSE(extend("Loops", "weight"));
+  EXPECT_TRUE(U::extendTable("Loops", std::nullopt, "mood", "TEXT", database.connection())) << "there already";
+  EXPECT_FALSE(U::extendTable("Loops", std::nullopt, "weight", "TEXT", database.connection()));
 }
 
 TEST_F(SQLiteUtilities, DroppingTheTablesKeepsWhatTheUserMade) {
   EXPECT_TRUE(LCSQLiteUtilities::dropDatabaseTablesForSQLite(connection));
   EXPECT_EQ(
-      database.texts("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite_%' ORDER BY 1"),
-      (Texts{"DatabaseMigrationInfos", "UserData", "keyword_distribution"}));
+      database.rows("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite_%' ORDER BY 1"),
+      (Rows{"DatabaseMigrationInfos", "UserData", "keyword_distribution"}));
 }
 
 TEST_F(SQLiteUtilities, FactsAreUpdatedInPlaceAndHaveTheirOwnMarksWhenMissing) {
-  EXPECT_EQ(LCSQLiteUtilities::lastExtraKeywordIdForSQLite(nullptr), -1);
-  EXPECT_EQ(LCSQLiteUtilities::lastExtraKeywordIdForSQLite(connection), std::numeric_limits<int64_t>::max());
-  EXPECT_EQ(LCSQLiteUtilities::databaseSchemaVersionForSQLite(connection), -1);
-  EXPECT_EQ(LCSQLiteUtilities::indexingAppIdentifierForSQLite(connection), std::nullopt);
-  for (const int64_t value : {int64_t{100930}, int64_t{1} << 40}) {
-    EXPECT_TRUE(LCSQLiteUtilities::setDatabaseSchemaVersion(value, connection));
-    EXPECT_TRUE(LCSQLiteUtilities::setLastExtraKeywordId(value + 1, connection));
-    EXPECT_TRUE(LCSQLiteUtilities::setIndexingAppIdentifier("tool", connection));
-    EXPECT_EQ(LCSQLiteUtilities::databaseSchemaVersionForSQLite(connection), value);
-    EXPECT_EQ(LCSQLiteUtilities::lastExtraKeywordIdForSQLite(connection), value + 1);
-    EXPECT_EQ(LCSQLiteUtilities::indexingAppIdentifierForSQLite(connection), "tool");
-  }
-  EXPECT_EQ(database.text("SELECT count(*) FROM DatabaseMigrationInfos"), "3");
-}
-
-TEST(DamageCheck, TellsDamageFromAMissingTable) {
-  const TemporaryFolder folder;
-  const auto isGood = [&folder](const std::string& contents, bool doFastCheck) {
-    const LCConnection connection = lc::openConnection(folder.addFile("d.db", contents), LCOpenMode::readOnly);
-    return LCSQLiteUtilities::checkSQLiteDatabase(connection.get(), doFastCheck);
+  using U = LCSQLiteUtilities;
+  const auto facts = [this] {
+    return std::tuple(U::databaseSchemaVersionForSQLite(connection), U::lastExtraKeywordIdForSQLite(connection),
+                      U::indexingAppIdentifierForSQLite(connection));
   };
-  for (const bool doFastCheck : {true, false}) {
-    EXPECT_TRUE(isGood("", doFastCheck)) << "no tables yet";
-    EXPECT_FALSE(isGood(std::string(8192, 'x'), doFastCheck));
-    EXPECT_FALSE(isGood(std::string("SQLite format 3\0", 16) + std::string(4080, '\0'), doFastCheck));
-    const TestDatabase database;
-    EXPECT_TRUE(LCSQLiteUtilities::checkSQLiteDatabase(database.connection(), doFastCheck));
-    LCSQLiteUtilities::setDatabaseIsCorruptFlagForSQLite(database.connection());
-    EXPECT_FALSE(LCSQLiteUtilities::checkSQLiteDatabase(database.connection(), doFastCheck)) << "flagged";
+  EXPECT_EQ(U::lastExtraKeywordIdForSQLite(nullptr), -1);
+  EXPECT_EQ(facts(), std::tuple(-1, std::numeric_limits<int64_t>::max(), std::nullopt));
+  for (const int64_t value : {int64_t{100930}, int64_t{1} << 40}) {
+    EXPECT_TRUE(U::setDatabaseSchemaVersion(value, connection) && U::setLastExtraKeywordId(value + 1, connection) &&
+                U::setIndexingAppIdentifier("tool", connection));
+    EXPECT_EQ(facts(), std::tuple(value, value + 1, "tool"));
+  }
+  EXPECT_EQ(database.rows("SELECT count(*) FROM DatabaseMigrationInfos"), Rows{"3"});
+}
+
+TEST_F(SQLiteUtilities, TheCheckTellsDamageFromAMissingTable) {
+  const auto check = LCSQLiteUtilities::checkSQLiteDatabase;
+  const std::tuple<std::string, bool> files[] = {
+      {"", true},
+      {std::string(8192, 'x'), false},
+      {std::string("SQLite format 3\0", 16) + std::string(4080, '\0'), false}};
+  for (const auto& [contents, isGood] : files) {
+    const LCConnection file = lc::openConnection(database.folder().addFile("d.db", contents), LCOpenMode::readOnly);
+    for (const bool doFastCheck : {true, false}) EXPECT_EQ(check(file.get(), doFastCheck), isGood) << contents;
+  }
+  for (const bool isGood : {true, false}) {
+    for (const bool doFastCheck : {true, false}) EXPECT_EQ(check(connection, doFastCheck), isGood);
+    LCSQLiteUtilities::setDatabaseIsCorruptFlagForSQLite(connection);
   }
 }
 
-TEST(DamageCheck, DamageMetByAStatementIsRecordedInTheDatabaseOrElseBesideIt) {
-  TestDatabase database;
-  const auto page = std::stoul(database.text("SELECT rootpage FROM sqlite_master WHERE name = 'Loops'"));
-  const auto pageSize = std::stoul(database.text("PRAGMA page_size"));
-  const auto overwrite = [&database, pageSize](size_t number) {  // pages count from 1
+TEST_F(SQLiteUtilities, DamageMetByAStatementIsRecordedInTheDatabaseOrElseBesideIt) {
+  const auto page = std::stoul(database.rows("SELECT rootpage FROM sqlite_master WHERE name = 'Loops'").at(0));
+  const auto pageSize = std::stoul(database.rows("PRAGMA page_size").at(0));
+  const auto overwrite = [this, pageSize](size_t number) {  // pages count from 1
     database.close();
     std::string bytes = vesk::path::readFile(database.file()).value();
     bytes.replace((number - 1) * pageSize, pageSize, pageSize, '\xFF');
@@ -136,22 +129,19 @@ TEST(DamageCheck, DamageMetByAStatementIsRecordedInTheDatabaseOrElseBesideIt) {
   EXPECT_EQ(vesk::path::readFile(marker), "1");
 }
 
-TEST(Statement, BindsValuesAsTheyAre) {
-  const TestDatabase database = TestDatabase(std::nullopt);
-  LCStatement statement(database.connection(), "SELECT typeof(?1), ?1");
-  const auto bound = [&statement] {
-    EXPECT_TRUE(statement.step());
-    std::string result = statement.textAt(0) + " " + statement.textAt(1);
-    statement.reset();
-    return result;
+TEST_F(SQLiteUtilities, StatementsBindValuesAsTheyAre) {
+  LCStatement statement(connection, "SELECT typeof(?1) || ' ' || ?1");
+  const std::pair<bool (*)(LCStatement&), const char*> cases[] = {
+      {[](LCStatement& bound) { return bound.bind(1, std::string_view()); }, "text "},  // an empty text is not NULL
+      {[](LCStatement& bound) { return bound.bind32(1, (int64_t{1} << 32) + 3); }, "integer 3"},
+      {[](LCStatement& bound) { return bound.bind(1, int64_t{-5506746406385753333}); }, "integer -5506746406385753333"},
+      // A missing text leaves the earlier value.
+      {[](LCStatement& bound) { return bound.bind(1, std::optional<std::string>()); }, "integer -5506746406385753333"},
   };
-  EXPECT_TRUE(statement.bind(1, std::string_view()));
-  EXPECT_EQ(bound(), "text ") << "an empty text is not NULL";
-  EXPECT_TRUE(statement.bind32(1, (int64_t{1} << 32) + 3));
-  EXPECT_EQ(bound(), "integer 3");
-  EXPECT_TRUE(statement.bind(1, int64_t{-5506746406385753333}));
-  EXPECT_EQ(bound(), "integer -5506746406385753333");
-  EXPECT_TRUE(statement.bind(1, std::optional<std::string>()));
-  EXPECT_EQ(bound(), "integer -5506746406385753333") << "a missing text leaves the earlier value";
+  for (const auto& [bind, result] : cases) {
+    EXPECT_TRUE(bind(statement) && statement.step());
+    EXPECT_EQ(statement.textAt(0), result);
+    statement.reset();
+  }
   EXPECT_FALSE(statement.bind(2, "there is no such parameter"));
 }

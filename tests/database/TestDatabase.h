@@ -1,21 +1,21 @@
 // A loop database in a folder of its own, with short ways to ask it.
 #pragma once
 
+#include "support/Rows.h"
 #include "support/TestEnvironment.h"
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
-#include "VeskLoopManagement/database/LCStatement.h"
 
-#include <gtest/gtest.h>
-#include <sqlite3.h>
-
-using Texts = std::vector<std::string>;
+inline void runSQL(sqlite3* connection, const std::string& sql) {
+  EXPECT_TRUE(LCSQLiteUtilities(connection).executeStatementWithNoReturnValue(sql)) << sql;
+}
 
 class TestDatabase {
  public:
   // Without tables for nullopt.
   explicit TestDatabase(std::optional<int64_t> schemaVersion = kDefaultDatabaseSchemaVersion) {
+    run("PRAGMA synchronous = OFF");  // nobody needs this file after a crash
     const auto generate = LCSQLiteUtilities::generateDatabaseTablesForSQLite;
     EXPECT_TRUE(!schemaVersion || generate(connection(), *schemaVersion));
   }
@@ -23,21 +23,9 @@ class TestDatabase {
   const TemporaryFolder& folder() const { return m_folder; }
   std::string file() const { return m_folder.path("x.db"); }
   sqlite3* connection() const { return m_connection.get(); }
-  void run(const std::string& sql) const {
-    EXPECT_TRUE(LCSQLiteUtilities(connection()).executeStatementWithNoReturnValue(sql)) << sql;
-  }
-  // The first column of every row, NULL as "NULL"; of the first row.
-  Texts texts(const std::string& sql) const {
-    LCStatement statement(connection(), sql);
-    Texts texts;
-    while (statement.step()) texts.push_back(statement.isNull(0) ? "NULL" : statement.textAt(0));
-    EXPECT_TRUE(statement.succeeded()) << sql << ": " << sqlite3_errmsg(connection());
-    return texts;
-  }
-  std::string text(const std::string& sql) const {
-    const auto all = texts(sql);
-    return all.empty() ? "no row" : all.front();
-  }
+  bool isInTransaction() const { return sqlite3_get_autocommit(connection()) == 0; }
+  void run(const std::string& sql) const { runSQL(connection(), sql); }
+  Rows rows(const std::string& sql) const { return rowsOf(connection(), sql); }
   void close() { m_connection.reset(); }
   void reopen(LCOpenMode mode = LCOpenMode::readWriteCreate) {
     close();
@@ -47,4 +35,17 @@ class TestDatabase {
  private:
   TemporaryFolder m_folder;
   LCConnection m_connection = lc::openConnection(file(), LCOpenMode::readWriteCreate);
+};
+
+// Another connection to the same file, which has written the package "other" and not committed yet.
+class OtherWriter {
+ public:
+  explicit OtherWriter(const TestDatabase& database)
+      : m_connection(lc::openConnection(database.file(), LCOpenMode::readWriteCreate)) {
+    runSQL(m_connection.get(), "BEGIN; INSERT INTO Crates (identifier) VALUES ('other')");
+  }
+  void commit() { runSQL(m_connection.get(), "COMMIT"); }
+
+ private:
+  LCConnection m_connection;
 };

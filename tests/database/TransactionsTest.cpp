@@ -9,23 +9,6 @@ void insert(const TestDatabase& database, const std::string& crate) {
   database.run("INSERT INTO Crates (identifier) VALUES ('" + crate + "')");
 }
 
-// Another connection to the same file, which writes and has not committed yet.
-class Writer {
- public:
-  explicit Writer(const TestDatabase& database)
-      : m_connection(lc::openConnection(database.file(), LCOpenMode::readWriteCreate)) {
-    run("BEGIN IMMEDIATE");
-    run("INSERT INTO Crates (identifier) VALUES ('other')");
-  }
-  void commit() { run("COMMIT"); }
-
- private:
-  void run(const char* sql) {
-    EXPECT_EQ(sqlite3_exec(m_connection.get(), sql, nullptr, nullptr, nullptr), SQLITE_OK) << sql;
-  }
-  LCConnection m_connection;
-};
-
 }  // namespace
 
 TEST(Transaction, InsideAnotherOneIsAPartOfItThatIsKeptOrUndoneByItself) {
@@ -43,11 +26,11 @@ TEST(Transaction, InsideAnotherOneIsAPartOfItThatIsKeptOrUndoneByItself) {
         }
         EXPECT_TRUE(!isInnerCommitted || inner.commit());
       }
-      EXPECT_EQ(sqlite3_get_autocommit(database.connection()), 0) << "the outer one is still open";
+      EXPECT_TRUE(database.isInTransaction()) << "the outer one is still open";
       EXPECT_TRUE(!isOuterCommitted || outer.commit());
     }
-    EXPECT_EQ(database.texts("SELECT identifier FROM Crates ORDER BY 1"),
-              isOuterCommitted ? (Texts{"inner", "outer"}) : Texts{});
+    EXPECT_EQ(database.rows("SELECT identifier FROM Crates ORDER BY 1"),
+              isOuterCommitted ? (Rows{"inner", "outer"}) : Rows{});
   }
 }
 
@@ -74,19 +57,19 @@ TEST(WritingWhileAnotherConnectionWrites, WaitsAndThenCompletesTheDatabase) {
   for (const auto& [missing, complete, question, answer] : cases) {
     SCOPED_TRACE(missing);
     const TestDatabase database;
-    EXPECT_EQ(database.text("PRAGMA busy_timeout"), "5000") << "how long connections wait by themselves";
+    EXPECT_EQ(database.rows("PRAGMA busy_timeout"), Rows{"5000"}) << "how long connections wait by themselves";
     database.run(missing);
-    Writer writer(database);
+    OtherWriter writer(database);
     int waits = 0;
     const auto giveUp = [](void* counter, int) { return (++*static_cast<int*>(counter), 0); };
     sqlite3_busy_handler(database.connection(), giveUp, &waits);
     complete(database.connection());
     EXPECT_EQ(waits, 1) << "while the database stays locked, nothing else is tried";
-    EXPECT_NE(database.text(question), answer);
-    const auto goOn = [](void* other, int) { return (static_cast<Writer*>(other)->commit(), 1); };
+    EXPECT_NE(database.rows(question), Rows{answer});
+    const auto goOn = [](void* other, int) { return (static_cast<OtherWriter*>(other)->commit(), 1); };
     sqlite3_busy_handler(database.connection(), goOn, &writer);
     complete(database.connection());
-    EXPECT_EQ(database.text(question), answer);
-    EXPECT_EQ(database.text("SELECT identifier FROM Crates"), "other");
+    EXPECT_EQ(database.rows(question), Rows{answer});
+    EXPECT_EQ(database.rows("SELECT identifier FROM Crates"), Rows{"other"});
   }
 }

@@ -12,6 +12,8 @@
 
 #include "ParserFixture.h"
 
+#include <tuple>
+
 using namespace fixture;
 using namespace std::string_view_literals;
 
@@ -70,10 +72,6 @@ TEST(ChunkCodecs, CutTextsBetweenCharactersAndDropWhatTheyDoNotKnow) {
 
 TEST(ChunkCodecs, ArchivesComeBackWithEveryFieldTheyHave) {
   const auto additional = LCAdditionalDataChunk::decode(archiveNamed("additional-all-keys.archive")).value();
-  const vesk::Number seven{int64_t{7}}, yes{true};
-  const vesk::Dictionary taggings = {{"mood", vesk::Array{"dark", "dry"}}};
-  const std::vector<LCMetaInfo> infos = {{"Drums", 0.5, 0, 1}, {"Bass", 0.25, 0, 1}};
-  EXPECT_EQ(additional, (LCAdditionalDataChunk{-14.25, -0.5, -18.0, seven, yes, 2, infos, taggings}));
   const Bytes written = writtenBothWays(additional);
   const vesk::Value root = vesk::unarchivedRoot(written, "rootDict", LCMetaInfo::isMetaInfo);
   EXPECT_EQ(vesk::valueForKey(root.dictionary(), "Version"), vesk::Value(1));
@@ -85,4 +83,21 @@ TEST(ChunkCodecs, ArchivesComeBackWithEveryFieldTheyHave) {
   EXPECT_EQ(vesk::unarchivedRoot(writtenBothWays(LCGenInstChunk::decode(percussion).value()), "rootDict"),
             vesk::unarchivedRoot(percussion, "rootDict"));
   writtenBothWays(LCGenInstChunk{});
+}
+
+TEST(LCGenInstChunk, DecidesTheLoopTypeAndTheContentIdentifier) {
+  const std::tuple<const char*, LCVireoLoopType, const char*> cases[] = {
+      {"geninst-percussion", kLoopTypePercussionDrummer, "g|-|c"},
+      {"geninst-electronic", kLoopTypeDrummer, "none"},  // no genre identifier
+      {"geninst-bass-player", kLoopTypeBassPlayer, "g|-|c"},
+      {"geninst-unknown-type", kLoopTypeNone, "g|-|c"},
+      {"geninst-empty", kLoopTypeNone, "none"},
+      {"additional-icon-only", kLoopTypeDrummer, "none"},  // no character, so no type
+  };
+  for (const auto& [archive, type, contentIdentifier] : cases) {
+    const auto instrument = LCGenInstChunk::decode(archiveNamed(std::string(archive) + ".archive")).value();
+    EXPECT_EQ(instrument.loopType().value_or(kLoopTypeNone), type) << archive;
+    EXPECT_EQ(instrument.contentIdentifier().value_or("none"), contentIdentifier) << archive;
+  }
+  EXPECT_FALSE(LCGenInstChunk::decode(archiveNamed("geninst-with-meta-info.archive"))) << "they have no place here";
 }

@@ -75,9 +75,9 @@ TEST(LCAIFParser, OurOrderCountsAndNotTheFiles) {
 }
 
 TEST(LCAIFParser, OnlyAnEnhancedParseKeepsTheBulkyPayloads) {
-  const LoopFile file("q.aif",
-                      aiffFile({chunk("midi", "first"), chunk(".mid", "second"), chunk("Sequ", "events"),
-                                chunk("StSq", "steps"), chunk("genI", archiveNamed("geninst-bass-player.archive"))}));
+  const ParsedFile file("q.aif",
+                        aiffFile({chunk("midi", "first"), chunk(".mid", "second"), chunk("Sequ", "events"),
+                                  chunk("StSq", "steps"), chunk("genI", archiveNamed("geninst-bass-player.archive"))}));
   LCFileData enhanced = file.record(Parse::enhanced);
   EXPECT_TRUE(std::exchange(enhanced.enhancedFileDataAvailable, false));
   EXPECT_EQ(std::exchange(enhanced.midiData, {}), bytesOf("first"));

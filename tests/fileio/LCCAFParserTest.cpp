@@ -1,6 +1,7 @@
 #include "fileio/LCCAFParser.h"
 
 #include "ParserFixture.h"
+#include "VeskLoopManagement/model/LCTimeSignature.h"
 
 #include <tuple>
 
@@ -47,9 +48,9 @@ TEST(LCCAFParser, ConvertsTheTextsOfTheSearchInfo) {
   using Numbers = std::vector<std::pair<const char*, int64_t>>;
   const Numbers roots = {{"C", 48}, {"F#", 54},  {"E#", 53}, {"Gb", 54}, {"A", 57},
                          {"B", 59}, {"D##", 51}, {"c", 0},   {"H", 0},   {"", 0}};
-  for (const auto& [key, root] : roots) EXPECT_EQ(rootNoteFromKeySignature(key), root) << key;
+  for (const auto& [key, root] : roots) EXPECT_EQ(lc::rootNoteFromKeySignature(key), root) << key;
   for (const auto& [text, type] : Numbers{{"major", 2}, {"minor", 1}, {"neither", 3}, {"both", 4}, {"Major", 0}}) {
-    EXPECT_EQ(keyTypeFromText(text), type);
+    EXPECT_EQ(lc::keyTypeFromText(text), type);
   }
   const std::pair<const char*, const char*> signatures[] = {{"12/8", "12/8"}, {"/44", "0/44"},  {"44/", "44/0"},
                                                             {"4/", "0/0"},    {"3/4/4", "0/0"}, {"444", "0/0"}};

@@ -1,7 +1,9 @@
 #include "VeskLoopManagement/fileio/LCFileParser.h"
 
-#include "fileio/MurmurHash.h"
+#include "fileio/LCSDIIParser.h"
 #include "VeskLoopManagement/fileio/LCRexFileParser.h"
+#include "VeskLoopManagement/fileio/MurmurHash.h"
+#include "VeskLoopManagement/platform/audiofile/MemoryBytes.h"
 
 #include "ParserFixture.h"
 
@@ -26,7 +28,6 @@ class RecordParser : public LCFileParser {
   LCFileData& record() { return *m_fileData; }
   using LCFileParser::calcHash;
   using LCFileParser::extractAdditionalLoopDataFromData;
-  using LCFileParser::extractGenInstInfoFromData;
 };
 
 // Fills in some record, of no loop that a REX file can be.
@@ -145,32 +146,24 @@ TEST(LCFileParser, AdditionalLoopDataSetsEveryFieldItHasAndClearsTheOthers) {
   }
 }
 
-TEST(LCFileParser, GeneratedInstrumentsDecideTheLoopTypeAndTheContentIdentifier) {
-  constexpr LCVireoLoopType kBefore = kLoopTypeMIDI;
-  const std::tuple<const char*, LCVireoLoopType, const char*> cases[] = {
-      {"geninst-percussion", kLoopTypePercussionDrummer, "g|-|c"},
-      {"geninst-electronic", kLoopTypeDrummer, "none"},  // no genre identifier
-      {"geninst-bass-player", kLoopTypeBassPlayer, "g|-|c"},
-      {"geninst-unknown-type", kBefore, "g|-|c"},
-      {"geninst-empty", kBefore, "none"},
-      {"geninst-with-meta-info", kBefore, "none"},         // meta infos are not admitted here
-      {"additional-icon-only", kLoopTypeDrummer, "none"},  // no character, so no type
-  };
-  for (const auto& [archive, type, contentIdentifier] : cases) {
-    RecordParser parser("/q.aif");
-    parser.record().vireoLoopType = kBefore;
-    parser.extractGenInstInfoFromData(archiveNamed(std::string(archive) + ".archive"));
-    EXPECT_EQ(parser.record().vireoLoopType, type) << archive;
-    EXPECT_EQ(parser.record().contentIdentifier.value_or("none"), contentIdentifier) << archive;
-  }
-}
-
 TEST(LCFileParser, AFileThatDoesNotOpenHasNoParserButAReason) {
-  const LoopFile file("q.caf", bytesOf("caff"));
+  const ParsedFile file("q.caf", bytesOf("caff"));
   LCParserFailure failure;
   EXPECT_EQ(LCFileParser::fileParserForURL(file.url(), kFileTypeCAF, &failure), nullptr);
   EXPECT_EQ(failure.reason, LCParserFailure::Reason::malformed);
   EXPECT_EQ(failure.detail, "it ends inside its header");
+  EXPECT_EQ(LCSDIIParser::initWithURL(vesk::URL::fileURLWithPath("/no/such.sd2", false), true, &failure), nullptr);
+  EXPECT_EQ(failure.reason, LCParserFailure::Reason::notFound);
+}
+
+TEST(LCSDIIParser, ReadsAFileInMemoryAsAPlainLoopInFourFour) {
+  const auto inMemory = [](const Bytes& bytes) { return std::make_unique<vesk::MemoryBytes>(bytes); };
+  const Bytes fork = soundDesignerFork('2', "44100.0000", '2');
+  auto file = vesk::AudioFile::open(inMemory(Bytes(400)), nullptr, nullptr, inMemory(fork));
+  const LCFileData record =
+      *LCSDIIParser(vesk::URL::fileURLWithPath("/q.sd2", false), std::move(*file), true).fileData();
+  EXPECT_EQ(numbersOf(record), "0 0 0 4/4 0");
+  EXPECT_EQ(record.frameCount, 100);
 }
 
 TEST(LCWAVParser, AcidChunkOfExactly24BytesDescribesTheLoopButDoesNotMakeItAuthored) {
@@ -198,13 +191,13 @@ TEST(LCMetaDataParser, AnswersTheArchivedRecordUntouched) {
   EXPECT_EQ(record.bpm, 96.5f);
   EXPECT_EQ(tagsOf(record), "Drums|-|-|-|-|-|");
   EXPECT_EQ(record.hash, -42);
-  const LoopFile other("q.loopdata", archiveNamed("geninst-drummer.archive"));
+  const ParsedFile other("q.loopdata", archiveNamed("geninst-drummer.archive"));
   EXPECT_EQ(LCFileParser::fileParserForURL(other.url())->fileData(), nullptr);
 }
 
 TEST(LCRexFileParser, AnswersWhatTheAdapterFilledInAsAPlainAudioLoop) {
   const SwitchGuard guard;
-  const LoopFile file("Drums/q.rx2", bytesOf("CAT "));
+  const ParsedFile file("Drums/q.rx2", bytesOf("CAT "));
   EXPECT_EQ(LCFileParser::fileParserForURL(file.url()), nullptr) << "no adapter";
   LCRexFileParser::registerREXFileAdapterClass([] { return std::make_unique<Adapter>(); });
   const LCFileData record = file.record();

@@ -14,9 +14,9 @@
 enum class Parse { plain, enhanced };
 
 // A folder whose path holds no keyword, with a file in it.
-class LoopFile {
+class ParsedFile {
  public:
-  LoopFile(std::string_view relativePath, const fixture::Bytes& contents)
+  ParsedFile(std::string_view relativePath, const fixture::Bytes& contents)
       : m_path(m_folder.addFile(relativePath,
                                 std::string_view(reinterpret_cast<const char*>(contents.data()), contents.size()))) {}
 
@@ -37,7 +37,7 @@ class LoopFile {
 };
 
 inline LCFileData recordOf(std::string_view relativePath, const fixture::Bytes& contents, Parse parse = Parse::plain) {
-  return LoopFile(relativePath, contents).record(parse);
+  return ParsedFile(relativePath, contents).record(parse);
 }
 
 // A payload made ahead of time by tests/data/make-archives.py.

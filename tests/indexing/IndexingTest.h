@@ -3,15 +3,13 @@
 #pragma once
 
 #include "support/AudioFixture.h"
+#include "support/Rows.h"
 #include "support/TestEnvironment.h"
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
-#include "VeskLoopManagement/database/LCStatement.h"
 #include "VeskLoopManagement/indexing/LCFileIndexing.h"
 
 #include <gtest/gtest.h>
-
-using Rows = std::vector<std::string>;
 
 class IndexingTest : public testing::Test {
  protected:
@@ -27,16 +25,7 @@ class IndexingTest : public testing::Test {
   // The rows as another connection sees them: columns joined by "|", NULL as "NULL".
   Rows rows(const std::string& sql) const {
     const LCConnection connection = lc::openConnection(databaseFolder.path("loops.db"), LCOpenMode::readOnly);
-    LCStatement statement(connection.get(), sql);
-    EXPECT_TRUE(statement.isPrepared()) << sql;
-    Rows result;
-    while (statement.step()) {
-      std::string& row = result.emplace_back();
-      for (int column = 0; column < statement.columnCount(); ++column) {
-        row += (column == 0 ? "" : "|") + (statement.isNull(column) ? "NULL" : statement.textAt(column));
-      }
-    }
-    return result;
+    return rowsOf(connection.get(), sql);
   }
 
   // What stands in the file besides the indexes that SQLite makes for itself.

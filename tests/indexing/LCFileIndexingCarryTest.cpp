@@ -33,7 +33,7 @@ TEST_F(LCFileIndexingCarry, WhatTheNewLoopHasWinsAndNothingStaysWithTheOldOne) {
       {"LoopsMetaInfos", "NULL, 0.5, 1, 1), (1, 'x', 0, 0, 1", "", {"NULL|0.5|1|1", "x|0.0|0|1"}},
       {"LoopsMetaInfos", "'Topper', 0.5, 1, 1", "'Drums', 1, 0, 2", {"Drums|1.0|0|2"}},
   };
-  indexer->executeStatementWithNoReturnValue(kCreateLoopsLoudnessTableString);
+  indexer->executeStatementWithNoReturnValue(std::string(kCreateLoopsLoudnessTableString));
   for (const auto& [table, oldRow, newRow, carried, newSeconds] : cases) {
     addLoop(1, 4);
     addLoop(2, newSeconds);

@@ -10,6 +10,7 @@
 #include "VeskLoopManagement/catalog/LCFailure.h"
 #include "VeskLoopManagement/catalog/LCLoopQuery.h"
 #include "VeskLoopManagement/catalog/LCLoopResult.h"
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/platform/URL.h"
 
 #include <cstdint>
@@ -55,7 +56,7 @@ struct LCMarkedLoop {
 };
 
 // One loop, in one of the ways in which people and programs name it.
-struct LCLoopReference {
+struct LC_EXPORT LCLoopReference {
   std::optional<int64_t> id;     // decides when given
   std::optional<vesk::URL> url;  // as stored, or of a file that a link leads to
   std::string text = {};         // as it was given, for messages
@@ -79,7 +80,7 @@ struct LCRemovalObserver {
   std::function<bool()> shouldContinue = {};             // asked between batches; false ends the work
 };
 
-class LCCatalog {
+class LC_EXPORT LCCatalog {
  public:
   // The database of this user: the library's default file. Makes no folder.
   static std::string defaultDatabaseFile();

@@ -3,6 +3,7 @@
 // system.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
 #include "VeskLoopManagement/model/LCTimeSignature.h"
 #include "VeskLoopManagement/model/LCVireoLoopType.h"
@@ -21,7 +22,7 @@ struct LCLoopMarks {
 };
 
 // Just enough to find a loop again.
-struct LCLoopPlace {
+struct LC_EXPORT LCLoopPlace {
   int64_t id = 0;
   std::string urlText;         // as stored
   bool isPlaceholder = false;  // stands for a loop that is not on this disk yet
@@ -68,7 +69,7 @@ struct LCCatalogLoop {
 enum class LCKeywordKind { genre, mood, instrument, other };  // in the order in which keywords are listed
 
 // A keyword and how many loops carry it.
-struct LCFacet {
+struct LC_EXPORT LCFacet {
   LCLoopKeyword keyword;
   int64_t category = 0;  // an LCKeywordCategory; 0 from outside the taxonomy
   int64_t loopCount = 0;

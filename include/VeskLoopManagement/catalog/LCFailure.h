@@ -2,6 +2,8 @@
 // Plain values; nothing is thrown.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <string>
 #include <utility>
 #include <variant>
@@ -23,7 +25,7 @@ enum class LCFailureKind {
 
 // The kind as programs spell it: "databaseMissing", "notFound", …
 namespace lc {
-std::string failureKindName(LCFailureKind kind);
+LC_EXPORT std::string failureKindName(LCFailureKind kind);
 }
 
 struct LCFailure {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "VeskLoopManagement/catalog/LCFailure.h"
+#include "VeskLoopManagement/LCExport.h"
 
 #include <cstdint>
 #include <functional>
@@ -44,7 +45,7 @@ enum class LCFileProblem {
 };
 
 namespace lc {
-std::string fileProblemName(LCFileProblem problem);  // as programs spell it: "unreadable", …
+LC_EXPORT std::string fileProblemName(LCFileProblem problem);  // as programs spell it: "unreadable", …
 }
 
 struct LCFileFailure {
@@ -54,7 +55,7 @@ struct LCFileFailure {
 };
 
 // Answers to what happens; what a host does not care for it leaves alone. Called on the scan's thread.
-class LCScanObserver {
+class LC_EXPORT LCScanObserver {
  public:
   virtual ~LCScanObserver() = default;
   virtual bool wantsTotals() { return false; }  // whether files are counted first, in a walk of their own
@@ -88,7 +89,7 @@ struct LCScanReport {
   bool isInterrupted = false;  // by the observer
 };
 
-class LCLibraryScan {
+class LC_EXPORT LCLibraryScan {
  public:
   // The database is made when missing; a damaged one is put aside first. A failure means that nothing was begun, or
   // that the database refused to go on: batches committed before it stay.

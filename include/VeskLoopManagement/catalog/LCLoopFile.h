@@ -3,13 +3,14 @@
 
 #include "VeskLoopManagement/catalog/LCCatalogLoop.h"
 #include "VeskLoopManagement/catalog/LCLibraryScan.h"
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/model/LCFileData.h"
 #include "VeskLoopManagement/platform/URL.h"
 
 #include <optional>
 #include <string>
 
-struct LCLoopFile {
+struct LC_EXPORT LCLoopFile {
   std::optional<LCFileData> record;
   LCFileFailure failure;  // without a record; `failure.path` is the path of the URL
 

@@ -2,6 +2,7 @@
 // values.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/model/LCMusicalKey.h"
 #include "VeskLoopManagement/model/LCTimeSignature.h"
 #include "VeskLoopManagement/model/LCVireoLoopType.h"
@@ -14,7 +15,7 @@
 #include <vector>
 
 // Beats per minute, both ends included. Databases store whole beats per minute; the ends are rounded alike.
-struct LCTempoSpan {
+struct LC_EXPORT LCTempoSpan {
   double lowest = 0;
   double highest = 0;
 

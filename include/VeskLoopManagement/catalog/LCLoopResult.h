@@ -6,6 +6,7 @@
 
 #include "VeskLoopManagement/catalog/LCCatalogLoop.h"
 #include "VeskLoopManagement/catalog/LCFailure.h"
+#include "VeskLoopManagement/LCExport.h"
 
 #include <cstdint>
 #include <functional>
@@ -41,7 +42,7 @@ struct LCFoldedPage {
   std::vector<LCFoldedLoop> rows;
 };
 
-class LCLoopResult {
+class LC_EXPORT LCLoopResult {
  public:
   int64_t count() const { return m_count; }
   bool isCurrent() const;

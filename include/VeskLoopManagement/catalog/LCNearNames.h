@@ -1,13 +1,15 @@
 // Which known names a mistyped one may have meant. Pure functions.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 // Collects the names most like one that was asked for; upper and lower case are the same.
-class LCNearNames {
+class LC_EXPORT LCNearNames {
  public:
   explicit LCNearNames(std::string_view wanted);
 
@@ -23,6 +25,6 @@ class LCNearNames {
 
 namespace lc {
 
-std::vector<std::string> nearNames(std::string_view wanted, const std::vector<std::string>& names);
+LC_EXPORT std::vector<std::string> nearNames(std::string_view wanted, const std::vector<std::string>& names);
 
 }  // namespace lc

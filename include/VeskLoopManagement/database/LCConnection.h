@@ -2,6 +2,8 @@
 // in double quotes admitted (they are part of our statements), recursive triggers and foreign keys off.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <memory>
 #include <string>
 
@@ -9,7 +11,7 @@ struct sqlite3;
 
 enum class LCOpenMode { readOnly, readWriteCreate };
 
-struct LCConnectionCloser {
+struct LC_EXPORT LCConnectionCloser {
   void operator()(sqlite3* connection) const;  // sqlite3_close_v2
 };
 using LCConnection = std::unique_ptr<sqlite3, LCConnectionCloser>;
@@ -17,6 +19,6 @@ using LCConnection = std::unique_ptr<sqlite3, LCConnectionCloser>;
 namespace lc {
 
 // The opened connection. On failure `status` (may be null) gets SQLite's code and the result is null.
-LCConnection openConnection(const std::string& databaseFile, LCOpenMode mode, int* status = nullptr);
+LC_EXPORT LCConnection openConnection(const std::string& databaseFile, LCOpenMode mode, int* status = nullptr);
 
 }  // namespace lc

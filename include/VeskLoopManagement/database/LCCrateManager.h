@@ -7,34 +7,36 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/platform/URL.h"
 
-extern const std::string kContentIdentifierPrefix;
-extern const std::string kFactoryIndexToolIdentifier;
-extern const std::string LCFileIndexingUserDomainSingleFilesCrateIdentifier;
-extern const std::string LCFileIndexingLocalDomainSingleFilesCrateIdentifier;
-extern const std::string LCFileIndexingUserLoopsManufacturer;
-extern const std::string LCFileIndexingSingleFilesCrateName;
+LC_EXPORT extern const std::string kContentIdentifierPrefix;
+LC_EXPORT extern const std::string kFactoryIndexToolIdentifier;
+LC_EXPORT extern const std::string LCFileIndexingUserDomainSingleFilesCrateIdentifier;
+LC_EXPORT extern const std::string LCFileIndexingLocalDomainSingleFilesCrateIdentifier;
+inline constexpr std::string_view LCFileIndexingUserLoopsManufacturer = "User Loops";
+inline constexpr std::string_view LCFileIndexingSingleFilesCrateName = "SingleFiles";
 
-class LCCrateManager {
+class LC_EXPORT LCCrateManager {
  public:
   // Opens (and creates) the configuration's database file with all tables; null when it cannot be opened.
   [[nodiscard]] static std::unique_ptr<LCCrateManager> initWithDatabaseConfiguration(
       const LCDatabaseConfiguration& configuration);
 
-  bool createCrateWithIdentifier(const std::string& identifier, const std::string& name,
-                                 const std::string& manufacturer, bool isVirtual);
+  bool createCrateWithIdentifier(std::string_view identifier, std::string_view name, std::string_view manufacturer,
+                                 bool isVirtual);
   std::optional<std::string> createCrateForSingleFiles();  // the identifier; nullopt when it could not be created
   bool createCrateForDirectoryURL(const std::optional<vesk::URL>& url, const std::string& name,
                                   std::string* identifier);
   std::optional<LCResultDictionary> availableCrates();
   bool removeCrateWithIdentifier(const std::string& identifier);  // relations stay
 
-  static std::string crateIdentifierForManufacturer(const std::string& manufacturer, const std::string& crateName,
+  static std::string crateIdentifierForManufacturer(std::string_view manufacturer, std::string_view crateName,
                                                     bool userDomain);
   static int compareIdentifier(const std::string& identifier, const std::string& other);
   static bool isLocalDomainCrateIdentifier(const std::string& identifier);

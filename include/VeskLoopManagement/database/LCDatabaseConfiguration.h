@@ -2,11 +2,13 @@
 // version tables are created. An immutable value; nothing here opens a database.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
-class LCDatabaseConfiguration {
+class LC_EXPORT LCDatabaseConfiguration {
  public:
   // initWithDatabaseFile:readOnly:schemaVersion: – the path is not checked.
   LCDatabaseConfiguration(std::string databaseFile, bool readOnly, int64_t schemaVersion);

@@ -10,62 +10,66 @@
 #include <string_view>
 
 #include "VeskLoopManagement/fileio/LCChunkIDs.h"  // kGenInstContentIdentifierSeparator
+#include "VeskLoopManagement/LCExport.h"
 
-extern const std::string kDefaultLoopsTablename;
-extern const std::string kDefaultTaggingTablename;
-extern const std::string kDefaultLoopsKeywordsTablename;
-extern const std::string kDefaultKeywordsTablename;
-extern const std::string kDefaultCratesTableName;
-extern const std::string kDefaultCrateLoopRelationTablename;
-extern const std::string kDefaultUserDataTablename;
-extern const std::string kDefaultMetaInfoRelationTablename;
+inline constexpr std::string_view kDefaultLoopsTablename = "Loops";
+inline constexpr std::string_view kDefaultTaggingTablename = "Tagging";
+inline constexpr std::string_view kDefaultLoopsKeywordsTablename = "LoopsKeywords";
+inline constexpr std::string_view kDefaultKeywordsTablename = "Keywords";
+inline constexpr std::string_view kDefaultCratesTableName = "Crates";
+inline constexpr std::string_view kDefaultCrateLoopRelationTablename = "CrateLoopRelation";
+inline constexpr std::string_view kDefaultUserDataTablename = "UserData";
+inline constexpr std::string_view kDefaultMetaInfoRelationTablename = "LoopsMetaInfos";
 
 // Columns that came to the loops table after its first layout.
-extern const std::string kLoopsContentIdentifierColumn;
-extern const std::string kLoopsChineseTranscriptColumn;
-extern const std::string kLoopsPatchInfoColumn;
-extern const std::string kLoopsKSLoopTypeColumn;
-extern const std::string kLoopsDefaultLoopTypeColumn;
+inline constexpr std::string_view kLoopsContentIdentifierColumn = "contentIdentifier";
+inline constexpr std::string_view kLoopsChineseTranscriptColumn = "chineseTranscript";
+inline constexpr std::string_view kLoopsPatchInfoColumn = "patchInfo";
+inline constexpr std::string_view kLoopsKSLoopTypeColumn = "ksLoopType";
+inline constexpr std::string_view kLoopsDefaultLoopTypeColumn = "hasMidi";
 
-extern const std::string kCurrentDatabaseSchemaVersionString;
-extern const std::string kLCCurrentDatabaseSchemaVersionStringKey;
-extern const std::string kCorruptDatabaseFileIndicatorName;
-extern const std::string kLoudnessDatabaseFileName;
-extern const std::string kLoudnessDatabaseExtension;
+inline constexpr std::string_view kCurrentDatabaseSchemaVersionString = "313089";
+inline constexpr std::string_view kLCCurrentDatabaseSchemaVersionStringKey = "LCCurrentDatabaseSchemaVersionStringV09";
+inline constexpr std::string_view kCorruptDatabaseFileIndicatorName = "LoopsDatabaseV10.db-isDamaged";
+inline constexpr std::string_view kLoudnessDatabaseFileName = "LoudnessDatabaseV04";
+inline constexpr std::string_view kLoudnessDatabaseExtension = "sqlite";
 
 inline constexpr int64_t kDefaultDatabaseSchemaVersion = 100930;  // patchInfo and ksLoopType are created from here on
 inline constexpr int64_t kPatchInfoListedSchemaVersion = 100926;  // … and listed from here on
 
-extern const std::string kCreateLoopsTableFormatString;
-extern const std::string kCreateTaggingTable;
-extern const std::string kCreateLoopsKeywordsTableString;
-extern const std::string kCreateKeywordTableString;
-extern const std::string kCreateCrateTableString;
-extern const std::string kCreateCrateRelationTableString;
-extern const std::string kCreateUserDataTableString;
-extern const std::string kCreateDatabaseMigrationInfosTableString;
-extern const std::string kCreateLoudnessDatabaseMigrationInfosTableString;
-extern const std::string kCreateKeywordDistriubtionTableString;  // spelled so
-extern const std::string kCreateLoopsLoudnessTableString;
-extern const std::string kCreateLoopsMetaInfoTableString;
-extern const std::string kCreateLoopsMetaInfoTriggerString;
-extern const std::array<std::string, 4> kCreateLoopsTriggerStrings;  // a placeholder goes, relations go with their loop
-extern const std::string kCreateLoopsIndexString;
-extern const std::string kCreateLoopsResultTableFormatString;
-extern const std::string kCreateLoopsResultTableFormatStringMobile;
-extern const std::string kSelectLoopsFormatString;  // desktop base SELECT, "%@" is the loops table; ends in a blank
-extern const std::string kSelectLoopsFormatStringMobile;  // the same for the mobile layout, with "#PLACEHOLDER#"
+LC_EXPORT extern const std::string_view kCreateLoopsTableFormatString;
+LC_EXPORT extern const std::string_view kCreateTaggingTable;
+LC_EXPORT extern const std::string_view kCreateLoopsKeywordsTableString;
+LC_EXPORT extern const std::string_view kCreateKeywordTableString;
+LC_EXPORT extern const std::string_view kCreateCrateTableString;
+LC_EXPORT extern const std::string_view kCreateCrateRelationTableString;
+LC_EXPORT extern const std::string_view kCreateUserDataTableString;
+LC_EXPORT extern const std::string_view kCreateDatabaseMigrationInfosTableString;
+LC_EXPORT extern const std::string_view kCreateLoudnessDatabaseMigrationInfosTableString;
+LC_EXPORT extern const std::string_view kCreateKeywordDistriubtionTableString;  // spelled so
+LC_EXPORT extern const std::string_view kCreateLoopsLoudnessTableString;
+LC_EXPORT extern const std::string_view kCreateLoopsMetaInfoTableString;
+LC_EXPORT extern const std::string_view kCreateLoopsMetaInfoTriggerString;
+// A placeholder goes, relations go with their loop.
+LC_EXPORT extern const std::array<std::string_view, 4> kCreateLoopsTriggerStrings;
+LC_EXPORT extern const std::string_view kCreateLoopsIndexString;
+LC_EXPORT extern const std::string_view kCreateLoopsResultTableFormatString;
+LC_EXPORT extern const std::string_view kCreateLoopsResultTableFormatStringMobile;
+// Desktop base SELECT, "%@" is the loops table; ends in a blank.
+LC_EXPORT extern const std::string_view kSelectLoopsFormatString;
+// The same for the mobile layout, with "#PLACEHOLDER#".
+LC_EXPORT extern const std::string_view kSelectLoopsFormatStringMobile;
 
 namespace lc {
 
 // `format` with its "%@" replaced by `arguments` in order and "%%" by "%". Arguments are not looked at again.
 // A "%@" without an argument stays, so that the statement does not compile.
-std::string sqlFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
-std::string sqlFormat(std::string_view format, std::span<const std::string> arguments);
-std::string sqlFormat(std::string_view format, std::span<const std::string_view> arguments);
+LC_EXPORT std::string sqlFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
+LC_EXPORT std::string sqlFormat(std::string_view format, std::span<const std::string> arguments);
+LC_EXPORT std::string sqlFormat(std::string_view format, std::span<const std::string_view> arguments);
 // Apostrophes doubled, for texts between single quotes.
-std::string sqlEscaped(std::string_view text);
+LC_EXPORT std::string sqlEscaped(std::string_view text);
 // Double quotes doubled, for texts between double quotes.
-std::string sqlDoubleQuoteEscaped(std::string_view text);
+LC_EXPORT std::string sqlDoubleQuoteEscaped(std::string_view text);
 
 }  // namespace lc

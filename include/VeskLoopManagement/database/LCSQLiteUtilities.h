@@ -15,6 +15,7 @@
 #include <variant>
 #include <vector>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 struct sqlite3;
@@ -26,14 +27,14 @@ using LCResultDictionary = std::map<std::string, std::vector<LCCell>>;
 namespace lc {
 
 // The text of a cell (numbers in decimal); the number of a cell (texts by their leading digits).
-std::string cellText(const LCCell& cell);
-int64_t cellInteger(const LCCell& cell);
+LC_EXPORT std::string cellText(const LCCell& cell);
+LC_EXPORT int64_t cellInteger(const LCCell& cell);
 // The first cell of `column`; nullptr when the column is missing or empty. Borrowed from `result`.
-const LCCell* firstCell(const LCResultDictionary& result, std::string_view column);
+LC_EXPORT const LCCell* firstCell(const LCResultDictionary& result, std::string_view column);
 
 }  // namespace lc
 
-class LCSQLiteUtilities {
+class LC_EXPORT LCSQLiteUtilities {
  public:
   // Called for each row with the cells' texts (null for NULL) and the column names.
   using RowCallback = std::function<void(int count, char** values, char** names)>;
@@ -68,18 +69,17 @@ class LCSQLiteUtilities {
   static std::optional<std::string> loudnessFactoryDatabaseFile();
   static void setLoudnessFactoryDatabaseFolder(const std::optional<std::string>& folder);
 
-  // Tables. Generating and filling commit: within a caller's transaction they end it.
+  // Tables. Generating and filling are transactions, or a part of the caller's; what is complete is only read.
   static bool generateDatabaseTablesForSQLite(sqlite3* connection, int64_t schemaVersion);
   static bool dropDatabaseTablesForSQLite(sqlite3* connection);
   static void fillKeywordsTableForSQLite(sqlite3* connection);
   static void addLoopsBundleReplacementTriggerForSQLite(sqlite3* connection);
   static bool createIndicesForSQLite(sqlite3* connection);
-  static bool isTableWithName(const std::string& table, const std::optional<std::string>& database,
-                              sqlite3* connection);
-  static bool isColumnAvailableWithName(const std::string& column, const std::string& table,
+  static bool isTableWithName(std::string_view table, const std::optional<std::string>& database, sqlite3* connection);
+  static bool isColumnAvailableWithName(std::string_view column, std::string_view table,
                                         const std::optional<std::string>& database, sqlite3* connection);
-  static bool extendTable(const std::string& table, const std::optional<std::string>& database,
-                          const std::string& column, const std::string& type, sqlite3* connection);
+  static bool extendTable(std::string_view table, const std::optional<std::string>& database, std::string_view column,
+                          std::string_view type, sqlite3* connection);
   static void setChineseTranscriptEnabled(bool enabled);
   static bool isChineseTranscriptEnabled();
 

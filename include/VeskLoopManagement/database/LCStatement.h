@@ -2,6 +2,8 @@
 // answers false, 0 or "". One thread at a time.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <concepts>
 #include <cstdint>
 #include <memory>
@@ -12,7 +14,7 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
-class LCStatement {
+class LC_EXPORT LCStatement {
  public:
   LCStatement() = default;                                 // inert
   LCStatement(sqlite3* connection, std::string_view sql);  // `connection` is borrowed and outlives the statement

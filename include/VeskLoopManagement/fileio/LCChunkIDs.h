@@ -33,6 +33,8 @@ inline constexpr vesk::FourCC kUUIDChunkCode{"uuid"};
 // The 16 bytes that begin a "uuid" chunk, in file order.
 using LCChunkIdentifier = std::array<std::byte, 16>;
 
+namespace lc {
+
 // The bytes of "29819273-B5BF-…", in the order in which the digits stand; no byte is swapped.
 consteval LCChunkIdentifier chunkIdentifier(const char (&text)[37]) {
   LCChunkIdentifier bytes{};
@@ -46,18 +48,20 @@ consteval LCChunkIdentifier chunkIdentifier(const char (&text)[37]) {
   return bytes;
 }
 
-inline constexpr auto kSearchInfoIdentifier = chunkIdentifier("29819273-B5BF-4AEF-B78D-62D1EF90BB2C");
-inline constexpr auto kWebLoopIdentifier = chunkIdentifier("CEE5B7CA-83E4-472C-9764-4CE0C35CF05C");
-inline constexpr auto kGenInstIdentifier = chunkIdentifier("103E1CD9-E7DC-EF4A-BFC0-0964320C73D3");
-inline constexpr auto kAdditionalDataIdentifier = chunkIdentifier("04072018-1707-2016-0508-198106101980");
-inline constexpr auto kStepSequencerIdentifier = chunkIdentifier("18B9BFBD-15B7-4E54-8D37-D5F927D82AA5");
-inline constexpr auto kEventSequenceIdentifier = chunkIdentifier("EF014ACE-B31A-4532-88C0-20255DC22ECD");
+}  // namespace lc
+
+inline constexpr auto kSearchInfoIdentifier = lc::chunkIdentifier("29819273-B5BF-4AEF-B78D-62D1EF90BB2C");
+inline constexpr auto kWebLoopIdentifier = lc::chunkIdentifier("CEE5B7CA-83E4-472C-9764-4CE0C35CF05C");
+inline constexpr auto kGenInstIdentifier = lc::chunkIdentifier("103E1CD9-E7DC-EF4A-BFC0-0964320C73D3");
+inline constexpr auto kAdditionalDataIdentifier = lc::chunkIdentifier("04072018-1707-2016-0508-198106101980");
+inline constexpr auto kStepSequencerIdentifier = lc::chunkIdentifier("18B9BFBD-15B7-4E54-8D37-D5F927D82AA5");
+inline constexpr auto kEventSequenceIdentifier = lc::chunkIdentifier("EF014ACE-B31A-4532-88C0-20255DC22ECD");
 // Four marks whose payloads mean nothing to us; a file that has one is a tagged loop.
-inline constexpr auto kMarkerAIdentifier = chunkIdentifier("A7BD1B9D-DC29-4B64-BE7E-513F684BDD79");
-inline constexpr auto kMarkerBIdentifier = chunkIdentifier("BCC51A46-4280-4F5F-AA43-7DBDADAC0979");
-inline constexpr auto kMarkerCIdentifier = chunkIdentifier("52461C71-6A21-4360-87D8-7493AE78FAC8");
-inline constexpr auto kMarkerDIdentifier = chunkIdentifier("0352811B-9D5D-42E1-882D-6AF61A6B330C");
-inline constexpr auto kPatchIdentifier = chunkIdentifier("1FB1573D-9DAA-49B1-B997-B430B75C6B19");
+inline constexpr auto kMarkerAIdentifier = lc::chunkIdentifier("A7BD1B9D-DC29-4B64-BE7E-513F684BDD79");
+inline constexpr auto kMarkerBIdentifier = lc::chunkIdentifier("BCC51A46-4280-4F5F-AA43-7DBDADAC0979");
+inline constexpr auto kMarkerCIdentifier = lc::chunkIdentifier("52461C71-6A21-4360-87D8-7493AE78FAC8");
+inline constexpr auto kMarkerDIdentifier = lc::chunkIdentifier("0352811B-9D5D-42E1-882D-6AF61A6B330C");
+inline constexpr auto kPatchIdentifier = lc::chunkIdentifier("1FB1573D-9DAA-49B1-B997-B430B75C6B19");
 
 // --- Keys of the search info (CAF) -----------------------------------------------------------------------------------
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/model/LCFileData.h"
 #include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 #include "VeskLoopManagement/platform/URL.h"
@@ -38,7 +39,7 @@ struct LCParserFailure {
   std::string detail;  // one sentence without the path; may be empty
 };
 
-class LCFileParser {
+class LC_EXPORT LCFileParser {
  public:
   virtual ~LCFileParser() = default;
   LCFileParser(const LCFileParser&) = delete;

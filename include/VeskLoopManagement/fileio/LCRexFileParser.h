@@ -3,13 +3,14 @@
 #pragma once
 
 #include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/LCExport.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
 
 // What a host implements to make REX files readable. One adapter is made for each file.
-class LCREXFileAdapter {
+class LC_EXPORT LCREXFileAdapter {
  public:
   virtual ~LCREXFileAdapter() = default;
   // The filled record of the file; nullopt when it cannot be read.
@@ -18,7 +19,7 @@ class LCREXFileAdapter {
 
 using LCREXFileAdapterClass = std::function<std::unique_ptr<LCREXFileAdapter>()>;
 
-class LCRexFileParser : public LCFileParser {
+class LC_EXPORT LCRexFileParser : public LCFileParser {
  public:
   // Makes the adapters from now on, in place of any earlier one; empty: none.
   static void registerREXFileAdapterClass(LCREXFileAdapterClass adapterClass);

@@ -11,12 +11,14 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCCrateManager.h"
 #include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
 #include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
 #include "VeskLoopManagement/loudness/LCMetaInfoDatabase.h"
 #include "VeskLoopManagement/model/LCFileData.h"
@@ -48,12 +50,12 @@ struct FileTransferResult {
 }  // namespace lc
 
 // Will-start and did-finish reach observers on the main thread; reload is posted on the thread that ends the run.
-extern const std::string LCFileIndexingWillStartNotification;
-extern const std::string LCFileIndexingDidFinishNotification;
-extern const std::string LCFileReloadBaseTablesNotification;
-extern const std::string kLCIndexingFinished;
+inline constexpr std::string_view LCFileIndexingWillStartNotification = "LCFileIndexingWillStartNotification";
+inline constexpr std::string_view LCFileIndexingDidFinishNotification = "LCFileIndexingDidFinishNotification";
+inline constexpr std::string_view LCFileReloadBaseTablesNotification = "LCFileReloadBaseTablesNotification";
+inline constexpr std::string_view kLCIndexingFinished = "LCIndexingFinished";
 
-class LCFileIndexing {
+class LC_EXPORT LCFileIndexing {
  public:
   // --- Opening and loudness (LCFileIndexing.cpp) ---
   // Opens the database file for writing, creating it with all tables; null when it cannot be opened.

@@ -9,11 +9,12 @@
 #include <span>
 #include <string>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/model/LCFileData.h"
 #include "VeskLoopManagement/platform/PropertyList.h"
 #include "VeskLoopManagement/platform/URL.h"
 
-struct LCLoopLoudnessInfo {
+struct LC_EXPORT LCLoopLoudnessInfo {
   static constexpr double kNone = std::numeric_limits<float>::max();
 
   double integratedLoudness = kNone;        // LUFS
@@ -38,7 +39,7 @@ struct LCLoopLoudnessInfo {
 };
 
 // Measures loops. Supplied by the host; called on the indexing thread.
-class LCLoudnessAnalyzerService {
+class LC_EXPORT LCLoudnessAnalyzerService {
  public:
   virtual ~LCLoudnessAnalyzerService() = default;
   virtual std::optional<LCLoopLoudnessInfo> loudnessInfoForURL(const vesk::URL& url) = 0;

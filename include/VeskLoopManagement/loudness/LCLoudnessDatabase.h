@@ -10,9 +10,10 @@
 
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
 
-class LCLoudnessDatabase {
+class LC_EXPORT LCLoudnessDatabase {
  public:
   // Null only without a path. A file that does not open gives an object whose every answer is nullopt or false.
   [[nodiscard]] static std::unique_ptr<LCLoudnessDatabase> initWithDatabaseFile(const std::optional<std::string>& path,

@@ -11,9 +11,10 @@
 
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCStatement.h"
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/model/LCMetaInfo.h"
 
-class LCMetaInfoDatabase {
+class LC_EXPORT LCMetaInfoDatabase {
  public:
   static constexpr int64_t kAnyType = -1;
 

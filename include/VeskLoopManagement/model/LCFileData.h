@@ -8,13 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/model/LCMetaInfo.h"
 #include "VeskLoopManagement/model/LCVireoLoopType.h"
 #include "VeskLoopManagement/platform/PropertyList.h"
 #include "VeskLoopManagement/platform/Text.h"
 #include "VeskLoopManagement/platform/URL.h"
 
-struct LCFileData {
+struct LC_EXPORT LCFileData {
   float bpm = 0.0f;  // beats per minute; -1 when neither the name nor beats and length give one
   float lengthInSeconds = 0.0f;
   int64_t beatCount = 0;

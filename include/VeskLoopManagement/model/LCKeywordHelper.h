@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/model/LCLocalizedKeyword.h"
 #include "VeskLoopManagement/platform/Text.h"
 #include "VeskLoopManagement/platform/URL.h"
@@ -42,9 +43,9 @@ struct LearnedKeyword {
 
 }  // namespace lc
 
-extern const int64_t kExtraKeywordsEndIndex;  // 1017, the last built-in keyword id
+inline constexpr int64_t kExtraKeywordsEndIndex = 1017;  // the last built-in keyword id
 
-class LCKeywordHelper {
+class LC_EXPORT LCKeywordHelper {
  public:
   static std::optional<std::string> keywordForKeywordId(int64_t keywordId);
   static int64_t keywordIdForKeyword(const std::optional<std::string>& keyword);  // exact; 0 when unknown or nullopt

@@ -1,16 +1,18 @@
 // A keyword with the text that is shown for it, and the lookup of such texts. Plain values.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <string>
 #include <string_view>
 #include <utility>
 
-struct LCLocalizedString {
+struct LC_EXPORT LCLocalizedString {
   // The text of `key` in the table "Localizable" of the environment; the key itself when there is none.
   static std::string forKey(std::string_view key);
 };
 
-class LCLocalizedKeyword {
+class LC_EXPORT LCLocalizedKeyword {
  public:
   explicit LCLocalizedKeyword(std::string keyword);  // initWithKeyword:
 

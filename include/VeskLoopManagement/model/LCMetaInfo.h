@@ -7,9 +7,10 @@
 #include <string_view>
 #include <vector>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/platform/PropertyList.h"
 
-struct LCMetaInfo {
+struct LC_EXPORT LCMetaInfo {
   static constexpr int64_t kWeightedInstrumentKeyword = 1;
 
   std::optional<std::string> stringValue;
@@ -39,7 +40,7 @@ struct LCMetaInfo {
 };
 
 // A meta info of type 1 by its proper names.
-struct LCWeightedInstrumentKeyword {
+struct LC_EXPORT LCWeightedInstrumentKeyword {
   std::string keywordTitle;
   double weight = 0.0;
 

@@ -1,6 +1,8 @@
 // Notes and scales in the words of musicians. Plain values.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -11,7 +13,7 @@
 enum class LCScale : int64_t { minor = 1, major = 2, neither = 3, both = 4 };
 
 // A root note, and the scale where it is named.
-struct LCMusicalKey {
+struct LC_EXPORT LCMusicalKey {
   int64_t note = 48;  // as databases store it: 48 (C) to 59 (B)
   std::optional<LCScale> scale = std::nullopt;
 
@@ -27,10 +29,10 @@ struct LCMusicalKey {
 namespace lc {
 
 // "F#" for 54 and every other MIDI note number of that name; nullopt below 1 and above 127.
-std::optional<std::string> noteName(int64_t midiNote);
+LC_EXPORT std::optional<std::string> noteName(int64_t midiNote);
 // "minor", "major", "neither", "both"; nullopt for other numbers.
-std::optional<std::string> scaleName(int64_t keyType);
-std::optional<LCScale> scaleFromText(std::string_view text);  // upper and lower case are the same
-std::vector<std::string> scaleNames();
+LC_EXPORT std::optional<std::string> scaleName(int64_t keyType);
+LC_EXPORT std::optional<LCScale> scaleFromText(std::string_view text);  // upper and lower case are the same
+LC_EXPORT std::vector<std::string> scaleNames();
 
 }  // namespace lc

@@ -2,6 +2,8 @@
 // package the host (vesk::Environment), what a file holds its extension alone. No file is opened. Safe on any thread.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstdint>
 #include <string>
 
@@ -18,7 +20,7 @@ enum LCNodeType : int32_t {
   kNodeREX = 10,
 };
 
-struct LCNodeTypesHelper {
+struct LC_EXPORT LCNodeTypesHelper {
   // kNodeUnknown when there is nothing at `path`, or a file of another extension. Links are followed.
   static int32_t nodeTypeFromPath(const std::string& path);
 };

@@ -1,12 +1,14 @@
 // A time signature, such as 6/8. A plain value.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
-struct LCTimeSignature {
+struct LC_EXPORT LCTimeSignature {
   int64_t top = 0;  // 0: unknown
   int64_t bottom = 0;
 

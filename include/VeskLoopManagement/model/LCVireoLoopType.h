@@ -1,6 +1,8 @@
 // Kinds of loop content. A stored number: the column "hasMidi" and every archive hold it.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,8 +27,8 @@ constexpr bool LCVireoLoopTypeIsGenInst(LCVireoLoopType type) {
 namespace lc {
 
 // "audio", "midi", "drummer", …; nullopt for other numbers.
-std::optional<std::string> loopTypeName(LCVireoLoopType type);
-std::optional<LCVireoLoopType> loopTypeFromText(std::string_view text);  // upper and lower case are the same
-std::vector<std::string> loopTypeNames();
+LC_EXPORT std::optional<std::string> loopTypeName(LCVireoLoopType type);
+LC_EXPORT std::optional<LCVireoLoopType> loopTypeFromText(std::string_view text);  // upper and lower case are the same
+LC_EXPORT std::vector<std::string> loopTypeNames();
 
 }  // namespace lc

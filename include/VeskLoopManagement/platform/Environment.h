@@ -3,6 +3,8 @@
 // A host or a test installs its own Environment before first use; the default one follows the XDG conventions.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -14,7 +16,7 @@ namespace vesk {
 
 enum class Domain { user, local };  // the user's own folders; the machine's
 
-class Environment {
+class LC_EXPORT Environment {
  public:
   virtual ~Environment() = default;
 
@@ -52,7 +54,7 @@ class Environment {
 
 // The default environment; hosts that change only some answers derive from it.
 // Preferences are a small text file below $XDG_CONFIG_HOME; the log goes to standard error.
-class DefaultEnvironment : public Environment {
+class LC_EXPORT DefaultEnvironment : public Environment {
  public:
   std::string homeFolder() const override;
   std::optional<std::string> musicFolder(std::string* error) const override;

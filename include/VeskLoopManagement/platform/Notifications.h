@@ -4,6 +4,8 @@
 // from any thread.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -11,16 +13,16 @@
 
 namespace vesk {
 
-void declareMainThread();  // the calling thread is the main one from now on
-bool isMainThread();
-void performOnMainQueue(std::function<void()> work);
+LC_EXPORT void declareMainThread();  // the calling thread is the main one from now on
+LC_EXPORT bool isMainThread();
+LC_EXPORT void performOnMainQueue(std::function<void()> work);
 // Runs what is waiting, in order, on the calling thread, which is the main one; returns how many pieces ran.
 // Work that is queued meanwhile waits for the next call.
-size_t drainMainQueue();
+LC_EXPORT size_t drainMainQueue();
 // `wakeUp` is called, on the queueing thread, each time work is queued; empty: none.
-void setMainQueueWakeUp(std::function<void()> wakeUp);
+LC_EXPORT void setMainQueueWakeUp(std::function<void()> wakeUp);
 
-class NotificationCenter {
+class LC_EXPORT NotificationCenter {
  public:
   using Observer = std::function<void(const std::string& name)>;
   using Token = uint64_t;
@@ -29,10 +31,10 @@ class NotificationCenter {
 
   // Observes `name`, or every notification when `name` is empty. The observer runs on the posting thread.
   Token addObserver(std::string_view name, Observer observer);
-  void removeObserver(Token token);    // an unknown token is ignored; a post that is under way may still reach it
-  void post(const std::string& name);  // on the calling thread, observers in the order in which they were added
+  void removeObserver(Token token);  // an unknown token is ignored; a post that is under way may still reach it
+  void post(std::string_view name);  // on the calling thread, observers in the order in which they were added
   // Posts at once when on the main thread, else through the main queue.
-  void postOnMainThread(const std::string& name);
+  void postOnMainThread(std::string_view name);
 
  private:
   NotificationCenter() = default;

@@ -14,12 +14,13 @@
 #include <variant>
 #include <vector>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 namespace vesk {
 
 // A number as an archive holds it: truth value, integer or real. Comparison is by kind and value.
-struct Number {
+struct LC_EXPORT Number {
   std::variant<bool, int64_t, double> value = int64_t{0};
 
   int64_t integerValue() const;  // reals are cut towards zero and saturate; NaN is 0
@@ -40,7 +41,7 @@ using Bytes = std::vector<std::byte>;
 using Array = std::vector<Value>;
 using Dictionary = std::map<std::string, Value, CodeUnitLess>;
 
-class Value {
+class LC_EXPORT Value {
  public:
   struct Null {
     bool operator==(const Null&) const = default;
@@ -109,13 +110,13 @@ struct ArchivedObject {
 };
 
 // The entry of `key`, or nil. `dictionary` may be null.
-Value valueForKey(const Dictionary* dictionary, std::string_view key);
+LC_EXPORT Value valueForKey(const Dictionary* dictionary, std::string_view key);
 
 // An XML property list; nil when it is not well formed, is deeper than 512 levels or holds anything but property-list
 // values.
-Value valueFromXMLPropertyList(std::string_view xml);
+LC_EXPORT Value valueFromXMLPropertyList(std::string_view xml);
 // XML text with one tab a level, keys in code-unit order and a final newline. `value` holds dictionaries, arrays,
 // strings, integers, reals, truth values, dates and bytes only; "" when it holds anything else.
-std::string xmlPropertyList(const Value& value);
+LC_EXPORT std::string xmlPropertyList(const Value& value);
 
 }  // namespace vesk

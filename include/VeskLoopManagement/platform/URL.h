@@ -3,6 +3,8 @@
 // written as uppercase %XX; nothing is normalised, and the URL of a folder ends in "/".
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <compare>
 #include <optional>
 #include <string>
@@ -10,7 +12,7 @@
 
 namespace vesk {
 
-class URL {
+class LC_EXPORT URL {
  public:
   // nullopt for texts that are no URL: empty, with blanks or control characters, or with a broken %XX.
   static std::optional<URL> fromString(std::string_view absoluteString);
@@ -34,10 +36,10 @@ class URL {
 };
 
 // The path's bytes as they stand in a file URL.
-std::string percentEncodedPath(std::string_view path);
+LC_EXPORT std::string percentEncodedPath(std::string_view path);
 // Every valid %XX replaced by its byte; what is not valid stays.
-std::string percentDecoded(std::string_view text);
+LC_EXPORT std::string percentDecoded(std::string_view text);
 // The absolute text of `relative` as seen from `base` (RFC 3986, section 5.2); `relative` itself when `base` is empty.
-std::string joinedURLText(std::string_view base, std::string_view relative);
+LC_EXPORT std::string joinedURLText(std::string_view base, std::string_view relative);
 
 }  // namespace vesk

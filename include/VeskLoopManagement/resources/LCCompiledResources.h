@@ -6,16 +6,17 @@
 #include <optional>
 #include <vector>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/platform/PropertyList.h"
 
-extern const unsigned char Keyword_Dictionary_plist[];
-extern const uint32_t Keyword_Dictionary_plist_len;  // 4412
-extern const unsigned char KeywordIds_plist[];
-extern const uint32_t KeywordIds_plist_len;  // 17302
-extern const unsigned char additionalData_dat[];
-extern const uint32_t additionalData_dat_len;  // 56098
+LC_EXPORT extern const unsigned char Keyword_Dictionary_plist[];
+LC_EXPORT extern const uint32_t Keyword_Dictionary_plist_len;  // 4412
+LC_EXPORT extern const unsigned char KeywordIds_plist[];
+LC_EXPORT extern const uint32_t KeywordIds_plist_len;  // 17302
+LC_EXPORT extern const unsigned char additionalData_dat[];
+LC_EXPORT extern const uint32_t additionalData_dat_len;  // 56098
 
-class LCCompiledResources {
+class LC_EXPORT LCCompiledResources {
  public:
   // "Descriptors", "Genres", "Instrument Types"; nil when the bytes are no dictionary.
   static vesk::Value KeywordDictionaryPlist();
@@ -28,6 +29,6 @@ class LCCompiledResources {
 namespace lc {
 
 // Scrambling and unscrambling are the same operation. It keeps the word list out of a plain `strings`, nothing more.
-std::vector<std::byte> scrambledResource(std::vector<std::byte> bytes);
+LC_EXPORT std::vector<std::byte> scrambledResource(std::vector<std::byte> bytes);
 
 }  // namespace lc

@@ -1,5 +1,7 @@
 // The version of the library, for hosts that show it.
 #pragma once
 
-extern const char* const VeskLoopManagementVersionString;  // "0.1.0"
-extern const double VeskLoopManagementVersionNumber;       // major.minor, 0.1
+#include "VeskLoopManagement/LCExport.h"
+
+LC_EXPORT extern const char* const VeskLoopManagementVersionString;  // "0.1.0"
+LC_EXPORT extern const double VeskLoopManagementVersionNumber;       // major.minor, 0.1

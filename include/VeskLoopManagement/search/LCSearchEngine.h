@@ -19,6 +19,7 @@
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/loudness/LCLoopLoudnessInfo.h"
 #include "VeskLoopManagement/model/LCMetaInfo.h"
 #include "VeskLoopManagement/platform/Text.h"
@@ -56,7 +57,7 @@ struct LCSearchFailure {
 // Keyword → number of loops.
 using LCKeywordCounts = std::map<std::string, int64_t, vesk::CodeUnitLess>;
 
-class LCSearchEngine {
+class LC_EXPORT LCSearchEngine {
  public:
   static constexpr int64_t kNotFound = std::numeric_limits<int64_t>::max();  // no such row index
 
@@ -150,9 +151,8 @@ class LCSearchEngine {
 
   // --- Searching and paging (LCSearchEngineSearch.cpp). Row indexes count from 0 in sort order. ---
   void doSearch();
-  const std::optional<LCSearchFailure>& lastSearchFailure() const {
-    return m_lastSearchFailure;
-  }  // nullopt: it succeeded, or there was none
+  // Of the last search; nullopt when it succeeded, and before the first.
+  const std::optional<LCSearchFailure>& lastSearchFailure() const { return m_lastSearchFailure; }
   void doSearch_Keywords();
   std::string sortingString() const;
   void prepareResultsForRange(int64_t location, uint64_t length);

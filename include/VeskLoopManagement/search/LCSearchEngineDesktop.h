@@ -6,9 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
-class LCSearchEngineDesktop : public LCSearchEngine {
+class LC_EXPORT LCSearchEngineDesktop : public LCSearchEngine {
  public:
   // Null when the database cannot be opened; the reason is logged.
   [[nodiscard]] static std::unique_ptr<LCSearchEngineDesktop> initWithDatabaseConfiguration(

@@ -5,9 +5,10 @@
 #include <optional>
 #include <string>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/platform/URL.h"
 
-class LCSearchEngineFile {
+class LC_EXPORT LCSearchEngineFile {
  public:
   // Without an id, loopID is the not-found mark (the largest signed 64-bit value).
   LCSearchEngineFile(std::optional<std::string> plainFileURLStr, std::optional<int64_t> loopID);

@@ -6,9 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
-class LCSearchEngineMobile : public LCSearchEngine {
+class LC_EXPORT LCSearchEngineMobile : public LCSearchEngine {
  public:
   // Null when the database cannot be opened; the reason is logged.
   [[nodiscard]] static std::unique_ptr<LCSearchEngineMobile> initWithDatabaseConfiguration(

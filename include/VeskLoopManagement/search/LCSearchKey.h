@@ -5,15 +5,17 @@
 // names differ in case alone are neither less nor greater than each other, and yet unequal by !=.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <array>
 #include <cstdint>
 
 namespace loop {
 
 // The difference of the first two bytes that differ after ASCII upper-casing, as signed 8-bit values; 0 when none does.
-int stricmp(const char* left, const char* right);
+LC_EXPORT int stricmp(const char* left, const char* right);
 
-class SearchKey {
+class LC_EXPORT SearchKey {
  public:
   SearchKey() = default;
   SearchKey(const char* name);  // NOLINT(google-explicit-constructor): names are keys
@@ -28,9 +30,9 @@ class SearchKey {
   std::array<char, 30> m_name{};  // terminated and padded with zero bytes
 };
 
-bool operator<(const SearchKey& left, const SearchKey& right);
+LC_EXPORT bool operator<(const SearchKey& left, const SearchKey& right);
 
-class SearchKeyInfo {
+class LC_EXPORT SearchKeyInfo {
  public:
   SearchKeyInfo() = default;
   SearchKeyInfo(const char* name, int64_t category, const SearchKeyInfo* parent);  // `parent` may be null
@@ -48,6 +50,6 @@ class SearchKeyInfo {
   SearchKey m_parent;
 };
 
-bool operator<(const SearchKeyInfo& left, const SearchKeyInfo& right);
+LC_EXPORT bool operator<(const SearchKeyInfo& left, const SearchKeyInfo& right);
 
 }  // namespace loop

@@ -11,6 +11,7 @@
 
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
+#include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/platform/Text.h"
 #include "VeskLoopManagement/search/LCSearchRestrictions.h"
 
@@ -51,17 +52,17 @@ struct SortSettings {
 };
 
 struct TableNames {
-  std::string loops = kDefaultLoopsTablename;
-  std::string tagging = kDefaultTaggingTablename;
-  std::string crates = kDefaultCratesTableName;
-  std::string crateLoopRelation = kDefaultCrateLoopRelationTablename;
-  std::string metaInfoRelation = kDefaultMetaInfoRelationTablename;
+  std::string loops{kDefaultLoopsTablename};
+  std::string tagging{kDefaultTaggingTablename};
+  std::string crates{kDefaultCratesTableName};
+  std::string crateLoopRelation{kDefaultCrateLoopRelationTablename};
+  std::string metaInfoRelation{kDefaultMetaInfoRelationTablename};
   std::string keywordCaching = "tagging_cache_";  // one for each keyword, its id behind
-  std::string loopsKeywords = kDefaultLoopsKeywordsTablename;
+  std::string loopsKeywords{kDefaultLoopsKeywordsTablename};
 };
 
 // Neighbouring rows of the result, an array for each column. Row indexes count from 0.
-struct ResultPage {
+struct LC_EXPORT ResultPage {
   int64_t firstRow = std::numeric_limits<int64_t>::max();  // none
   uint64_t rowCount = 0;                                   // asked for; the result may end before
   LCResultDictionary columns;

@@ -9,6 +9,8 @@
 // (RF64), ITU-R BS.2088 (BW64), Core Audio Format 1.0.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -24,7 +26,7 @@ namespace vesk {
 
 enum class OpenError { none, notFound, notReadable, notAudio, malformed };
 
-class AudioFile {
+class LC_EXPORT AudioFile {
  public:
   // Null when the file cannot be opened or is no audio container; `error` and `detail` (both may be null) then say why,
   // in words for a person, to be read after the path and a colon. Links are followed. The content decides, not the

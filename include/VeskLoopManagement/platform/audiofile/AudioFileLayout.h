@@ -2,6 +2,8 @@
 // pad, as a writer must know them to leave every other byte alone. Plain values: no I/O.
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <compare>
 #include <cstddef>
 #include <cstdint>
@@ -13,7 +15,7 @@
 namespace vesk {
 
 // A four-character code, as chunks and formats are named by, in file order: FourCC("basc").
-struct FourCC {
+struct LC_EXPORT FourCC {
   char code[4] = {0, 0, 0, 0};
 
   constexpr FourCC() = default;
@@ -52,7 +54,7 @@ struct PacketTableInfo {
 };
 
 enum class ContainerKind { aiff, aifc, wav, rf64, bw64, rifx, caf, soundDesigner2 };
-std::string_view containerName(ContainerKind kind);  // "AIFF", "AIFF-C", "WAV", …
+LC_EXPORT std::string_view containerName(ContainerKind kind);  // "AIFF", "AIFF-C", "WAV", …
 
 // Whether a file may be rewritten: as it should be; oddly sized but unambiguous; readable but not safe to rewrite.
 enum class Regularity { regular, benign, ambiguous };
@@ -70,7 +72,7 @@ struct AudioChunk {
 };
 
 // What the walk over a file's headers found.
-struct AudioFileContents {
+struct LC_EXPORT AudioFileContents {
   ContainerKind kind = ContainerKind::aiff;
   std::vector<AudioChunk> chunks;
   std::optional<uint64_t> formSize;    // as the header says, or "ds64" for it; nullopt where the container has none

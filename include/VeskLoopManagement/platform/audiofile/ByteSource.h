@@ -3,6 +3,8 @@
 // cut meanwhile) is remembered in failed().
 #pragma once
 
+#include "VeskLoopManagement/LCExport.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -11,7 +13,7 @@
 
 namespace vesk {
 
-class ByteSource {
+class LC_EXPORT ByteSource {
  public:
   virtual ~ByteSource() = default;
   ByteSource(const ByteSource&) = delete;

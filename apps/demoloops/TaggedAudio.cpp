@@ -1,4 +1,4 @@
-#include "LoopFile.h"
+#include "TaggedAudio.h"
 
 #include <algorithm>
 #include <bit>
@@ -160,8 +160,8 @@ std::string cafFile(const std::vector<float>& samples, const LoopTags& tags) {
 
 }  // namespace
 
-bool writeLoopFile(const std::string& path, Container container, const std::vector<float>& samples,
-                   const LoopTags& tags) {
+bool writeTaggedAudio(const std::string& path, Container container, const std::vector<float>& samples,
+                      const LoopTags& tags) {
   const std::string bytes = container == Container::aiff  ? aiffFile(samples, tags)
                             : container == Container::wav ? wavFile(samples, tags)
                                                           : cafFile(samples, tags);

@@ -1,4 +1,4 @@
-#include "LoopFiles.h"
+#include "BenchLoops.h"
 
 #include "BenchFolder.h"
 
@@ -78,7 +78,7 @@ Loop randomLoop(Random& random, size_t number) {
 
 void makeLoopFiles(const std::string& folder) {
   Random random(20240611);
-  for (size_t number = 0; number < kLoopFileCount; ++number) {
+  for (size_t number = 0; number < kBenchLoopCount; ++number) {
     const Loop loop = randomLoop(random, number);
     const std::string pack = fmt::format("{}/Pack {:02}", folder, number / 100);
     const std::string home = vesk::path::appending(pack, loop.instrument.subType);
@@ -92,19 +92,19 @@ void makeLoopFiles(const std::string& folder) {
 
 }  // namespace
 
-std::string loopFilesFolder() {
+std::string benchLoopsFolder() {
   const std::string folder = vesk::path::appending(benchFolder(), "loops-1");
   const std::string whole = folder + ".whole";
   if (!vesk::path::exists(whole)) {
-    std::fprintf(stderr, "making %zu loop files in %s\n", kLoopFileCount, folder.c_str());
+    std::fprintf(stderr, "making %zu loop files in %s\n", kBenchLoopCount, folder.c_str());
     makeLoopFiles(folder);
     vesk::path::writeFileAtomically(whole, "");
   }
   return folder;
 }
 
-std::vector<std::string> loopFiles(std::string_view extension) {
-  const std::string folder = loopFilesFolder();
+std::vector<std::string> benchLoops(std::string_view extension) {
+  const std::string folder = benchLoopsFolder();
   std::vector<std::string> paths;
   for (const std::string& subpath : vesk::path::subpaths(folder)) {
     if (vesk::path::extension(subpath) == extension) paths.push_back(vesk::path::appending(folder, subpath));

@@ -25,7 +25,7 @@ struct LoopTags {
 };
 
 // False when the file could not be written; an existing file is replaced.
-bool writeLoopFile(const std::string& path, Container container, const std::vector<float>& samples,
-                   const LoopTags& tags);
+bool writeTaggedAudio(const std::string& path, Container container, const std::vector<float>& samples,
+                      const LoopTags& tags);
 
 }  // namespace demo

@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
-inline constexpr size_t kLoopFileCount = 3000;  // a third in each container
-inline constexpr size_t kLoopFileAudioBytes = 16000;
+inline constexpr size_t kBenchLoopCount = 3000;  // a third in each container
+inline constexpr size_t kBenchLoopAudioBytes = 16000;
 
 // The folder; made at the first question and kept.
-std::string loopFilesFolder();
+std::string benchLoopsFolder();
 // The paths of the files with this extension: "aif", "wav" or "caf".
-std::vector<std::string> loopFiles(std::string_view extension);
+std::vector<std::string> benchLoops(std::string_view extension);

@@ -1,0 +1,5 @@
+#include "VeskLoopManagement/VeskLoopManagement.h"
+
+int main() {
+  return VeskLoopManagementVersionString == nullptr;
+}
