@@ -45,20 +45,13 @@ TEST(Index, ItsOptionsReachTheScan) {
   for (const char* path : {"l/A.aif", "l/x/B.aif", "l/x/C.aif"}) program.add(path);
   program.add("Drums/plain.aif", fixture::aiffFile());
   program.add("m/Moved.aif");
-  struct Case {
-    Words arguments;
-    const char* field;
-    JSON value;
-  };
-  for (const auto& [arguments, field, value] : {Case{{"-n", "l", "--copy-to", "out"}, "dryRun", true},
-                                                Case{{"l", "--exclude", "A*", "--exclude", "x/C.aif"}, "indexed", 1},
-                                                Case{{"Drums", "--no-path-keywords"}, "untagged", 1},
-                                                Case{{"l", "--crate", "A\tB", "--batch", "1"}, "indexed", 3},
-                                                Case{{"m", "--copy-to", "out", "--move"}, "indexed", 1}}) {
-    Words whole = {"index"};
-    whole.insert(whole.end(), arguments.begin(), arguments.end());
-    EXPECT_EQ(program.told(whole)[field], value) << field;
-  }
+  const std::tuple<Words, const char*, JSON> cases[] = {
+      {{"index", "-n", "l", "--copy-to", "out"}, "dryRun", true},
+      {{"index", "l", "--exclude", "A*", "--exclude", "x/C.aif"}, "indexed", 1},
+      {{"index", "Drums", "--no-path-keywords"}, "untagged", 1},
+      {{"index", "l", "--crate", "A\tB", "--batch", "1"}, "indexed", 3},
+      {{"index", "m", "--copy-to", "out", "--move"}, "indexed", 1}};
+  for (const auto& [arguments, field, value] : cases) EXPECT_EQ(program.told(arguments)[field], value) << field;
   EXPECT_EQ(program.run({"search"}).names(), (Words{"A.aif", "B.aif", "C.aif", "Moved.aif"}));
   EXPECT_TRUE(fs::exists(program.path("out/Moved.aif")) && !fs::exists(program.path("m/Moved.aif")));
   fs::remove(program.path("l/A.aif"));

@@ -115,22 +115,18 @@ TEST_F(LoopCommands, MarksArePrintedAsTheyAreThenAndOnlyTheNamedOneChanges) {
 
 TEST_F(LoopCommands, RemoveTakesLoopsFoldersMissingFilesAndPackages) {
   fs::remove(program.path("l/sub/Bass.aif"));
-  struct Case {
-    Words arguments;
-    int removed;
-    Words left;
-  };
   const Words all = left();
-  for (const auto& [arguments, removed, rest] :
-       {Case{{"-n", "--missing"}, 1, all}, Case{{"-y", "l/Kit's.aif", "--missing"}, 0, all},
-        Case{{"-y", "l/Kit's.aif", "--crate", "Sub"}, 0, all}, Case{{"-n", "l", "--crate", "Sub"}, 2, all},
-        Case{{"-y", "--missing", "l"}, 1, {"Bassoon.aif", "Kit's.aif"}},
-        Case{{"-y", idOf("Kit"), "l/Kit's.aif"}, 1, {"Bassoon.aif"}}}) {
-    Words whole = {"remove"};
-    whole.insert(whole.end(), arguments.begin(), arguments.end());
-    const JSON told = program.told(whole);
+  const std::tuple<Words, size_t, Words> cases[] = {
+      {{"remove", "-n", "--missing"}, 1, all},
+      {{"remove", "-y", "l/Kit's.aif", "--missing"}, 0, all},
+      {{"remove", "-y", "l/Kit's.aif", "--crate", "Sub"}, 0, all},
+      {{"remove", "-n", "l", "--crate", "Sub"}, 2, all},
+      {{"remove", "-y", "--missing", "l"}, 1, {"Bassoon.aif", "Kit's.aif"}},
+      {{"remove", "-y", idOf("Kit"), "l/Kit's.aif"}, 1, {"Bassoon.aif"}}};
+  for (const auto& [arguments, removed, rest] : cases) {
+    const JSON told = program.told(arguments);
     EXPECT_EQ(told["removed"], removed);
-    EXPECT_EQ(told["loops"].size(), static_cast<size_t>(removed));
+    EXPECT_EQ(told["loops"].size(), removed);
     EXPECT_EQ(left(), rest);
   }
   EXPECT_TRUE(fs::exists(program.path("l/Kit's.aif")));

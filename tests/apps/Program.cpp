@@ -1,8 +1,6 @@
 #include "Program.h"
 
 #include "platform/Path.h"
-#include "VeskLoopManagement/database/LCConnection.h"
-#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -191,13 +189,5 @@ Outcome Program::runOnTerminal(const Words& arguments, const std::string& input)
 }
 
 std::string Program::add(std::string_view relative, const fixture::Bytes& bytes) const {
-  const std::string whole = m_folder.addFile(relative, "");
-  if (!bytes.empty()) fixture::writeFile(whole, bytes);
-  return whole;
-}
-
-void Program::execute(const std::string& sql) const {
-  const LCConnection connection = lc::openConnection(database(), LCOpenMode::readWriteCreate);
-  LCSQLiteUtilities utilities(connection.get());
-  ASSERT_TRUE(utilities.executeStatementWithNoReturnValue(sql)) << utilities.lastErrorMessage().value_or("");
+  return m_folder.addFile(relative, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }

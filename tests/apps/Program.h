@@ -61,9 +61,8 @@ class Program {
   const TemporaryFolder& folder() const { return m_folder; }
   std::string path(std::string_view relative) const { return m_folder.path(relative); }
   std::string database() const { return path("loops.db"); }
-  // Both create the folders above; the answer is the absolute path.
+  // Creates the folders above; the answer is the absolute path.
   std::string add(std::string_view relative, const fixture::Bytes& bytes = loopFile()) const;
-  void execute(const std::string& sql) const;  // on the database
 
  private:
   Outcome runInto(int output, const Words& arguments) const;

@@ -16,19 +16,12 @@ struct Search : testing::Test {
   Search() {
     program.add("a/" + kFunk1, loopFile({.rootNote = 57, .keyType = 1}));  // A minor
     program.add("a/" + kFunk2, loopFile({.beats = 16}));
-    program.add("a/x/" + kBass, loopFile({.instrument = "Bass",
-                                          .subInstrument = "Electric Bass",
-                                          .genre = "Jazz",
-                                          .descriptors = {"Dry", "Dark"},
-                                          .rootNote = 50,
-                                          .keyType = 1,
-                                          .beats = 6,
-                                          .signatureTop = 3}));
-    program.add("b/Lead.aif", loopFile({.instrument = "Piano", .subInstrument = "", .genre = "Zorp", .rootNote = 59},
-                                       {fixture::chunk("midi", "MThd")}));
+    program.add("a/x/" + kBass, loopFile({"Bass", "Electric Bass", "Jazz", {"Dry", "Dark"}, 50, 1, 6, 3}));
+    program.add("b/Lead.aif", loopFile({"Piano", "", "Zorp", {"Dry"}, 59}, {fixture::chunk("midi", "MThd")}));
     program.told({"index", "a", "--crate", "Pack A"});
     program.told({"index", "b"});
-    program.execute("INSERT INTO UserData SELECT id, 1, 4, 'so' FROM Loops WHERE fileName = 'Lead.aif'");
+    program.told({"favorite", "b/Lead.aif"});
+    program.told({"rate", "b/Lead.aif", "4"});
   }
   Outcome search(Words arguments) const {
     arguments.insert(arguments.begin(), "search");
@@ -87,7 +80,7 @@ TEST_F(Search, TextIsMadeForScripts) {
       {{"search", "slow"}, bass + "\n"},
       {{"search", "slow", "--print0"}, bass + std::string(1, '\0')},
       {{"search", "slow", "--columns", "name,tempo"}, kBass + "\t90\n"},
-      {{"search", "--favorites", "--columns", "favorite,rating,comment"}, "yes\t4\tso\n"},
+      {{"search", "--favorites", "--columns", "favorite,rating,comment"}, "yes\t4\t\n"},
       {{"search", "--count", "--limit", "1", "-k", "Dry"}, "4\n"},
       {{"search", "--count", "--instrument", "Kick"}, "0\n"},
       {{"search", "--name", "Lead", "--facets"},

@@ -3,6 +3,7 @@
 #include "VeskLoopManagement/catalog/LCNearNames.h"
 
 #include <chrono>
+#include <set>
 #include <thread>
 
 namespace {
@@ -14,6 +15,11 @@ struct Loops : CatalogTest {
   Rows marks() const {
     return rows(
         "SELECT fileName, isFavorite, rating, userComment FROM UserData LEFT JOIN Loops ON id = loopId ORDER BY 1");
+  }
+  std::vector<LCLoopPlace> twoLoops() {
+    for (const char* name : {"l/A.aif", "l/B.aif"}) add(name);
+    scan({.paths = {"l"}});
+    return {place("A.aif"), place("B.aif")};
   }
 };
 
@@ -50,11 +56,8 @@ TEST_F(Loops, AreNamedByIdURLPathAndName) {
 TEST_F(Loops, HaveTheNumberedVariantsOfTheirNameForAFamily) {
   const std::vector<Rows> families = {{"Pad.aif", "Pad 01.aif", "pad 1.2_3.aif"},
                                       {"Pad Swell 01.aif", "Pad Swell 02.aif"},
-                                      {"It's 10% off 1.aif", "It's 10% off 2.aif"},
-                                      {"a:b c 1.aif", "a:b c 2.aif"},
-                                      {"Größe – 音 1.aif", "Größe – 音 2.aif"},
-                                      {"a_b 1.aif", "a_b 2.aif"},
-                                      {"axb 1.aif"},
+                                      {"It's 10% a_b: Größe 1.aif", "It's 10% a_b: Größe 2.aif"},
+                                      {"It's 10% axb: Größe 1.aif"},
                                       {"Pad01.aif"},
                                       {" 01.aif"}};
   for (const auto& family : families) {
@@ -63,91 +66,75 @@ TEST_F(Loops, HaveTheNumberedVariantsOfTheirNameForAFamily) {
   add("other/Pad 02.aif", loopFile({.rootNote = 54}));
   scan({.paths = {"Pad 9", "other"}});
   const auto catalog = open();
-  const auto namesOf = [&](const std::string& relative, std::optional<int64_t> rootNote = {}) {
-    Rows names;
+  const auto familyOf = [&](const std::string& relative, std::optional<int64_t> rootNote = {}) {
+    std::set<std::string> names;
     const auto id = valueOf(catalog->place(Reference::ofPath(path(relative)))).id;
-    for (const auto& member : valueOf(catalog->family(id, rootNote)).members) names.push_back(member.fileName);
-    std::sort(names.begin(), names.end());
+    for (const auto& member : valueOf(catalog->family(id, rootNote)).members) names.insert(member.fileName);
     return names;
   };
-  for (Rows family : families) {
-    const Rows given = family;
-    if (family.front() == "Pad.aif") family.emplace_back("Pad 02.aif");
-    std::sort(family.begin(), family.end());
-    for (const auto& name : given) EXPECT_EQ(namesOf("Pad 9/Pads/" + name), family);
+  for (const Rows& family : families) {
+    std::set<std::string> expected(family.begin(), family.end());
+    if (family.front() == "Pad.aif") expected.insert("Pad 02.aif");
+    for (const auto& name : family) EXPECT_EQ(familyOf("Pad 9/Pads/" + name), expected);
   }
-  EXPECT_EQ(namesOf("other/Pad 02.aif", 54), Rows{"Pad 02.aif"});  // C is far
-  EXPECT_EQ(namesOf("Pad 9/Pads/Pad 01.aif", 48), (Rows{"Pad 01.aif", "Pad.aif", "pad 1.2_3.aif"}));
+  EXPECT_EQ(familyOf("other/Pad 02.aif", 54), std::set<std::string>{"Pad 02.aif"});  // C is far
+  EXPECT_EQ(familyOf("Pad 9/Pads/Pad 01.aif", 48).size(), 3u);
   EXPECT_EQ(kindOf(catalog->family(1)), "notFound");
 }
 
 TEST_F(Loops, KeepTheMarksThatAChangeDoesNotName) {
-  for (const char* name : {"l/A.aif", "l/B.aif"}) add(name);
-  scan({.paths = {"l"}});
+  const auto both = twoLoops();
   const auto catalog = open({.access = LCCatalogAccess::mark});
-  const std::vector both = {place("A.aif"), place("B.aif")};
   const std::string comment = "\"it's\"\t%@ 100%\nend";
-  struct Case {
-    LCMarkChange change;
-    LCLoopMarks marks;
-    bool isChanged = true;
-  };
-  for (const auto& [change, marks, isChanged] :
-       {Case{{.isFavorite = true}, {true, 0, ""}}, Case{{.rating = 5}, {true, 5, ""}},
-        Case{{.comment = comment}, {true, 5, comment}}, Case{{.isFavorite = true}, {true, 5, comment}, false},
-        Case{{.comment = "-6 dB"}, {true, 5, "-6 dB"}}, Case{{.isFavorite = false, .rating = 0}, {false, 0, "-6 dB"}},
-        Case{{.rating = 0}, {false, 0, "-6 dB"}, false}, Case{{.comment = ""}, {false, 0, ""}}}) {
-    const Rows before = this->marks();
+  const std::tuple<LCMarkChange, LCLoopMarks, bool> cases[] = {
+      {{.isFavorite = true}, {true, 0, ""}, true},      {{.rating = 5}, {true, 5, ""}, true},
+      {{.comment = comment}, {true, 5, comment}, true}, {{.isFavorite = true}, {true, 5, comment}, false},
+      {{.comment = "-6 dB"}, {true, 5, "-6 dB"}, true}, {{.isFavorite = false, .rating = 0}, {false, 0, "-6 dB"}, true},
+      {{.rating = 0}, {false, 0, "-6 dB"}, false},      {{.comment = ""}, {false, 0, ""}, true}};
+  for (const auto& [change, after, isChanged] : cases) {
+    const Rows before = marks();
     for (const bool isDryRun : {true, false}) {
+      EXPECT_EQ(marks(), before);
       const auto marked = valueOf(catalog->mark(both, change, isDryRun));
       ASSERT_EQ(marked.size(), 2u);
       for (size_t index : {0, 1}) {
         EXPECT_EQ(marked[index].place, both[index]);
-        EXPECT_EQ(marked[index].marks, marks);
+        EXPECT_EQ(marked[index].marks, after);
         EXPECT_EQ(marked[index].isChanged, isChanged);
-        EXPECT_EQ(valueOf(catalog->loop(Reference::ofId(both[index].id))).marks == marks, !isDryRun || !isChanged);
       }
-      EXPECT_EQ(this->marks() == before, isDryRun || !isChanged);
     }
+    for (const auto& place : both) EXPECT_EQ(valueOf(catalog->loop(Reference::ofId(place.id))).marks, after);
   }
 }
 
 TEST_F(Loops, AreMarkedAllOrNone) {
-  for (const char* name : {"l/A.aif", "l/B.aif"}) add(name);
-  scan({.paths = {"l"}});
-  const std::vector both = {place("A.aif"), place("B.aif")};
+  const auto both = twoLoops();
   const auto catalog = open({.access = LCCatalogAccess::mark});
   valueOf(catalog->mark(both, {.isFavorite = true}));
   const Rows before = marks();
-  for (const int64_t rating : {-1, 6}) {
-    EXPECT_EQ(kindOf(catalog->mark(both, {.rating = rating})), "usage");
-  }
+  for (const int64_t rating : {-1, 6}) EXPECT_EQ(kindOf(catalog->mark(both, {.rating = rating})), "usage");
   EXPECT_EQ(valueOf(catalog->remove({&both[1], 1})), 1);  // its marks stay, and are not touched without it
   EXPECT_EQ(kindOf(catalog->mark(both, {.rating = 3})), "notFound");
-  EXPECT_EQ(rows("SELECT count(*) FROM UserData WHERE isFavorite AND NOT rating"), Rows{"2"});
-  EXPECT_EQ(kindOf(open()->mark({&both[0], 1}, {.rating = 3})), "database");
+  EXPECT_EQ(kindOf(open()->mark({&both[0], 1}, {.rating = 3})), "database");  // opened for reading
   scan({.paths = {"l"}});
   EXPECT_EQ(marks(), before);
 }
 
-// Read before its own turn to write, the comment of the other program would be lost.
 TEST_F(Loops, AreMarkedBesideWhatAnotherProgramMarksMeanwhile) {
-  add("l/A.aif");
-  scan({.paths = {"l"}});
-  const LCLoopPlace loop = place("A.aif");
+  const auto both = twoLoops();
   const auto catalog = open({.access = LCCatalogAccess::mark});
   const LCConnection other = connection();
   LCSQLiteUtilities otherProgram(other.get());
   ASSERT_TRUE(otherProgram.executeStatementWithNoReturnValue(
-      "BEGIN IMMEDIATE; INSERT INTO UserData SELECT id, 1, 0, 'theirs' FROM Loops"));
+      "BEGIN IMMEDIATE; INSERT INTO UserData SELECT id, 1, 0, 'theirs' FROM Loops WHERE fileName = 'A.aif'"));
   std::thread committing([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     EXPECT_TRUE(otherProgram.executeStatementWithNoReturnValue("COMMIT"));
   });
-  const auto marked = catalog->mark({&loop, 1}, {.rating = 3});
+  const auto marked = catalog->mark(both, {.rating = 3});
   committing.join();
   EXPECT_EQ(kindOf(marked), "");
-  EXPECT_EQ(marks(), Rows{"A.aif|1|3|theirs"});
+  EXPECT_EQ(marks(), (Rows{"A.aif|1|3|theirs", "B.aif|0|3|"}));
 }
 
 TEST_F(Loops, AreChosenByPlaceAndTakenOutInBatches) {
@@ -161,16 +148,16 @@ TEST_F(Loops, AreChosenByPlaceAndTakenOutInBatches) {
   const auto catalog = open({.access = LCCatalogAccess::mark});
   const std::string package = valueOf(catalog->package("pack")).identifier;
   const auto all = valueOf(catalog->places({}));
-  struct Case {
-    LCPlaceQuery query;
-    size_t count;
-    size_t among;  // of all, the folder not asked for
-  };
-  for (const auto& [query, count, among] :
-       {Case{{}, 504, 504}, Case{{.folder = path("l")}, 501, 504}, Case{{.folder = path("none")}, 0, 504},
-        Case{{.package = package}, 2, 2}, Case{{.onlyMissing = true}, 1, 1},
-        Case{{.folder = path("l"), .onlyMissing = true}, 0, 1},
-        Case{{.folder = path("p"), .package = package, .onlyMissing = true}, 1, 1}}) {
+  const std::tuple<LCPlaceQuery, size_t, size_t> cases[] = {
+      // how many, and how many of all without the folder
+      {{}, 504, 504},
+      {{.folder = path("l")}, 501, 504},
+      {{.folder = path("none")}, 0, 504},
+      {{.package = package}, 2, 2},
+      {{.onlyMissing = true}, 1, 1},
+      {{.folder = path("l"), .onlyMissing = true}, 0, 1},
+      {{.folder = path("p"), .package = package, .onlyMissing = true}, 1, 1}};
+  for (const auto& [query, count, among] : cases) {
     EXPECT_EQ(valueOf(catalog->places(query)).size(), count);
     EXPECT_EQ(valueOf(catalog->placesAmong(all, query)).size(), among);
   }

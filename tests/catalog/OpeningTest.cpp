@@ -37,22 +37,18 @@ TEST_F(Opening, SaysWhatStandsInTheWayAndNeitherMakesNorChangesAnything) {
   copyWith("foreign.db", "DROP TABLE Loops");
   copyWith("older.db", "ALTER TABLE Loops DROP COLUMN ksLoopType");
   copyWith("newer.db", "UPDATE DatabaseMigrationInfos SET integerValue = 100931 WHERE key = 'DATABASE_SCHEMA_VERSION'");
-  struct Case {
-    const char* place;
-    const char* kind;            // for reading
-    const char* kindForMarking;  // "-": it opens, and is written
-    const char* kindForMaking;   // the same
-  };
-  for (const auto& [place, kind, kindForMarking, kindForMaking] :
-       {Case{"none/x.db", "databaseMissing", "databaseMissing", "-"},
-        Case{"empty.db", "databaseMissing", "databaseMissing", "-"},
-        Case{"foreign.db", "databaseMissing", "databaseMissing", "-"},
-        Case{"l/A.aif/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
-        Case{"/proc/self/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
-        Case{"l", "databaseUnopenable", "databaseUnopenable", "databaseUnopenable"},
-        Case{"older.db", "databaseOlder", "-", "-"},
-        Case{"newer.db", "databaseNewer", "databaseNewer", "databaseNewer"},
-        Case{"garbage.db", "databaseDamaged", "databaseDamaged", "-"}}) {
+  const std::tuple<const char*, std::string, std::string, std::string> cases[] = {
+      // For reading, for marking, for making and scanning; "-": it opens, and is written.
+      {"none/x.db", "databaseMissing", "databaseMissing", "-"},
+      {"empty.db", "databaseMissing", "databaseMissing", "-"},
+      {"foreign.db", "databaseMissing", "databaseMissing", "-"},
+      {"l/A.aif/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
+      {"/proc/self/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
+      {"l", "databaseUnopenable", "databaseUnopenable", "databaseUnopenable"},
+      {"older.db", "databaseOlder", "-", "-"},
+      {"newer.db", "databaseNewer", "databaseNewer", "databaseNewer"},
+      {"garbage.db", "databaseDamaged", "databaseDamaged", "-"}};
+  for (const auto& [place, kind, kindForMarking, kindForMaking] : cases) {
     file = *place == '/' ? place : path(place);
     const std::string before = contents();
     const auto tries = [&](const std::string& expected, const auto& opening) {
@@ -68,7 +64,7 @@ TEST_F(Opening, SaysWhatStandsInTheWayAndNeitherMakesNorChangesAnything) {
     tries(kindForMaking, [&] { return LCCatalog::open(file, {.access = Access::create}); });
     tries(kindForMaking, [&] { return tryToScan({.paths = {"l/A.aif"}}); });
     EXPECT_FALSE(fs::exists(path("none")));
-    if (std::string(kindForMaking) == "-") {
+    if (kindForMaking == "-") {
       scan({.paths = {"l/A.aif"}});
       EXPECT_EQ(names(), Rows{"A.aif"}) << place;
       fs::remove_all(path("none"));

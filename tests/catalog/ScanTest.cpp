@@ -9,24 +9,25 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Scan : CatalogTest {
-  // The counts that are not 0, by name.
-  static std::map<std::string, int64_t> counts(const LCScanReport& report) {
-    std::map<std::string, int64_t> counts = {{"walked", report.walked},
-                                             {"indexed", report.indexed},
-                                             {"unchanged", report.unchanged},
-                                             {"removed", report.removed},
-                                             {"carried", report.carried},
-                                             {"untagged", report.untagged},
-                                             {"failed", report.failed},
-                                             {"unsupported", report.unsupported},
-                                             {"interrupted", report.isInterrupted},
-                                             {"groups", std::ssize(report.sameIdentity.pathsOfLoop)}};
-    std::erase_if(counts, [](const auto& each) { return each.second == 0; });
-    return counts;
-  }
-  using Counts = std::map<std::string, int64_t>;
-};
+struct Scan : CatalogTest {};
+
+using Counts = std::map<std::string, int64_t>;
+
+// The counts that are not 0, by name.
+Counts counts(const LCScanReport& report) {
+  Counts counts = {{"walked", report.walked},
+                   {"indexed", report.indexed},
+                   {"unchanged", report.unchanged},
+                   {"removed", report.removed},
+                   {"carried", report.carried},
+                   {"untagged", report.untagged},
+                   {"failed", report.failed},
+                   {"unsupported", report.unsupported},
+                   {"interrupted", report.isInterrupted},
+                   {"groups", std::ssize(report.sameIdentity.pathsOfLoop)}};
+  std::erase_if(counts, [](const auto& each) { return each.second == 0; });
+  return counts;
+}
 
 TEST_F(Scan, CountsEveryFileOnceAndSaysWhyTheBrokenOnesAreNotIn) {
   add("loops/A.aif");
@@ -53,11 +54,8 @@ TEST_F(Scan, CountsEveryFileOnceAndSaysWhyTheBrokenOnesAreNotIn) {
 
 TEST_F(Scan, ADryRunTellsWhatItLeavesOutAndChangesNothing) {
   for (const char* path : {"l/a.aif", "l/old/b.aif", "l/x/old/c.aif", "l/x/d.aif", "l/e.wav"}) add(path);
-  struct Case {
-    Rows patterns;
-    int64_t walked;
-  };
-  for (const auto& [patterns, walked] : {Case{{}, 5}, Case{{"old"}, 3}, Case{{"x/old"}, 4}, Case{{"*.wav", "x"}, 2}}) {
+  const std::pair<Rows, int64_t> cases[] = {{{}, 5}, {{"old"}, 3}, {{"x/old"}, 4}, {{"*.wav", "x"}, 2}};
+  for (const auto& [patterns, walked] : cases) {
     EXPECT_EQ(scan({.paths = {"l"}, .excludedPatterns = patterns, .isDryRun = true}).walked, walked);
   }
   const auto told = scan({.paths = {"l"}, .package = "X", .copyTo = "out", .prunes = true, .isDryRun = true});
@@ -96,24 +94,19 @@ TEST_F(Scan, CopiesAndMovesAreIndexedAndNothingIsOverwritten) {
   scan({.paths = {"N.aif"}, .package = "Kept"});
   folder.addFile("taken/file", "x");
   fs::create_symlink(path("nowhere/N.aif"), path("taken/N.aif"));
-  const Rows copies = {"out/sub/A.aif", "src/out/it's.aif"};
-  struct Case {
-    const char* from;
-    const char* to;
-    bool moves;
-    Rows failures;
-    Rows stored;  // where the rows lead then
-  };
   const Rows inside = {"src/out/sub/A.aif", "src/out/it's.aif", "N.aif"};
-  for (const auto& [from, to, moves, failures, stored] :
-       {Case{"src", "src/out", false, {}, inside},
-        // Again: the copies are there already and stay indexed; the folder of the copies is not copied into itself.
-        Case{"src", "src/out", false, {}, inside},
-        Case{"src/out/sub/A.aif", "src/sub", true, {}, {"src/sub/A.aif", "src/out/it's.aif", "N.aif"}},
-        Case{"src/sub/A.aif", "moved", true, {}, {"moved/A.aif", "src/out/it's.aif", "N.aif"}},
-        Case{"N.aif", "taken/file", false, {"N.aif: copyFailed"}, {"moved/A.aif", "src/out/it's.aif", "N.aif"}},
-        Case{"N.aif", "taken", true, {"N.aif: destinationExists"}, {"moved/A.aif", "src/out/it's.aif", "N.aif"}}}) {
-    const auto report = scan({.paths = {from}, .copyTo = to, .movesInsteadOfCopying = moves});
+  const Rows moved = {"moved/A.aif", "src/out/it's.aif", "N.aif"};
+  const std::tuple<const char*, const char*, bool, Rows, Rows> cases[] = {
+      // failures; where the rows lead then
+      {"src", "src/out", false, {}, inside},
+      // Again: the copies are there already and stay indexed; the folder of the copies is not copied into itself.
+      {"src", "src/out", false, {}, inside},
+      {"src/out/sub/A.aif", "src/sub", true, {}, {"src/sub/A.aif", "src/out/it's.aif", "N.aif"}},
+      {"src/sub/A.aif", "moved", true, {}, moved},
+      {"N.aif", "taken/file", false, {"N.aif: copyFailed"}, moved},
+      {"N.aif", "taken", true, {"N.aif: destinationExists"}, moved}};
+  for (const auto& [from, to, moves, failures, stored] : cases) {
+    scan({.paths = {from}, .copyTo = to, .movesInsteadOfCopying = moves});
     EXPECT_EQ(log.failures, failures);
     EXPECT_EQ(paths(), stored) << from << " to " << to;
   }
