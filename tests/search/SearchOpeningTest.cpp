@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -19,15 +20,8 @@ std::unique_ptr<LCSearchEngineDesktop> opened(const std::string& file, bool read
 
 }  // namespace
 
-TEST(Opening, MakesTheFolderAndAnEmptyDatabaseWithAllTables) {
-  const TemporaryFolder folder;
-  const auto engine = opened(folder.path("new/deep/loops.db"), false);
-  ASSERT_NE(engine, nullptr);
-  EXPECT_EQ(idsFound(*engine), Ids{});
-  EXPECT_TRUE(engine->isIndexFileVersionValid() && !engine->databaseWasCorruptAndNeedsReindexing());
-}
-
-TEST(Opening, RebuildsADamagedDatabaseWithoutItsCompanions) {
+TEST(Opening, RebuildsADamagedDatabaseWithoutItsCompanionsAndLogsEach) {
+  const auto environment = TestEnvironment::install();
   for (const bool isMarked : {true, false}) {
     SearchDatabase database;
     database.add(1, "a");
@@ -45,6 +39,7 @@ TEST(Opening, RebuildsADamagedDatabaseWithoutItsCompanions) {
     EXPECT_EQ(engine->totalNumberOfLoops(), 0) << isMarked;
     EXPECT_FALSE(vesk::path::exists(folder.path(kCorruptDatabaseFileIndicatorName)));
     EXPECT_FALSE(vesk::path::exists(folder.path("loops.db-old")));
+    for (const char* name : {"loops.db", "loops.db-old"}) EXPECT_TRUE(environment->hasLogged(folder.path(name) + "\n"));
     EXPECT_TRUE(vesk::path::exists(folder.path("loops.db folder/inside")));
     EXPECT_TRUE(vesk::path::exists(folder.path("other.db")));
     EXPECT_FALSE(LCSearchEngine::databaseLooksDamaged(database.configuration())) << isMarked;
@@ -68,21 +63,27 @@ TEST(Opening, RebuildsAfterASearchThatMetDamage) {
   EXPECT_TRUE(LCSearchEngine::databaseLooksDamaged(database.configuration()));
 }
 
-TEST(Opening, ReadOnlyMakesNothingAndDeletesADamagedFile) {
+TEST(Opening, MakesTheFolderUnlessReadOnlyWhichDeletesADamagedFile) {
   const auto environment = TestEnvironment::install();
   const TemporaryFolder folder;
   EXPECT_EQ(opened(folder.path("new/loops.db"), true), nullptr);
   EXPECT_FALSE(vesk::path::exists(folder.path("new")));
   EXPECT_TRUE(environment->hasLogged("Can't open loops database: status (14)"));
+  const auto engine = opened(folder.path("new/deep/loops.db"), false);
+  EXPECT_TRUE(engine->isIndexFileVersionValid() && !engine->databaseWasCorruptAndNeedsReindexing());
   const std::string damaged = folder.addFile("damaged.db", kGarbage);
   EXPECT_EQ(opened(damaged, true), nullptr);
   EXPECT_FALSE(vesk::path::exists(damaged));
+}
 
+TEST(Opening, WaitsForNoWriterAndMakesTheTableOfLoudnessWhenItIsNeeded) {
   SearchDatabase database;
-  database.add(1, "a");
-  const auto engine = LCSearchEngineDesktop::initWithDatabaseConfiguration(database.configuration(true));
-  ASSERT_NE(engine, nullptr);
-  EXPECT_EQ(idsFound(*engine), Ids{1});  // the result is the connection's own
+  database.execute("BEGIN IMMEDIATE");
+  const auto began = std::chrono::steady_clock::now();
+  const auto engine = database.engine();
+  EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(4));  // connections wait for 5 s
+  database.execute("COMMIT");
+  EXPECT_TRUE(engine->saveLoadnessInfo({-20, -2, -19}, "a", 1));
 }
 
 // One engine's registration must not stand for another's connection. Opening composes file names.
