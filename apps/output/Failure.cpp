@@ -5,8 +5,8 @@ namespace {
 int exitCodeFor(LCFailureKind kind) {
   switch (kind) {
     case LCFailureKind::notFound:
-      return kExitNotFound;
     case LCFailureKind::ambiguous:
+      return kExitNotFound;
     case LCFailureKind::invalidRequest:
       return kExitUsage;
     case LCFailureKind::resultOutdated:
@@ -39,5 +39,6 @@ Failure failureFrom(const LCFailure& failure) {
           .message = failure.message,
           .subject = failure.subject,
           .suggestions = failure.nearNames,
+          .isAmbiguous = failure.kind == LCFailureKind::ambiguous,
           .nextStep = nextStepFor(failure)};
 }
