@@ -137,9 +137,8 @@ class Scan {
   std::unique_ptr<lc::CarriedLoops> m_carried;
   std::optional<LCTransaction> m_batch;
   std::optional<std::string> m_packageIdentifier;
-  std::vector<LCPackage> m_emptyPackages;    // before the scan
-  std::vector<std::string> m_walkedFolders;  // those of the request, to be pruned
-  int64_t m_inBatch = 0;                     // written since the last commit
+  std::vector<LCPackage> m_emptyPackages;  // before the scan
+  int64_t m_inBatch = 0;                   // written since the last commit
   size_t m_pathsInGroups = 0;
 };
 
