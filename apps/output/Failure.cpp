@@ -26,6 +26,8 @@ std::string nextStepFor(const LCFailure& failure) {
       return "Index your folders again: veskloops index FOLDER.";
     case LCFailureKind::databaseNewer:
       return "Use that version, or name another file with --database.";
+    case LCFailureKind::databaseForeign:
+      return "Name another file with --database.";
     default:
       return failure.nextStep;
   }
