@@ -35,16 +35,11 @@ TEST(Transaction, InsideAnotherOneIsAPartOfItThatIsKeptOrUndoneByItself) {
 }
 
 TEST(WritingWhileAnotherConnectionWrites, WaitsAndThenCompletesTheDatabase) {
-  struct Case {
-    const char* missing;
-    void (*complete)(sqlite3* connection);
-    const char* question;
-    const char* answer;
-  };
   const auto generate = [](sqlite3* connection) {
     LCSQLiteUtilities::generateDatabaseTablesForSQLite(connection, kDefaultDatabaseSchemaVersion);
   };
-  const Case cases[] = {
+  // What is missing, what completes it, and the answer to a question then.
+  const std::tuple<const char*, void (*)(sqlite3*), const char*, const char*> cases[] = {
       {"ALTER TABLE Loops DROP COLUMN ksLoopType", generate, "SELECT count(*) FROM pragma_table_info('Loops')", "34"},
       {"DROP TRIGGER trigger_delete_loops_references_crates", generate,
        "SELECT count(*) FROM sqlite_master WHERE type = 'trigger'", "4"},
