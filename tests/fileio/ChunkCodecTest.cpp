@@ -83,6 +83,9 @@ TEST(ChunkCodecs, ArchivesComeBackWithEveryFieldTheyHave) {
   EXPECT_EQ(vesk::unarchivedRoot(writtenBothWays(LCGenInstChunk::decode(percussion).value()), "rootDict"),
             vesk::unarchivedRoot(percussion, "rootDict"));
   writtenBothWays(LCGenInstChunk{});
+  const vesk::Value set = vesk::Value::Set{std::make_shared<const vesk::Array>()};
+  const Bytes withSet = vesk::archivedRoot(vesk::Dictionary{{"IconID", 1}, {"MetaInfo", set}}, "rootDict");
+  EXPECT_FALSE(LCGenInstChunk::decode(withSet) || LCAdditionalDataChunk::decode(withSet)) << "sets have no place here";
 }
 
 TEST(LCGenInstChunk, DecidesTheLoopTypeAndTheContentIdentifier) {

@@ -46,6 +46,7 @@ TEST(LCAIFParser, ChunksOfTheRightSizeDecideTheFlags) {
       {chunk("basc", cut(basc, 83)), " 0"},
       {chunk("cate", cut(cate, 221)), " 0"},
       {chunk("cate", withBytes(cate, 0, "abcd")), "authored typed 0"},  // of any version
+      {{.id = "cate", .payload = cate, .declaredSize = 272}, " 0"},     // cut off by the end of the file
       {chunk("coll", cut(coll, 103)), " 0"},
       {chunk("coll", withBytes(coll, 0, "abcd")), "authored typed 0"},
       {chunk("genI", "no archive"), "authored typed 0"},
@@ -65,6 +66,7 @@ TEST(LCAIFParser, OurOrderCountsAndNotTheFiles) {
   const auto midi = chunk("midi", "m"), steps = chunk("StSq", "s"), patch = chunk("PTCH", "p");
   const auto bassPlayer = chunk("genI", archiveNamed("geninst-bass-player.archive"));
   EXPECT_EQ(parsed({chunk("midi", ""), chunk(".mid", "m")}).vireoLoopType, kLoopTypeMIDI);
+  EXPECT_EQ(parsed({{.id = "midi", .declaredSize = 1}}).vireoLoopType, kLoopTypeMIDI) << "cut off";
   EXPECT_EQ(parsed({bassPlayer, midi}).vireoLoopType, kLoopTypeBassPlayer);
   EXPECT_EQ(parsed({steps, bassPlayer, midi}).vireoLoopType, kLoopTypeStepSequencer);
   EXPECT_EQ(tagsOf(parsed({chunk("coll", collPayload("from coll", "its theme")),
