@@ -27,9 +27,7 @@ Bytes writtenBothWays(const Codec& value) {
   return written;
 }
 
-Bytes withoutIdentifier(const Bytes& payload) {
-  return {payload.begin() + 16, payload.end()};
-}
+const auto withoutIdentifier = [](const Bytes& payload) { return Bytes(payload.begin() + 16, payload.end()); };
 
 const std::string kWide(48, 'x');
 

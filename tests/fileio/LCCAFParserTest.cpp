@@ -13,12 +13,8 @@ LCFileData parsed(const std::vector<Chunk>& chunks, Parse parse = Parse::plain) 
   return recordOf("q.caf", cafFile(chunks), parse);
 }
 
-Chunk searchInfo(const Pairs& entries) {
-  return chunk("uuid", searchInfoPayload(entries));
-}
-Chunk uuid(std::string_view identifier, const Bytes& payload = {}) {
-  return chunk("uuid", uuidPayload(identifier, payload));
-}
+const auto searchInfo = [](const Pairs& entries) { return chunk("uuid", searchInfoPayload(entries)); };
+const auto uuid = [](std::string_view id, const Bytes& bytes = {}) { return chunk("uuid", uuidPayload(id, bytes)); };
 
 }  // namespace
 
