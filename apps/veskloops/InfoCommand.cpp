@@ -109,6 +109,7 @@ void InfoRun::addFile(JSON& object, const Subject& subject) {
   const LCLoopFile file = LCLoopFile::read(subject.place, m_arguments.enhanced);
   if (file.record) {
     object["record"] = jsonOfRecord(*file.record);
+    if (!file.notes.empty()) object["notes"] = file.notes;
     return;
   }
   m_anyFailed = true;
