@@ -1,4 +1,4 @@
-// veskloops crates: the content packages of the database, listed, made and removed.
+// veskloops crates: the content packages of the database.
 #pragma once
 
 #include "Context.h"

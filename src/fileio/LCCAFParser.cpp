@@ -53,16 +53,16 @@ LCCAFParser::Finding LCCAFParser::findWebLoopChunk() {
 }
 
 LCCAFParser::Finding LCCAFParser::findGenInstChunk(size_t index) {
-  const auto archive = archiveOfChunk(index);
-  if (!archive) return Finding::nothing;
-  extractGenInstInfoFromData(*archive);
+  const auto payload = payloadOfChunk(index);
+  if (!payload) return Finding::nothing;
+  extractGenInstInfoFromData(*payload);
   return Finding::authoredLoop;
 }
 
 LCCAFParser::Finding LCCAFParser::findAdditionalDataChunk(size_t index) {
-  const auto archive = archiveOfChunk(index);
-  if (!archive) return Finding::nothing;
-  extractAdditionalLoopDataFromData(*archive);
+  const auto payload = payloadOfChunk(index);
+  if (!payload) return Finding::nothing;
+  extractAdditionalLoopDataFromData(*payload);
   return Finding::authored;
 }
 
@@ -125,23 +125,9 @@ std::optional<LCChunkIdentifier> LCCAFParser::identifierOfChunk(size_t index) co
   return identifier;
 }
 
-namespace {
-
-// Of a chunk that was not read, nothing.
-std::optional<vesk::Bytes> withoutIdentifier(std::optional<vesk::Bytes> chunk) {
-  if (!chunk || chunk->size() <= sizeof(LCChunkIdentifier)) return std::nullopt;
-  chunk->erase(chunk->begin(), chunk->begin() + sizeof(LCChunkIdentifier));
-  return chunk;
-}
-
-}  // namespace
-
 std::optional<vesk::Bytes> LCCAFParser::payloadOfChunk(size_t index) const {
-  return withoutIdentifier(m_audioFile->userData(kUUIDChunkCode, index));
-}
-
-std::optional<vesk::Bytes> LCCAFParser::archiveOfChunk(size_t index) {
-  auto chunk = archiveData(kUUIDChunkCode, index);
-  const bool wasTooLarge = chunk && chunk->empty();
-  return wasTooLarge ? chunk : withoutIdentifier(std::move(chunk));
+  auto data = m_audioFile->userData(kUUIDChunkCode, index);
+  if (!data || data->size() <= sizeof(LCChunkIdentifier)) return std::nullopt;
+  data->erase(data->begin(), data->begin() + sizeof(LCChunkIdentifier));
+  return data;
 }

@@ -16,8 +16,7 @@ std::string textForKey(const vesk::Dictionary* dictionary, std::string_view key)
 }  // namespace
 
 std::optional<LCGenInstChunk> LCGenInstChunk::decode(std::span<const std::byte> payload) {
-  const vesk::Value root =
-      vesk::unarchivedRoot(payload, kLCAdditionalData_Chunk_RootDict, {}, vesk::ArchivedSets::refused);
+  const vesk::Value root = vesk::unarchivedRoot(payload, kLCAdditionalData_Chunk_RootDict);
   if (!root.dictionary()) return std::nullopt;
   return LCGenInstChunk{.dictionary = *root.dictionary()};
 }

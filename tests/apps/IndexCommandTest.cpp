@@ -19,6 +19,7 @@ TEST(Index, ReportsCountsAndReasonsInEveryFormat) {
   EXPECT_EQ(report, (JSON{{"schema", "veskloops.index/1"},
                           {"walked", 4},
                           {"indexed", 2},
+                          {"loops", 1},
                           {"unchanged", 0},
                           {"removed", 0},
                           {"carried", 0},
@@ -34,7 +35,9 @@ TEST(Index, ReportsCountsAndReasonsInEveryFormat) {
   EXPECT_EQ(lines[0]["failure"]["reason"], "malformed");
   EXPECT_EQ(lines[1]["failed"], 1);
   const Outcome text = program.run({"-v", "index", "l"});
-  EXPECT_TRUE(text.out.starts_with("2 indexed, 0 unchanged, 0 untagged, 1 of other types, 1 failed in ")) << text.out;
+  EXPECT_TRUE(
+      text.out.starts_with("2 files, 1 loop indexed, 0 of them without tags, 0 unchanged, 1 of other types, 1 failed"))
+      << text.out;
   for (const auto& said : {bad, program.path("l/notes.txt: of another type"), two}) {
     EXPECT_NE(text.err.find(said), std::string::npos) << text.err;
   }
@@ -45,18 +48,25 @@ TEST(Index, ItsOptionsReachTheScan) {
   for (const char* path : {"l/A.aif", "l/x/B.aif", "l/x/C.aif"}) program.add(path);
   program.add("Drums/plain.aif", fixture::aiffFile());
   program.add("m/Moved.aif");
+  program.add(".h.aif");
   const std::tuple<Words, const char*, JSON> cases[] = {
       {{"index", "-n", "l", "--copy-to", "out"}, "dryRun", true},
       {{"index", "l", "--exclude", "A*", "--exclude", "x/C.aif"}, "indexed", 1},
-      {{"index", "Drums", "--no-path-keywords"}, "untagged", 1},
+      {{"index", "Drums", "--no-path-keywords", "--tagged-only"}, "indexed", 0},
       {{"index", "l", "--crate", "A\tB", "--batch", "1"}, "indexed", 3},
-      {{"index", "m", "--copy-to", "out", "--move"}, "indexed", 1}};
+      {{"index", "m", "--copy-to", "out", "--move"}, "indexed", 1},
+      {{"index", "-n", ".", "--hidden", "--exclude", "[!.]*"}, "indexed", 1}};
   for (const auto& [arguments, field, value] : cases) EXPECT_EQ(program.told(arguments)[field], value) << field;
   EXPECT_EQ(program.run({"search"}).names(), (Words{"A.aif", "B.aif", "C.aif", "Moved.aif"}));
   EXPECT_TRUE(fs::exists(program.path("out/Moved.aif")) && !fs::exists(program.path("m/Moved.aif")));
   fs::remove(program.path("l/A.aif"));
   EXPECT_EQ(program.told({"index", "l", "--prune"})["removed"], 1);
-  EXPECT_EQ(program.told({"crates"})["crates"][0]["name"], "A\tB");
+  const std::string identifier = "com.vireo.loops.UserDomain.User LoopsA\tB";
+  EXPECT_EQ(program.told({"crates"})["crates"], (JSON{{{"identifier", identifier},
+                                                       {"name", "A\tB"},
+                                                       {"manufacturer", "User Loops"},
+                                                       {"virtual", false},
+                                                       {"loops", 2}}}));
   EXPECT_EQ(program.run({"crates", "list"}).out,
             "com.vireo.loops.UserDomain.User LoopsA\uFFFDB\tA\uFFFDB\tUser Loops\t\t2\n");
 }

@@ -4,7 +4,8 @@
 
 TEST(CrateManager, KeepsTheFirstPackageOfAnIdentifierAndItsRelationsWhenItIsRemoved) {
   const TestDatabase database;
-  const auto manager = LCCrateManager::initWithDatabaseConfiguration(database.configuration());
+  const auto manager =
+      LCCrateManager::initWithDatabaseConfiguration({database.file(), false, kDefaultDatabaseSchemaVersion});
   std::string folder;
   EXPECT_TRUE(manager->createCrateWithIdentifier("a\"b", "Joe's \"Best\"", "it''s", true));
   EXPECT_TRUE(manager->createCrateWithIdentifier("a\"b", "Other", "Other", false));

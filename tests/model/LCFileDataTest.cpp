@@ -10,7 +10,9 @@
 
 namespace {
 
-const auto url = [](std::string_view text) { return *vesk::URL::fromString(text); };
+vesk::URL url(std::string_view text) {
+  return *vesk::URL::fromString(text);
+}
 
 TEST(LCFileData, AFactoryLoopShowsACafWhereverItsURLSaysLoopdata) {
   LCFileData record;
