@@ -84,7 +84,7 @@ void RunningProgram::signal(int number) const {
 
 Outcome RunningProgram::finish() {
   const int code = exitCodeOf(m_process);
-  close(m_input);
+  if (m_input >= 0) close(m_input);
   return Outcome{.code = code, .out = contentsOf(m_folder + "/stdout"), .err = contentsOf(m_folder + "/stderr")};
 }
 
@@ -111,9 +111,27 @@ void Program::become(const Words& arguments) const {
   _exit(127);
 }
 
+// Closes both descriptors.
+pid_t Program::launch(int input, int output, const Words& arguments) const {
+  const pid_t process = fork();
+  if (process == 0) {
+    dup2(input, STDIN_FILENO);
+    dup2(output, STDOUT_FILENO);
+    redirect(path("streams/stderr"), O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
+    become(arguments);
+  }
+  close(input);
+  close(output);
+  return process;
+}
+
+int Program::standardOutput() const {
+  return open(path("streams/stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+}
+
 Outcome Program::run(const Words& arguments, const std::string& input) const {
-  m_folder.addFile("streams/stdin", input);
-  return runInto(open(path("streams/stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), arguments);
+  const int file = open(m_folder.addFile("streams/stdin", input).c_str(), O_RDONLY | O_CLOEXEC);
+  return RunningProgram(launch(file, standardOutput(), arguments), -1, path("streams")).finish();
 }
 
 JSON Program::told(const Words& arguments, int code) const {
@@ -125,40 +143,18 @@ JSON Program::told(const Words& arguments, int code) const {
 }
 
 Outcome Program::runWithoutReader(const Words& arguments) const {
-  m_folder.addFile("streams/stdin", "");
   m_folder.addFile("streams/stdout", "");
   int ends[2] = {};
   EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
   close(ends[0]);
-  return runInto(ends[1], arguments);
-}
-
-// Closes `output`.
-Outcome Program::runInto(int output, const Words& arguments) const {
-  const pid_t process = fork();
-  if (process == 0) {
-    redirect(path("streams/stdin"), O_RDONLY, STDIN_FILENO);
-    dup2(output, STDOUT_FILENO);
-    redirect(path("streams/stderr"), O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
-    become(arguments);
-  }
-  close(output);
-  const int code = exitCodeOf(process);
-  return Outcome{.code = code, .out = contentsOf(path("streams/stdout")), .err = contentsOf(path("streams/stderr"))};
+  const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  return RunningProgram(launch(nothing, ends[1], arguments), -1, path("streams")).finish();
 }
 
 RunningProgram Program::start(const Words& arguments) const {
   int ends[2] = {};
   EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
-  const pid_t process = fork();
-  if (process == 0) {
-    dup2(ends[0], STDIN_FILENO);
-    redirect(path("streams/stdout"), O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
-    redirect(path("streams/stderr"), O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
-    become(arguments);
-  }
-  close(ends[0]);
-  return RunningProgram(process, ends[1], path("streams"));
+  return {launch(ends[0], standardOutput(), arguments), ends[1], path("streams")};
 }
 
 bool Program::hasTerminals() {

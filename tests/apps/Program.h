@@ -25,7 +25,7 @@ struct Outcome {
   Words names() const;  // the last components of printed paths
 };
 
-// A running program whose standard input is a pipe.
+// A running program; `input`, -1 when it is no pipe of ours, is what it reads from.
 class RunningProgram {
  public:
   RunningProgram(pid_t process, int input, std::string folder)
@@ -65,7 +65,8 @@ class Program {
   std::string add(std::string_view relative, const fixture::Bytes& bytes = loopFile()) const;
 
  private:
-  Outcome runInto(int output, const Words& arguments) const;
+  pid_t launch(int input, int output, const Words& arguments) const;
+  int standardOutput() const;  // a file, opened anew
   [[noreturn]] void become(const Words& arguments) const;
   TemporaryFolder m_folder;
 };
