@@ -15,9 +15,11 @@ struct Opening : CatalogTest {
     add("l/A.aif");
     scan({.paths = {"l"}});
   }
-  void copyWith(const std::string& name, const std::string& sql) const {
-    fs::copy_file(file, path(name));
-    execute(sql, path(name));
+  void make(const std::string& name, const std::string& sql, bool isCopy = true) {
+    if (isCopy) fs::copy_file(file, path(name));
+    file = path(name);
+    execute(sql);
+    file = path("loops.db");
   }
   std::string contents() const { return vesk::path::readFile(file).value_or("none"); }
 };
@@ -32,14 +34,18 @@ struct Unprivileged {
 TEST_F(Opening, SaysWhatStandsInTheWayAndNeitherMakesNorChangesAnything) {
   folder.addFile("empty.db", "");
   folder.addFile("garbage.db", "garbage at the beginning" + contents().substr(24));
-  copyWith("foreign.db", "DROP TABLE Loops");
-  copyWith("older.db", "ALTER TABLE Loops DROP COLUMN ksLoopType");
-  copyWith("newer.db", "UPDATE DatabaseMigrationInfos SET integerValue = 100931 WHERE key = 'DATABASE_SCHEMA_VERSION'");
+  make("loopless.db", "DROP TABLE Loops");
+  make("foreign.db", "CREATE TABLE Loops (id INTEGER PRIMARY KEY, title TEXT)", false);
+  make("older.db", "ALTER TABLE Loops DROP COLUMN ksLoopType");
+  make("newer.db", "UPDATE DatabaseMigrationInfos SET integerValue = 100931 WHERE key = 'DATABASE_SCHEMA_VERSION'");
   const std::tuple<const char*, std::string, std::string, std::string> cases[] = {
       // For reading, for marking, for making and scanning; "-": it opens, and is written.
       {"none/x.db", "databaseMissing", "databaseMissing", "-"},
       {"empty.db", "databaseMissing", "databaseMissing", "-"},
-      {"foreign.db", "databaseMissing", "databaseMissing", "-"},
+      {"loopless.db", "databaseMissing", "databaseMissing", "-"},
+      {"foreign.db", "databaseForeign", "databaseForeign", "databaseForeign"},
+      {"l/A.aif", "databaseForeign", "databaseForeign", "databaseForeign"},
+      {"l/A.aif/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
       {"/proc/self/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
       {"l", "databaseUnopenable", "databaseUnopenable", "databaseUnopenable"},
       {"older.db", "databaseOlder", "-", "-"},
@@ -60,33 +66,54 @@ TEST_F(Opening, SaysWhatStandsInTheWayAndNeitherMakesNorChangesAnything) {
     tries("", [&] { return tryToScan({.paths = {"l/A.aif"}, .isDryRun = true}); });
     tries(kindForMaking, [&] { return LCCatalog::open(file, {.access = Access::create}); });
     tries(kindForMaking, [&] { return tryToScan({.paths = {"l/A.aif"}}); });
-    if (kindForMaking != "-") continue;
-    scan({.paths = {"l/A.aif"}});
-    EXPECT_EQ(names(), Rows{"A.aif"}) << place;
+    EXPECT_FALSE(fs::exists(path("none")));
+    if (kindForMaking == "-") {
+      scan({.paths = {"l/A.aif"}});
+      EXPECT_EQ(names(), Rows{"A.aif"}) << place;
+      fs::remove_all(path("none"));
+    }
   }
 }
 
 TEST_F(Opening, PutsADamagedOneAsideAndNeverDeletesIt) {
   const std::string sound = contents(), damaged = "garbage at the beginning" + sound.substr(24);
-  const std::tuple<std::string, std::string, bool> cases[] = {
-      {"loops.db", damaged, false},
-      {"damaged-2", damaged, false},  // a copy never begins with the name of the database
-      {"marked.db", sound, true}};    // by the engine, in an earlier search
-  for (const auto& [name, before, isMarked] : cases) {
-    const TemporaryFolder place;
-    file = place.addFile(name, before);
-    if (isMarked) place.addFile("LoopsDatabaseV10.db-isDamaged", "1");
-    place.addFile(name + "-shm", "shared");
-    place.addFile(name + " notes.txt", "mine");  // no companion of the database
-    scan({.paths = {"l"}});
-    const std::string kept = log.warnings.back().substr(log.warnings.back().find('/'));
-    EXPECT_FALSE(vesk::path::lastComponent(kept).starts_with(name));
-    EXPECT_EQ(vesk::path::readFile(kept), before);
-    EXPECT_EQ(vesk::path::readFile(kept + "-shm"), "shared");
-    EXPECT_EQ(vesk::path::readFile(file + " notes.txt"), "mine");
-    EXPECT_EQ(names(), Rows{"A.aif"});
-    EXPECT_EQ(open({.access = Access::create})->damagedFileKeptAs(), std::nullopt);
+  for (const bool isMarked : {false, true}) {
+    for (const char* name : {"loops.db", "damaged-2.db"}) {  // a copy never begins with the name of the database
+      const TemporaryFolder place;
+      file = place.addFile(name, isMarked ? sound : damaged);
+      if (isMarked) place.addFile("LoopsDatabaseV10.db-isDamaged", "1");
+      place.addFile(name + std::string("-shm"), "shared");
+      for (const char* end : {".backup", "-notes.txt"}) place.addFile(name + std::string(end), "mine");
+      log.warnings.clear();
+      std::optional<std::string> kept;
+      if (isMarked) {
+        scan({.paths = {"l"}});
+        ASSERT_EQ(log.warnings.size(), 1u);
+        EXPECT_NE(log.warnings[0].find(file + " was damaged"), std::string::npos);
+        kept = log.warnings[0].substr(log.warnings[0].rfind(" /") + 1);
+      } else {
+        kept = open({.access = Access::create})->damagedFileKeptAs();
+      }
+      ASSERT_TRUE(kept);
+      EXPECT_FALSE(vesk::path::lastComponent(*kept).starts_with(name));
+      EXPECT_EQ(vesk::path::readFile(*kept), isMarked ? sound : damaged);
+      EXPECT_EQ(vesk::path::readFile(*kept + "-shm"), "shared");
+      for (const char* end : {".backup", "-notes.txt"}) EXPECT_EQ(vesk::path::readFile(file + end), "mine");
+      EXPECT_EQ(names(), isMarked ? Rows{"A.aif"} : Rows{});
+      place.addFile(name, "nothing of ours");  // but the place is remembered
+      EXPECT_TRUE(open({.access = Access::create})->damagedFileKeptAs());
+    }
   }
+}
+
+TEST_F(Opening, OfTheDefaultFileMakesNoFolderAndBringsAnOlderOneForward) {
+  const std::string home = environment->homeFolder(), oldest = home + "/Library/Application Support/Orrin";
+  const std::string before = std::exchange(file, LCCatalog::defaultDatabaseFile());
+  EXPECT_EQ(kindOf(LCCatalog::open(file)), "databaseMissing");
+  EXPECT_TRUE(fs::is_empty(home + "/Music"));
+  fs::create_directories(oldest);
+  fs::copy_file(before, oldest + "/LoopsDatabaseV09.db");
+  EXPECT_EQ(names(), Rows{"A.aif"});
 }
 
 TEST_F(Opening, WaitsForAnotherProgramAndThenSaysThatItIsLocked) {
@@ -97,12 +124,15 @@ TEST_F(Opening, WaitsForAnotherProgramAndThenSaysThatItIsLocked) {
   ASSERT_TRUE(otherProgram.executeStatementWithNoReturnValue("BEGIN IMMEDIATE"));
   EXPECT_EQ(names(), Rows{"A.aif"});  // readers may go on
   ASSERT_TRUE(otherProgram.executeStatementWithNoReturnValue("COMMIT; BEGIN EXCLUSIVE"));
+  ScanLog scanLog;
+  const std::function<std::string()> waiting[] = {
+      [&] { return kindOf(LCCatalog::open(file)); },
+      [&] { return kindOf(LCCatalog::open(file, {.access = Access::mark})); },
+      [&] { return kindOf(LCCatalog::open(file, {.access = Access::create})); },
+      [&] { return kindOf(LCLibraryScan::run(file, {.paths = {path("l")}}, scanLog)); },
+      [&] { return kindOf(marker->mark(marked, {.rating = 3})); }};
   std::vector<std::future<std::string>> kinds;
-  for (const auto access : {Access::read, Access::mark, Access::create}) {
-    kinds.push_back(std::async([&, access] { return kindOf(LCCatalog::open(file, {.access = access})); }));
-  }
-  kinds.push_back(std::async([&] { return kindOf(tryToScan({.paths = {"l"}})); }));
-  kinds.push_back(std::async([&] { return kindOf(marker->mark(marked, {.rating = 3})); }));
+  for (const auto& each : waiting) kinds.push_back(std::async(std::launch::async, each));
   for (auto& kind : kinds) EXPECT_EQ(kind.get(), "databaseLocked") << &kind - kinds.data();
 }
 
@@ -114,8 +144,11 @@ TEST_F(Opening, ReadingNeedsNoRightToWriteAndRepairsNothing) {
   const Unprivileged asNobody;
   EXPECT_EQ(names(), Rows{"A.aif"});
   EXPECT_EQ(contents(), before);
-  EXPECT_EQ(kindOf(LCCatalog::open(file, {.access = Access::mark})), "databaseUnopenable");
-  EXPECT_EQ(kindOf(LCCatalog::open(path("new.db"), {.access = Access::create})), "databaseUnopenable");
+  for (const auto access : {Access::mark, Access::create}) {
+    EXPECT_EQ(kindOf(LCCatalog::open(file, {.access = access})), "databaseUnopenable");
+  }
+  file = path("new.db");
+  EXPECT_EQ(kindOf(LCCatalog::open(file, {.access = Access::create})), "databaseUnopenable");
 }
 
 TEST_F(Opening, ASnapshotKeepsSeeingTheStateOfItsFirstQuestion) {

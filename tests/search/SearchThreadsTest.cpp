@@ -2,9 +2,6 @@
 // under ThreadSanitizer.
 #include "search/SearchDatabase.h"
 #include "VeskLoopManagement/indexing/LCFileIndexing.h"
-#include "VeskLoopManagement/model/LCKeywordHelper.h"
-
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <thread>
@@ -23,8 +20,8 @@ void writeKeywords(const LCDatabaseConfiguration& configuration) {
   for (int64_t id = kFirstId; id < kFirstId + kCount; ++id) {
     const std::string idText = std::to_string(id);
     EXPECT_TRUE(indexer->beginBatch());
-    EXPECT_TRUE(indexer->executeStatementWithNoReturnValue("INSERT INTO Keywords (id, name, categoryId) VALUES (" +
-                                                           idText + ", '" + keywordName(id) + "', 1)"));
+    EXPECT_TRUE(indexer->executeStatementWithNoReturnValue(
+        lc::sqlFormat("INSERT INTO Keywords (id, name, categoryId) VALUES (%@, '%@', 1)", {idText, keywordName(id)})));
     LCFileData loop{.hash = id, .descriptors = names("Single", "Ensemble"), .genreTag = keywordName(id)};
     loop.storedFileURL = vesk::URL::fromString("file:///q/Loop%20" + idText + ".caf");
     EXPECT_TRUE(indexer->addFileDataToDatabase(loop, "package"));
