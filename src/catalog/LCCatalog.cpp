@@ -4,9 +4,10 @@
 #include "catalog/CatalogSession.h"
 #include "catalog/DatabaseOpening.h"
 #include "catalog/LoopRemoval.h"
+#include "catalog/Packages.h"
 #include "catalog/QuerySettings.h"
+#include "database/DatabaseLocations.h"
 #include "platform/Path.h"
-#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 #include <algorithm>
@@ -19,19 +20,49 @@ using lc::outcomeOf;
 
 std::string wordsFor(const LCLoopReference& reference) {
   if (!reference.text.empty()) return reference.text;
-  return reference.id ? "id:" + std::to_string(*reference.id) : reference.url ? reference.url->path() : "";
+  if (reference.id) return "id:" + std::to_string(*reference.id);
+  return reference.url ? reference.url->path() : reference.name.value_or("");
+}
+
+[[noreturn]] void failAmbiguous(const LCLoopReference& reference, const std::vector<LCLoopPlace>& places) {
+  constexpr size_t kMostPaths = 20;
+  LCFailure failure{.kind = LCFailureKind::ambiguous,
+                    .message = "the name stands for " + std::to_string(places.size()) + " loops",
+                    .subject = wordsFor(reference),
+                    .nextStep = "Name the one by its path."};
+  for (const auto& place : places) {
+    if (failure.nearNames.size() < kMostPaths) failure.nearNames.push_back(place.path());
+  }
+  throw CatalogError{std::move(failure)};
 }
 
 std::optional<LCLoopPlace> findPlace(lc::LoopRows& rows, const LCLoopReference& reference) {
   if (reference.id) return rows.placeWithId(*reference.id);
-  return reference.url ? rows.placeWithURL(*reference.url) : std::nullopt;
+  if (reference.url) {
+    if (auto place = rows.placeWithURL(*reference.url)) return place;
+    if (vesk::path::exists(reference.url->path())) return std::nullopt;  // that file is meant
+  }
+  if (!reference.name || reference.name->empty()) return std::nullopt;  // every name begins with nothing
+  const auto places = rows.placesWithName(*reference.name);
+  if (places.size() > 1) failAmbiguous(reference, places);
+  return places.empty() ? std::nullopt : std::optional(places.front());
 }
 
 LCLoopPlace requiredPlace(lc::LoopRows& rows, const LCLoopReference& reference) {
   if (auto place = findPlace(rows, reference)) return *place;
   LCFailure failure{.kind = LCFailureKind::notFound, .message = "no such loop", .subject = wordsFor(reference)};
-  if (!reference.id && reference.url) failure.nearNames = rows.namesLike(reference.url->lastPathComponent());
+  if (!reference.id && (reference.url || reference.name)) {
+    failure.nearNames = rows.namesLike(reference.url ? reference.url->lastPathComponent() : *reference.name);
+  }
   throw CatalogError{std::move(failure)};
+}
+
+// For those who write on a connection of their own.
+const std::string& writableFile(CatalogSession& session) {
+  if (!session.engine().databaseConfiguration().readonly()) return session.databaseFile();
+  throw CatalogError{{.kind = LCFailureKind::databaseRefused,
+                      .message = "the loop database was opened for reading",
+                      .subject = session.databaseFile()}};
 }
 
 bool isMissing(const LCLoopPlace& place) {
@@ -88,7 +119,7 @@ LCLoopReference LCLoopReference::ofPath(std::string_view absolutePath) {
 // --- Opening ---
 
 std::string LCCatalog::defaultDatabaseFile() {
-  return LCSQLiteUtilities::databaseFile();
+  return lc::locations::databasePlace();
 }
 
 LCOutcome<std::unique_ptr<LCCatalog>> LCCatalog::open(const std::string& databaseFile,
@@ -204,6 +235,22 @@ LCOutcome<LCPackage> LCCatalog::package(std::string_view identifierOrName) {
 LCOutcome<std::vector<LCMarkedLoop>> LCCatalog::mark(std::span<const LCLoopPlace> places, const LCMarkChange& change,
                                                      bool dryRun) {
   return outcomeOf([&] { return m_session->mark(places, change, dryRun); });
+}
+
+LCOutcome<LCPackage> LCCatalog::createPackage(const LCNewPackage& package, bool dryRun) {
+  return outcomeOf([&] {
+    const LCPackage made = lc::packageFor(package, m_session->rows());
+    if (!dryRun) lc::writePackage(made, writableFile(*m_session));
+    return made;
+  });
+}
+
+LCOutcome<LCPackage> LCCatalog::removePackage(std::string_view identifierOrName, bool dryRun) {
+  return outcomeOf([&] {
+    const LCPackage package = lc::requiredPackage(m_session->rows(), identifierOrName);
+    if (!dryRun) lc::removePackage(package.identifier, writableFile(*m_session));
+    return package;
+  });
 }
 
 LCOutcome<int64_t> LCCatalog::remove(std::span<const LCLoopPlace> places, const LCRemovalObserver& observer) {

@@ -7,6 +7,7 @@
 #include "catalog/FolderWalk.h"
 #include "catalog/LoopRemoval.h"
 #include "catalog/LoopRows.h"
+#include "catalog/Packages.h"
 #include "catalog/QuerySettings.h"
 #include "database/LCTransaction.h"
 #include "platform/Path.h"
@@ -136,7 +137,8 @@ class Scan {
   std::unique_ptr<lc::CarriedLoops> m_carried;
   std::optional<LCTransaction> m_batch;
   std::optional<std::string> m_packageIdentifier;
-  int64_t m_inBatch = 0;                     // written since the last commit
+  std::vector<LCPackage> m_emptyPackages;  // before the scan
+  int64_t m_inBatch = 0;                   // written since the last commit
   size_t m_pathsInGroups = 0;
 };
 
@@ -172,12 +174,13 @@ void Scan::openDatabase() {
   } else {
     lc::OpenedIndexer opened = lc::openOrCreateIndexer(m_databaseFile);
     if (opened.damagedFileKeptAs) {
-      m_observer.warned(fmt::format("the loop database was damaged and starts anew; the old file is kept as {}",
-                                    *opened.damagedFileKeptAs),
+      m_observer.warned(fmt::format("the loop database {} was damaged and starts anew; the old file is kept as {}",
+                                    m_databaseFile, *opened.damagedFileKeptAs),
                         "Scan your other folders again, too.");
     }
     m_indexer = std::move(opened.indexer);
     m_rows = std::make_unique<lc::LoopRows>(m_indexer->sqlite3Connection());
+    m_emptyPackages = lc::emptyPackages(*m_rows);
   }
   const auto use = m_indexer ? lc::FileStates::Use::readWrite : lc::FileStates::Use::readOnly;
   m_states = std::make_unique<lc::FileStates>(m_databaseFile, use);
@@ -214,13 +217,8 @@ void Scan::choosePackage() {
   }
   m_packageIdentifier = LCCrateManager::crateIdentifierForManufacturer(LCFileIndexingUserLoopsManufacturer, word, true);
   if (m_request.isDryRun) return;
-  const LCDatabaseConfiguration configuration(m_databaseFile, false, kDefaultDatabaseSchemaVersion);
-  const auto manager = LCCrateManager::initWithDatabaseConfiguration(configuration);
-  if (!manager ||
-      !manager->createCrateWithIdentifier(*m_packageIdentifier, word, LCFileIndexingUserLoopsManufacturer, false)) {
-    throw CatalogError{
-        {.kind = LCFailureKind::databaseRefused, .message = "the package could not be made", .subject = word}};
-  }
+  const std::string manufacturer(LCFileIndexingUserLoopsManufacturer);
+  lc::writePackage({.identifier = *m_packageIdentifier, .name = word, .manufacturer = manufacturer}, m_databaseFile);
 }
 
 // The number of files to come; a list that becomes known on the way can be walked only once.
@@ -424,6 +422,7 @@ void Scan::finish() {
   if (m_indexer) {
     m_observer.phaseBegan(LCScanPhase::finishing, std::nullopt);
     m_indexer->finishIndexingInBlock(true);
+    lc::writePackages(m_emptyPackages, m_databaseFile);
     m_indexer->setIndexFileSchemaVersion(kDefaultDatabaseSchemaVersion, kIndexingProgram);
     m_observer.phaseEnded(LCScanPhase::finishing);
   }

@@ -25,7 +25,7 @@ LCFileProblem problemFor(LCParserFailure::Reason reason) {
 }  // namespace
 
 LCLoopFile LCLoopFile::read(const std::string& resolvedPath, const vesk::URL& url, bool isEnhanced) {
-  LCLoopFile file{.record = std::nullopt, .failure = {.path = url.path()}};
+  LCLoopFile file{.record = std::nullopt, .notes = {}, .failure = {.path = url.path()}};
   LCParserFailure failure;
   const auto parser = LCFileParser::fileParserForURL(vesk::URL::fileURLWithPath(resolvedPath, false),
                                                      LCFileParser::defaultAllowedFileTypes(), &failure);
@@ -40,7 +40,8 @@ LCLoopFile LCLoopFile::read(const std::string& resolvedPath, const vesk::URL& ur
     file.failure.detail = "its metadata cannot be decoded";
     return file;
   }
-  file.record = *record;
+  file.record = parser->takeFileData();
+  file.notes = parser->notes();
   file.record->storedFileURL = url;
   return file;
 }

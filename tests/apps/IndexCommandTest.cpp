@@ -56,12 +56,7 @@ TEST(Index, ItsOptionsReachTheScan) {
   EXPECT_TRUE(fs::exists(program.path("out/Moved.aif")) && !fs::exists(program.path("m/Moved.aif")));
   fs::remove(program.path("l/A.aif"));
   EXPECT_EQ(program.told({"index", "l", "--prune"})["removed"], 1);
-  const std::string identifier = "com.vireo.loops.UserDomain.User LoopsA\tB";
-  EXPECT_EQ(program.told({"crates"})["crates"], (JSON{{{"identifier", identifier},
-                                                       {"name", "A\tB"},
-                                                       {"manufacturer", "User Loops"},
-                                                       {"virtual", false},
-                                                       {"loops", 2}}}));
+  EXPECT_EQ(program.told({"crates"})["crates"][0]["name"], "A\tB");
   EXPECT_EQ(program.run({"crates", "list"}).out,
             "com.vireo.loops.UserDomain.User LoopsA\uFFFDB\tA\uFFFDB\tUser Loops\t\t2\n");
 }

@@ -36,10 +36,11 @@ TEST_F(Loops, AreNamedByIdURLPathAndName) {
     EXPECT_EQ(valueOf(catalog->place(Reference::ofPath(path("l/Bassoon.aif")))), bassoon) << fileName;
   }
   execute("UPDATE Loops SET fileName = 'Bassoon.aif' WHERE fileName = 'Fagott.aif'");
-  const auto named = [&](std::string_view name) { return valueOf(catalog->placesWithName(name)).size(); };
-  EXPECT_EQ(named("BASS.aif"), 2u);
-  EXPECT_EQ(named("bass"), 4u);
-  EXPECT_EQ(named("oon"), 0u);
+  EXPECT_EQ(valueOf(catalog->place({.name = "bassO"})), bassoon);
+  EXPECT_EQ(kindOf(catalog->place({.url = Reference::ofPath(path("l")).url, .name = "bassO"})), "notFound");
+  const LCFailure several = catalog->place({.name = "BASS.aif"}).failure();
+  EXPECT_EQ(several.nearNames, (Rows{path("l/Bass.aif"), path("l/x/Bass.aif")}));
+  EXPECT_EQ(catalog->place({.name = "bass"}).failure().message, "the name stands for 4 loops");
   Reference mistyped = Reference::ofPath(path("l/Basson.aif"));
   mistyped.text = "Basson";
   for (const auto& failure : {catalog->place(mistyped).failure(), catalog->loop(mistyped).failure()}) {

@@ -15,8 +15,8 @@ struct Opening : CatalogTest {
     add("l/A.aif");
     scan({.paths = {"l"}});
   }
-  void copyWith(const std::string& name, const std::string& sql) {
-    fs::copy_file(file, path(name));
+  void make(const std::string& name, const std::string& sql, bool isCopy = true) {
+    if (isCopy) fs::copy_file(file, path(name));
     file = path(name);
     execute(sql);
     file = path("loops.db");
@@ -34,14 +34,17 @@ struct Unprivileged {
 TEST_F(Opening, SaysWhatStandsInTheWayAndNeitherMakesNorChangesAnything) {
   folder.addFile("empty.db", "");
   folder.addFile("garbage.db", "garbage at the beginning" + contents().substr(24));
-  copyWith("foreign.db", "DROP TABLE Loops");
-  copyWith("older.db", "ALTER TABLE Loops DROP COLUMN ksLoopType");
-  copyWith("newer.db", "UPDATE DatabaseMigrationInfos SET integerValue = 100931 WHERE key = 'DATABASE_SCHEMA_VERSION'");
+  make("loopless.db", "DROP TABLE Loops");
+  make("foreign.db", "CREATE TABLE Loops (id INTEGER PRIMARY KEY, title TEXT)", false);
+  make("older.db", "ALTER TABLE Loops DROP COLUMN ksLoopType");
+  make("newer.db", "UPDATE DatabaseMigrationInfos SET integerValue = 100931 WHERE key = 'DATABASE_SCHEMA_VERSION'");
   const std::tuple<const char*, std::string, std::string, std::string> cases[] = {
       // For reading, for marking, for making and scanning; "-": it opens, and is written.
       {"none/x.db", "databaseMissing", "databaseMissing", "-"},
       {"empty.db", "databaseMissing", "databaseMissing", "-"},
-      {"foreign.db", "databaseMissing", "databaseMissing", "-"},
+      {"loopless.db", "databaseMissing", "databaseMissing", "-"},
+      {"foreign.db", "databaseForeign", "databaseForeign", "databaseForeign"},
+      {"l/A.aif", "databaseForeign", "databaseForeign", "databaseForeign"},
       {"l/A.aif/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
       {"/proc/self/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
       {"l", "databaseUnopenable", "databaseUnopenable", "databaseUnopenable"},
@@ -80,13 +83,14 @@ TEST_F(Opening, PutsADamagedOneAsideAndNeverDeletesIt) {
       file = place.addFile(name, isMarked ? sound : damaged);
       if (isMarked) place.addFile("LoopsDatabaseV10.db-isDamaged", "1");
       place.addFile(name + std::string("-shm"), "shared");
-      place.addFile(name + std::string(" notes.txt"), "mine");  // no companion of the database
+      for (const char* end : {".backup", "-notes.txt"}) place.addFile(name + std::string(end), "mine");
       log.warnings.clear();
       std::optional<std::string> kept;
       if (isMarked) {
         scan({.paths = {"l"}});
         ASSERT_EQ(log.warnings.size(), 1u);
-        kept = log.warnings[0].substr(log.warnings[0].find('/'));
+        EXPECT_NE(log.warnings[0].find(file + " was damaged"), std::string::npos);
+        kept = log.warnings[0].substr(log.warnings[0].rfind(" /") + 1);
       } else {
         kept = open({.access = Access::create})->damagedFileKeptAs();
       }
@@ -94,10 +98,22 @@ TEST_F(Opening, PutsADamagedOneAsideAndNeverDeletesIt) {
       EXPECT_FALSE(vesk::path::lastComponent(*kept).starts_with(name));
       EXPECT_EQ(vesk::path::readFile(*kept), isMarked ? sound : damaged);
       EXPECT_EQ(vesk::path::readFile(*kept + "-shm"), "shared");
-      EXPECT_EQ(vesk::path::readFile(file + " notes.txt"), "mine");
+      for (const char* end : {".backup", "-notes.txt"}) EXPECT_EQ(vesk::path::readFile(file + end), "mine");
       EXPECT_EQ(names(), isMarked ? Rows{"A.aif"} : Rows{});
+      place.addFile(name, "nothing of ours");  // but the place is remembered
+      EXPECT_TRUE(open({.access = Access::create})->damagedFileKeptAs());
     }
   }
+}
+
+TEST_F(Opening, OfTheDefaultFileMakesNoFolderAndBringsAnOlderOneForward) {
+  const std::string home = environment->homeFolder(), oldest = home + "/Library/Application Support/Orrin";
+  const std::string before = std::exchange(file, LCCatalog::defaultDatabaseFile());
+  EXPECT_EQ(kindOf(LCCatalog::open(file)), "databaseMissing");
+  EXPECT_TRUE(fs::is_empty(home + "/Music"));
+  fs::create_directories(oldest);
+  fs::copy_file(before, oldest + "/LoopsDatabaseV09.db");
+  EXPECT_EQ(names(), Rows{"A.aif"});
 }
 
 TEST_F(Opening, WaitsForAnotherProgramAndThenSaysThatItIsLocked) {

@@ -1,5 +1,7 @@
 #include "search/SearchDatabase.h"
 
+#include <chrono>
+
 namespace {
 
 const std::string kGarbage(8192, 'g');
@@ -10,15 +12,8 @@ std::unique_ptr<LCSearchEngineDesktop> opened(const std::string& file, bool read
 
 }  // namespace
 
-TEST(Opening, MakesTheFolderAndAnEmptyDatabaseWithAllTables) {
-  const TemporaryFolder folder;
-  const auto engine = opened(folder.path("new/deep/loops.db"), false);
-  ASSERT_NE(engine, nullptr);
-  EXPECT_EQ(idsFound(*engine), Ids{});
-  EXPECT_TRUE(engine->isIndexFileVersionValid() && !engine->databaseWasCorruptAndNeedsReindexing());
-}
-
-TEST(Opening, RebuildsADamagedDatabaseWithoutItsCompanions) {
+TEST(Opening, RebuildsADamagedDatabaseWithoutItsCompanionsAndLogsEach) {
+  const auto environment = TestEnvironment::install();
   for (const bool isMarked : {true, false}) {
     SearchDatabase database;
     database.add(1, "a");
@@ -29,9 +24,9 @@ TEST(Opening, RebuildsADamagedDatabaseWithoutItsCompanions) {
 
     EXPECT_TRUE(Engine::databaseLooksDamaged(database.configuration())) << isMarked;
     const auto engine = database.engine();
-    ASSERT_NE(engine, nullptr);
     EXPECT_TRUE(engine->databaseWasCorruptAndNeedsReindexing() && engine->totalNumberOfLoops() == 0) << isMarked;
     EXPECT_EQ(vesk::path::subpaths(folder.path()), (Rows{"loops.db", "loops.db folder", "other.db"}));
+    for (const char* name : {"loops.db", "loops.db-old"}) EXPECT_TRUE(environment->hasLogged(folder.path(name) + "\n"));
     EXPECT_FALSE(Engine::databaseLooksDamaged(database.configuration())) << isMarked;
   }
 }
@@ -53,17 +48,24 @@ TEST(Opening, RebuildsAfterASearchThatMetDamage) {
   EXPECT_TRUE(Engine::databaseLooksDamaged(database.configuration()));
 }
 
-TEST(Opening, ReadOnlyMakesNothingAndDeletesADamagedFile) {
+TEST(Opening, MakesTheFolderUnlessReadOnlyWhichDeletesADamagedFile) {
   const auto environment = TestEnvironment::install();
   const TemporaryFolder folder;
   EXPECT_EQ(opened(folder.path("new/loops.db"), true), nullptr);
   EXPECT_TRUE(environment->hasLogged("Can't open loops database: status (14)"));
   EXPECT_EQ(opened(folder.addFile("damaged.db", kGarbage), true), nullptr);
   EXPECT_EQ(vesk::path::subpaths(folder.path()), Rows{});
+  EXPECT_TRUE(opened(folder.path("new/deep/loops.db"), false)->isIndexFileVersionValid());
+}
 
+TEST(Opening, WaitsForNoWriterAndMakesTheTableOfLoudnessWhenItIsNeeded) {
   SearchDatabase database;
-  database.add(1, "a");
-  EXPECT_EQ(idsFound(*database.engine(true)), Ids{1});  // the result is the connection's own
+  database.run("BEGIN IMMEDIATE");
+  const auto began = std::chrono::steady_clock::now();
+  const auto engine = database.engine();
+  EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(4));  // connections wait for 5 s
+  database.run("COMMIT");
+  EXPECT_TRUE(engine->saveLoadnessInfo({-20, -2, -19}, "a", 1));
 }
 
 // One engine's registration must not stand for another's connection. Opening composes file names.
