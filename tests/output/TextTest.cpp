@@ -1,5 +1,4 @@
 // Loops, keywords and progress as people and scripts read them.
-#include "English.h"
 #include "KeywordList.h"
 #include "LoopColumns.h"
 #include "Output.h"
@@ -49,53 +48,43 @@ TEST(LoopColumns, AreFieldsBetweenTabsInFullForScripts) {
 }
 
 TEST(LoopTable, TakesTheColumnsThatHaveRoom) {
-  struct Case {
-    size_t width;
-    std::string_view columns;
-    std::string_view header;
-    std::string_view row;
-  };
-  const Case cases[] = {
-      {44, "", "Name                        Tempo  Key     ", "Funk \uFFFD[31m\uFFFD.aif                90  D min"},
-      {30, "id,name", "                  Id  Name                ", "                  -5  Funk \uFFFD[31m\uFFFD.aif"},
-      {44, "favorite,genre,length", "Fav.  Genre                Length", "yes   Jazz                  4.2 s"},
-  };
-  for (const auto& [width, columns, header, row] : cases) {
+  const std::tuple<size_t, LoopColumns, std::string> cases[] = {
+      {44, {}, "Name                        Tempo  Key     \nFunk \uFFFD[31m\uFFFD.aif                90  D min\n"},
+      {30, columnsForWords("id,name"),
+       "                  Id  Name                \n                  -5  Funk \uFFFD[31m\uFFFD.aif\n"}};
+  for (const auto& [width, columns, printed] : cases) {
     StringSink sink;
     sink.resultStream.columns = width;
     Output output(sink, {});
-    const LoopTable table(output, columns.empty() ? LoopColumns() : columnsForWords(columns));
+    const LoopTable table(output, columns);
     table.printHeader();
     table.printRow(kLoop);
-    EXPECT_EQ(linesOf(sink.result), (std::vector<std::string>{std::string(header), std::string(row)}));
+    EXPECT_EQ(sink.result, printed);
   }
 }
 
 TEST(KeywordList, StandsInGroupsForPeopleAndInFieldsForScripts) {
   const std::vector<LCFacet> keywords = {
       {.keyword = {1, "Funk"}, .category = kCategoryGenre, .loopCount = 1},
-      {.keyword = {2, "Jazz"}, .category = kCategoryGenre, .loopCount = 1},
-      {.keyword = {85, "Dry"}, .category = kCategoryDescriptor, .loopCount = 3},
       {.keyword = {3, "Drum Kit"}, .category = kCategoryInstrumentSubType, .loopCount = 2, .parent = "Drums"},
       {.keyword = {60, "Drums"}, .category = kCategoryInstrumentType, .loopCount = 1},
       {.keyword = {9, "Zo\trp"}, .category = 99, .loopCount = 50}};
-  StringSink piped;
-  Output toScript(piped, {});
-  printKeywords(toScript, keywords);
-  EXPECT_EQ(piped.result,
-            "Funk\t1\tgenre\t\t1\nJazz\t2\tgenre\t\t1\nDry\t85\tmood\t\t3\nDrum Kit\t3\tinstrument\tDrums\t2\n"
-            "Drums\t60\tinstrument\t\t1\nZo\uFFFDrp\t9\tother\t\t50\n");
-  StringSink terminal;
-  terminal.resultStream.isTerminal = true;
-  Output toPerson(terminal, {});
-  printKeywords(toPerson, keywords);
-  const auto lines = linesOf(terminal.result);
-  ASSERT_EQ(lines.size(), 13u);  // four groups with titles and a blank line between them
+  const auto printed = [&](bool isTerminal) {
+    StringSink sink;
+    sink.resultStream.isTerminal = isTerminal;
+    Output output(sink, {});
+    printKeywords(output, keywords);
+    return sink.result;
+  };
+  EXPECT_EQ(printed(false),
+            "Funk\t1\tgenre\t\t1\nDrum Kit\t3\tinstrument\tDrums\t2\nDrums\t60\tinstrument\t\t1\n"
+            "Zo\uFFFDrp\t9\tother\t\t50\n");
+  const auto lines = linesOf(printed(true));
+  ASSERT_EQ(lines.size(), 9u);  // three groups with titles and a blank line between them
   EXPECT_EQ(lines[0], "genre                                Loops      Id  Part of");
-  EXPECT_EQ(lines[8], "  Drum Kit                               2       3  Drums");
-  EXPECT_EQ(compactJSON(jsonOfKeyword(keywords[3])),
+  EXPECT_EQ(lines[4], "  Drum Kit                               2       3  Drums");
+  EXPECT_EQ(compactJSON(jsonOfKeyword(keywords[1])),
             R"({"keyword":"Drum Kit","id":3,"category":"instrument","parent":"Drums","count":2})");
-  EXPECT_FALSE(jsonOfKeyword(keywords[0]).contains("parent"));
 }
 
 TEST(Progress, ShowsTheFirstAndTheLastAndAtMostTenASecond) {
@@ -116,21 +105,17 @@ TEST(Progress, ShowsTheFirstAndTheLastAndAtMostTenASecond) {
 }
 
 TEST(Progress, IsShownWhereItIsWanted) {
-  struct Case {
-    ProgressStyle style;
-    StreamTraits stream;
-    bool quiet;
-    std::string_view shown;
-  };
   constexpr StreamTraits kTerminal{.isTerminal = true, .isDecorated = true, .columns = 21};
   constexpr StreamTraits kPlainTerminal{.isTerminal = true, .columns = 21};
-  constexpr std::string_view kStatus = "\r\x1b[KIndexing  [> …/2  0%\r\x1b[K";
-  constexpr std::string_view kLine = "Indexing  [>                   ]  0/2  0%\n";
-  for (const auto& [style, stream, quiet, shown] :
-       {Case{ProgressStyle::automatic, kTerminal, false, kStatus}, Case{ProgressStyle::automatic, kTerminal, true, ""},
-        Case{ProgressStyle::automatic, kPlainTerminal, false, ""}, Case{ProgressStyle::automatic, {}, false, ""},
-        Case{ProgressStyle::always, kPlainTerminal, true, kStatus}, Case{ProgressStyle::always, {}, false, kLine},
-        Case{ProgressStyle::never, kTerminal, false, ""}}) {
+  constexpr const char* kStatus = "\r\x1b[KIndexing  [> …/2  0%\r\x1b[K";
+  const std::tuple<ProgressStyle, StreamTraits, bool, const char*> cases[] = {
+      {ProgressStyle::automatic, kTerminal, false, kStatus},
+      {ProgressStyle::automatic, kTerminal, true, ""},  // quiet
+      {ProgressStyle::automatic, kPlainTerminal, false, ""},
+      {ProgressStyle::always, kPlainTerminal, true, kStatus},
+      {ProgressStyle::always, {}, false, "Indexing  [>                   ]  0/2  0%\n"},
+      {ProgressStyle::never, kTerminal, false, ""}};
+  for (const auto& [style, stream, quiet, shown] : cases) {
     StringSink sink;
     sink.messageStream = stream;
     Output output(sink, {.quiet = quiet, .progress = style});
@@ -151,21 +136,12 @@ TEST(TerminalText, ControlsAreReplacedAndOnlyPeopleLoseIllFormedBytes) {
 }
 
 TEST(TerminalText, WhatIsTooWideLosesItsMiddle) {
-  struct Case {
-    std::string_view text;
-    size_t width;
-    std::string_view shown;
-  };
-  for (const auto& [text, width, shown] :
-       {Case{"Funky Beat Long 01.aif", 12, "Funky B….aif"}, Case{"音音音音", 6, "音…音 "},  // two columns each
-        Case{"e\u0301e\u0301", 3, "e\u0301e\u0301 "}, Case{"abc", 1, "…"}, Case{"abc", 0, ""}}) {
-    EXPECT_EQ(paddedToWidth(text, width), shown);
-  }
+  const std::tuple<const char*, size_t, const char*> cases[] = {{"Funky Beat Long 01.aif", 12, "Funky B….aif"},
+                                                                {"音音音音", 6, "音…音 "},  // two columns each
+                                                                {"e\u0301e\u0301", 3, "e\u0301e\u0301 "},
+                                                                {"abc", 1, "…"}};
+  for (const auto& [text, width, shown] : cases) EXPECT_EQ(paddedToWidth(text, width), shown);
   EXPECT_EQ(paddedLeftToWidth("8", 3), "  8");
-}
-
-TEST(English, OnlyOneIsSingular) {
-  EXPECT_EQ(counted(0, "loop") + ", " + counted(1, "loop") + ", " + counted(2, "loop"), "0 loops, 1 loop, 2 loops");
 }
 
 }  // namespace
