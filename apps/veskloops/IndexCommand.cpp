@@ -26,6 +26,8 @@ struct IndexArguments {
   bool move = false;
   bool prune = false;
   bool noPathKeywords = false;
+  bool taggedOnly = false;
+  bool hidden = false;
   bool dryRun = false;
 };
 
@@ -85,6 +87,8 @@ LCScanRequest requestFor(const IndexArguments& arguments) {
                         .movesInsteadOfCopying = arguments.move,
                         .prunes = arguments.prune,
                         .readsPathKeywords = !arguments.noPathKeywords,
+                        .onlyTagged = arguments.taggedOnly,
+                        .withHidden = arguments.hidden,
                         .isDryRun = arguments.dryRun,
                         .batchSize = arguments.batchSize};
   for (const auto& argument : arguments.paths.arguments) {
@@ -100,6 +104,7 @@ void printReport(Output& output, const LCScanReport& report, const IndexArgument
   output.endList();
   output.field("walked", report.walked);
   output.field("indexed", report.indexed);
+  output.field("loops", report.loops);
   output.field("unchanged", report.unchanged);
   output.field("removed", report.removed);
   output.field("carried", report.carried);
@@ -114,10 +119,17 @@ void printReport(Output& output, const LCScanReport& report, const IndexArgument
   output.endDocument();
 }
 
+// Files of one identity are one loop.
+std::string indexedInWords(const LCScanReport& report) {
+  if (report.loops == report.indexed) return fmt::format("{} indexed", report.indexed);
+  return fmt::format("{}, {} indexed", counted(report.indexed, "file"), counted(report.loops, "loop"));
+}
+
 std::string summary(const LCScanReport& report, const IndexArguments& arguments) {
-  std::string text =
-      fmt::format("{} indexed, {} unchanged, {} untagged, {} of other types, {} failed in {:.1f} s", report.indexed,
-                  report.unchanged, report.untagged, report.unsupported, report.failed, report.seconds);
+  std::string text = indexedInWords(report);
+  text += fmt::format(", {} {}, {} unchanged, {} of other types, {} failed in {:.1f} s", report.untagged,
+                      arguments.taggedOnly ? "without tags left out" : "of them without tags", report.unchanged,
+                      report.unsupported, report.failed, report.seconds);
   if (arguments.prune) text += fmt::format(", {} removed", report.removed);
   if (report.carried > 0)
     text += fmt::format(", marks of {} kept under a new identity", counted(report.carried, "loop"));
@@ -155,8 +167,10 @@ CommandRunner addIndexCommand(CLI::App& app) {
                          "Copy the loops into this folder and index the copies; nothing is overwritten", "DIR");
   app.add_flag("--move", arguments->move, "Move them there instead")->needs(copyTo);
   app.add_flag("--prune", arguments->prune, "Take out the loops of these folders whose files are gone");
-  app.add_flag("--no-path-keywords", arguments->noPathKeywords,
-               "Take no keywords from file and folder names; WAV files, which live on them, are then left out");
+  app.add_flag("--no-path-keywords", arguments->noPathKeywords, "Take no keywords from file and folder names");
+  app.add_flag("--tagged-only", arguments->taggedOnly,
+               "Leave out files that neither themselves nor by their path tell a tag");
+  app.add_flag("--hidden", arguments->hidden, "Take files and folders whose names begin with a dot, too");
   app.add_option("--batch", arguments->batchSize, "Write to the database after every N loops")
       ->type_name("N")
       ->check(CLI::Range(int64_t{1}, int64_t{1000000}))

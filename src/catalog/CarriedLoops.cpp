@@ -10,6 +10,7 @@
 namespace {
 
 constexpr size_t kManySuccessors = 10000;
+constexpr size_t kManySeenFiles = 10000;
 constexpr size_t kBatchSize = 2000;  // carried in well under a second, while other programs wait for the database
 
 bool isStillThere(const lc::IndexedFile& file) {
@@ -33,7 +34,7 @@ void lc::CarriedLoops::note(const WrittenLoop& written) {
   std::optional<IndexedFile> file;
   if (written.state) file = {written.url.absoluteString(), *written.state, written.loopId};
   const auto remembered = m_states.fileWithURL(written.url.absoluteString());
-  if (file && remembered == file) return;  // and all was done then
+  if (file && remembered == file) return rememberIfMarked(*file);  // and all else was done then
 
   bool hasFormer = noteSameName(written.url, written.loopId, Evidence::sameName);
   if (remembered) hasFormer |= noteRemoved(*remembered, written.loopId);
@@ -42,14 +43,32 @@ void lc::CarriedLoops::note(const WrittenLoop& written) {
     m_states.forget(written.movedFrom->absoluteString());
   }
   if (!file) return;
-  for (const auto& other : m_states.filesWithState(file->state)) {
-    if (other.urlText != file->urlText) hasFormer |= noteSameFile(other, file->loopId);
+  if (isFirstNameOfFile(file->state)) {
+    for (const auto& other : m_states.filesWithState(file->state)) {
+      if (other.urlText != file->urlText) hasFormer |= noteSameFile(other, file->loopId);
+    }
   }
   if (hasFormer) {
     m_toRemember.push_back(*file);
   } else {
-    m_states.remember(*file);
+    remember(*file);
   }
+}
+
+// A file may have thousands of names (hard links): the first one met looks for all former names, and those after it
+// have nothing to add.
+bool lc::CarriedLoops::isFirstNameOfFile(const FileState& state) {
+  if (m_seenFiles.size() >= kManySeenFiles) m_seenFiles.clear();
+  return m_seenFiles.emplace(state.device, state.inode).second;
+}
+
+void lc::CarriedLoops::remember(const IndexedFile& file) {
+  m_states.remember(file);
+  rememberIfMarked(file);
+}
+
+void lc::CarriedLoops::rememberIfMarked(const IndexedFile& file) {
+  if (m_rows.hasMarks(file.loopId)) m_states.rememberMarked(file);
 }
 
 bool lc::CarriedLoops::noteSameName(const vesk::URL& url, int64_t loopId, Evidence evidence) {
@@ -107,7 +126,7 @@ void lc::CarriedLoops::carryAll() {
   carryWith(Evidence::sameName, gone);
   m_states.begin();
   for (const auto& place : gone) m_states.forget(place.urlText, place.id);
-  for (const auto& file : m_toRemember) m_states.remember(file);
+  for (const auto& file : m_toRemember) remember(file);
   m_states.commit();
   if (m_indexer == nullptr) return;
   m_successors.clear();

@@ -13,8 +13,10 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace lc {
@@ -56,6 +58,9 @@ class CarriedLoops {
   bool noteRemoved(const IndexedFile& former, int64_t loopId);
   bool noteSameFile(const IndexedFile& former, int64_t loopId);
   bool isOnlyMarked(int64_t loopId);
+  bool isFirstNameOfFile(const FileState& state);
+  void remember(const IndexedFile& file);
+  void rememberIfMarked(const IndexedFile& file);
   void add(int64_t loopId, const Successor& successor);
   void carryWith(Evidence evidence, std::vector<LCLoopPlace>& gone);
 
@@ -63,8 +68,9 @@ class CarriedLoops {
   FileStates& m_states;
   LCFileIndexing* m_indexer;
   Teller m_told;
-  std::map<int64_t, Successor> m_successors;  // by the id that goes
-  std::vector<IndexedFile> m_toRemember;      // once their loops are carried: until then they count as new
+  std::map<int64_t, Successor> m_successors;          // by the id that goes
+  std::vector<IndexedFile> m_toRemember;              // once their loops are carried: until then they count as new
+  std::set<std::pair<int64_t, int64_t>> m_seenFiles;  // devices and inodes lately met, each perhaps by many names
   int64_t m_count = 0;
 };
 

@@ -2,9 +2,13 @@
 
 #include "catalog/CatalogError.h"
 #include "catalog/DatabaseOpening.h"
+#include "catalog/FileStates.h"
 #include "catalog/QuerySettings.h"
 #include "database/LCTransaction.h"
 #include "VeskLoopManagement/model/LCKeywordHelper.h"
+#include "VeskLoopManagement/platform/Environment.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <tuple>
@@ -103,7 +107,25 @@ std::vector<LCMarkedLoop> lc::CatalogSession::mark(std::span<const LCLoopPlace> 
   if (transaction && !transaction->commit()) {
     throw CatalogError{databaseFailure(lastStatusOf(connection), m_databaseFile)};
   }
+  if (!dryRun) rememberFiles(marked);
   return marked;
+}
+
+// For the scan that meets a file under another name, and may have no cache then. What cannot be remembered is no
+// failure: the marks stand.
+void lc::CatalogSession::rememberFiles(std::span<const LCMarkedLoop> marked) const {
+  FileStates states(m_databaseFile, FileStates::Use::marking);
+  states.begin();
+  for (const auto& [place, marks, isChanged] : marked) {
+    const auto known = states.fileWithURL(place.urlText);
+    const bool isOfLoop = known && known->loopId == place.id;
+    const auto state = isOfLoop ? std::optional(known->state) : fileStateAt(place.path());
+    if (state) states.rememberMarked({.urlText = place.urlText, .state = *state, .loopId = place.id});
+  }
+  states.commit();
+  for (const auto& trouble : states.troubles()) {
+    if (trouble.consequence) vesk::log(fmt::format("{}; {}", trouble.text, *trouble.consequence));
+  }
 }
 
 // The engine clears what it is not given.

@@ -43,6 +43,7 @@ class CatalogSession {
  private:
   int64_t dataVersion();
   LCMarkedLoop markOne(const LCLoopPlace& place, const LCMarkChange& change, bool dryRun);
+  void rememberFiles(std::span<const LCMarkedLoop> marked) const;
 
   std::string m_databaseFile;
   std::optional<std::string> m_damagedFileKeptAs;

@@ -4,186 +4,89 @@
 #include "VeskLoopManagement/fileio/MurmurHash.h"
 #include "VeskLoopManagement/platform/Environment.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sqlite3.h>
-#include <sys/stat.h>
 
-#include <filesystem>
+#include <set>
 
 namespace {
 
-constexpr std::string_view kCreateTable =
-    "CREATE TABLE IF NOT EXISTS FileStates "
-    "(fileURL TEXT PRIMARY KEY, device INTEGER, inode INTEGER, size INTEGER, modified INTEGER, created INTEGER, "
-    "loopId INTEGER) WITHOUT ROWID";
-constexpr std::string_view kCreateIndex = "CREATE INDEX IF NOT EXISTS index_fileStates_inode ON FileStates (inode)";
-
-constexpr std::string_view kSelectWithURL =
-    "SELECT fileURL, device, inode, size, modified, created, loopId FROM FileStates WHERE fileURL = ?1";
-constexpr std::string_view kSelectWithState =
-    "SELECT fileURL, device, inode, size, modified, created, loopId FROM FileStates "
-    "WHERE inode = ?1 AND device = ?2 AND size = ?3 AND modified = ?4 AND created = ?5";
-constexpr std::string_view kRemember =
-    "INSERT OR REPLACE INTO FileStates (fileURL, device, inode, size, modified, created, loopId) "
-    "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)";
-constexpr std::string_view kForget = "DELETE FROM FileStates WHERE fileURL = ?1";
-constexpr std::string_view kForgetLoop = "DELETE FROM FileStates WHERE fileURL = ?1 AND loopId = ?2";
-
 // Databases are told apart by their paths, whatever links lead to them.
-std::string pathOfStates(const std::string& databaseFile) {
+std::string pathOfStore(const std::string& folder, std::string_view what, const std::string& databaseFile) {
   constexpr uint64_t kSeed = 7;
   const std::string path = vesk::path::resolvingSymlinks(databaseFile);
-  const std::string name =
-      fmt::format("file-states-{:016x}.db", lc::MurmurHash64A(path.data(), static_cast<uint32_t>(path.size()), kSeed));
-  return vesk::path::appending(vesk::Environment::shared().cacheFolder(), name);
+  const uint64_t hash = lc::MurmurHash64A(path.data(), static_cast<uint32_t>(path.size()), kSeed);
+  return vesk::path::appending(folder, fmt::format("{}-{:016x}.db", what, hash));
 }
 
-// What is no database, or not one of ours, can be thrown away: everything in it comes back with the next run.
-bool isWorthless(int status) {
-  const int result = status & 0xFF;
-  return result == SQLITE_NOTADB || result == SQLITE_CORRUPT || result == SQLITE_ERROR;
-}
-
-void removeDatabase(const std::string& path) {
-  for (const char* companion : {"", "-wal", "-shm", "-journal"}) {
-    std::error_code ignored;  // most are not there
-    std::filesystem::remove(path + companion, ignored);
-  }
-}
-
-int64_t nanoseconds(const statx_timestamp& time) {
-  return time.tv_sec * 1'000'000'000 + time.tv_nsec;
-}
-
-lc::IndexedFile fileAt(const LCStatement& row) {
-  return {.urlText = row.textAt(0),
-          .state = {.device = row.int64At(1),
-                    .inode = row.int64At(2),
-                    .size = row.int64At(3),
-                    .modified = row.int64At(4),
-                    .created = row.int64At(5)},
-          .loopId = row.int64At(6)};
+void addTrouble(const lc::FileStateStore& store, std::string_view consequence,
+                std::vector<lc::FileStates::Trouble>& troubles) {
+  if (!store.trouble()) return;
+  auto& trouble = troubles.emplace_back(lc::FileStates::Trouble{.text = *store.trouble(), .consequence = {}});
+  if (!store.isUsable()) trouble.consequence = consequence;
 }
 
 }  // namespace
 
-std::optional<lc::FileState> lc::fileStateAt(const std::string& path) {
-  struct statx status {};
-  constexpr unsigned kWanted = STATX_INO | STATX_SIZE | STATX_MTIME | STATX_BTIME;
-  if (statx(AT_FDCWD, path.c_str(), 0, kWanted, &status) != 0) return std::nullopt;
-  const bool hasCreated = (status.stx_mask & STATX_BTIME) != 0;
-  return FileState{.device = static_cast<int64_t>(status.stx_dev_major) << 32 | status.stx_dev_minor,
-                   .inode = static_cast<int64_t>(status.stx_ino),
-                   .size = static_cast<int64_t>(status.stx_size),
-                   .modified = nanoseconds(status.stx_mtime),
-                   .created = hasCreated ? nanoseconds(status.stx_btime) : 0};
-}
+lc::FileStates::FileStates(const std::string& databaseFile, Use use)
+    : m_cached(pathOfStore(vesk::Environment::shared().cacheFolder(), "file-states", databaseFile),
+               use == Use::readWrite ? FileStateStore::Use::readWrite : FileStateStore::Use::readOnly),
+      m_marked(pathOfStore(vesk::Environment::shared().stateFolder(), "marked-files", databaseFile),
+               use == Use::readOnly ? FileStateStore::Use::readOnly : FileStateStore::Use::readWrite) {}
 
-// --- Opening ---
-
-lc::FileStates::FileStates(const std::string& databaseFile, Use use) : m_use(use), m_path(pathOfStates(databaseFile)) {
-  if (use == Use::readOnly && !vesk::path::exists(m_path)) return;
-  vesk::path::createDirectories(vesk::path::deletingLastComponent(m_path));
-  const bool wasThere = vesk::path::exists(m_path);
-  open();
-  if (!isUsable() && wasThere && !vesk::path::exists(m_path)) open();  // anew: what was there has been thrown away
-}
-
-// With a write-ahead log a commit need not wait for the disk; a crash costs the last ones and nothing else.
-void lc::FileStates::open() {
-  int status = SQLITE_OK;
-  m_connection = lc::openConnection(m_path, LCOpenMode::readWriteCreate, &status);
-  if (!isUsable()) return giveUp(status);
-  if (m_use == Use::readOnly) return;
-  execute("PRAGMA journal_mode = WAL");
-  execute("PRAGMA synchronous = NORMAL");
-  execute(kCreateTable);
-  execute(kCreateIndex);
-}
-
-void lc::FileStates::giveUp(int status) {
-  m_trouble = fmt::format("what is remembered of files cannot be used ({}): {}", sqlite3_errstr(status), m_path);
-  m_statements = {};
-  m_connection.reset();
-  if (m_use == Use::readWrite && isWorthless(status)) removeDatabase(m_path);
-}
-
-void lc::FileStates::run(LCStatement& statement) {
-  if (!isUsable()) return;
-  if (!statement.isPrepared() || !statement.run()) giveUp(statement.lastStatus());
-}
-
-void lc::FileStates::execute(std::string_view sql) {
-  LCStatement statement(m_connection.get(), sql);
-  run(statement);
-}
-
-LCStatement& lc::FileStates::bound(LCStatement& statement, std::string_view sql, const std::string& urlText) {
-  statement.preparedOnce(m_connection.get(), sql).bind(1, urlText);
-  return statement;
+std::vector<lc::FileStates::Trouble> lc::FileStates::troubles() const {
+  std::vector<Trouble> troubles;
+  addTrouble(m_cached, "packages and loudness will not follow files that are renamed or moved", troubles);
+  addTrouble(m_marked, "marks may not follow files that are renamed or moved", troubles);
+  return troubles;
 }
 
 // --- Questions ---
 
-std::vector<lc::IndexedFile> lc::FileStates::filesOf(LCStatement& statement) {
-  std::vector<IndexedFile> files;
-  while (statement.isPrepared() && statement.step()) files.push_back(fileAt(statement));
-  statement.reset();
-  if (!statement.isPrepared() || !statement.succeeded()) giveUp(statement.lastStatus());
-  return files;
-}
-
 std::optional<lc::IndexedFile> lc::FileStates::fileWithURL(const std::string& urlText) {
-  if (!isUsable()) return std::nullopt;
-  const auto files = filesOf(bound(m_statements.withURL, kSelectWithURL, urlText));
-  return files.empty() ? std::nullopt : std::optional(files.front());
+  auto file = m_cached.fileWithURL(urlText);
+  return file ? file : m_marked.fileWithURL(urlText);
 }
 
 std::vector<lc::IndexedFile> lc::FileStates::filesWithState(const FileState& state) {
-  if (!isUsable()) return {};
-  LCStatement& statement = m_statements.withState.preparedOnce(m_connection.get(), kSelectWithState);
-  statement.bind(1, state.inode);
-  statement.bind(2, state.device);
-  statement.bind(3, state.size);
-  statement.bind(4, state.modified);
-  statement.bind(5, state.created);
-  return filesOf(statement);
+  auto files = m_cached.filesWithState(state);
+  std::set<std::string> cached;
+  for (const auto& file : files) cached.insert(file.urlText);
+  for (auto& marked : m_marked.filesWithState(state)) {
+    if (!cached.contains(marked.urlText)) files.push_back(std::move(marked));
+  }
+  return files;
 }
 
 // --- Changes ---
 
 void lc::FileStates::begin() {
-  if (isWritable()) execute("BEGIN IMMEDIATE");
+  m_cached.begin();
+  m_marked.begin();
 }
 
 void lc::FileStates::commit() {
-  if (isWritable()) execute("COMMIT");
+  m_cached.commit();
+  m_marked.commit();
 }
 
 void lc::FileStates::remember(const IndexedFile& file) {
-  if (!isWritable()) return;
-  LCStatement& statement = bound(m_statements.remember, kRemember, file.urlText);
-  statement.bind(2, file.state.device);
-  statement.bind(3, file.state.inode);
-  statement.bind(4, file.state.size);
-  statement.bind(5, file.state.modified);
-  statement.bind(6, file.state.created);
-  statement.bind(7, file.loopId);
-  run(statement);
+  m_cached.remember(file);
+}
+
+void lc::FileStates::rememberMarked(const IndexedFile& file) {
+  m_marked.remember(file);
 }
 
 void lc::FileStates::forget(const std::string& urlText) {
-  if (isWritable()) run(bound(m_statements.forget, kForget, urlText));
+  m_cached.forget(urlText);
+  m_marked.forget(urlText);
 }
 
 void lc::FileStates::forget(const std::string& urlText, int64_t loopId) {
-  if (!isWritable()) return;
-  LCStatement& statement = bound(m_statements.forgetLoop, kForgetLoop, urlText);
-  statement.bind(2, loopId);
-  run(statement);
+  m_cached.forget(urlText, loopId);
+  m_marked.forget(urlText, loopId);
 }
 
-void lc::FileStates::clear() {
-  if (isWritable()) execute("DELETE FROM FileStates");
+void lc::FileStates::clearCache() {
+  m_cached.clear();
 }

@@ -1,48 +1,32 @@
-// What the disk said of each file when it was indexed: where its bytes lie, how many, when they were last changed. By
-// this a file is recognised under a new name. The states of one loop database are a small database of their own in the
-// cache folder, which can be deleted at any time: when it cannot be used, trouble() says why and every question is
-// answered as if nothing had been remembered. Never throws. One thread.
+// What is remembered of the files of one loop database: by their states on the disk they are recognised under new
+// names. Two stores: that of every file lies in the cache folder and can be deleted at any time; that of files whose
+// loops the user has marked lies in the state folder, so that marks follow them without the cache, too. Where both know
+// a file, the cache is right. Never throws. One thread.
 #pragma once
 
-#include "VeskLoopManagement/database/LCConnection.h"
-#include "VeskLoopManagement/database/LCStatement.h"
+#include "catalog/FileStateStore.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace lc {
 
-struct FileState {
-  int64_t device = 0;
-  int64_t inode = 0;
-  int64_t size = 0;      // bytes
-  int64_t modified = 0;  // nanoseconds since 1970
-  int64_t created = 0;   // the same; 0 where the file system keeps no such time. Tells reused inodes apart.
-  bool operator==(const FileState&) const = default;
-  bool isOfSameFile(const FileState& other) const { return device == other.device && inode == other.inode; }
-};
-
-// Of what the path leads to, links followed; nullopt when that is nothing.
-std::optional<FileState> fileStateAt(const std::string& path);
-
-struct IndexedFile {
-  std::string urlText;
-  FileState state;
-  int64_t loopId = 0;
-  bool operator==(const IndexedFile&) const = default;
-};
-
 class FileStates {
  public:
-  enum class Use { readOnly, readWrite };  // read-only: nothing is made, and writing does nothing
-  // The states that belong to this loop database.
+  enum class Use {
+    readOnly,  // nothing is made, and writing does nothing
+    marking,   // the same for the cache
+    readWrite,
+  };
   FileStates(const std::string& databaseFile, Use use);
 
-  // A sentence about what went wrong last; nullopt while everything works.
-  const std::optional<std::string>& trouble() const { return m_trouble; }
+  struct Trouble {
+    std::string text;                        // a sentence about what went wrong
+    std::optional<std::string> consequence;  // what will not work; nullopt when the store was made anew
+  };
+  std::vector<Trouble> troubles() const;
 
   std::optional<IndexedFile> fileWithURL(const std::string& urlText);
   // Under every URL that is remembered for it, links and former names included.
@@ -51,29 +35,14 @@ class FileStates {
   void begin();  // a transaction for what follows; without one, every change stands at once
   void commit();
   void remember(const IndexedFile& file);
+  void rememberMarked(const IndexedFile& file);  // for the time after the cache
   void forget(const std::string& urlText);
   void forget(const std::string& urlText, int64_t loopId);  // only when it was this loop
-  void clear();
+  void clearCache();
 
  private:
-  struct Statements {
-    LCStatement withURL, withState, remember, forget, forgetLoop;
-  };
-
-  void open();
-  bool isUsable() const { return m_connection != nullptr; }
-  bool isWritable() const { return isUsable() && m_use == Use::readWrite; }
-  LCStatement& bound(LCStatement& statement, std::string_view sql, const std::string& urlText);
-  std::vector<IndexedFile> filesOf(LCStatement& statement);
-  void execute(std::string_view sql);
-  void run(LCStatement& statement);
-  void giveUp(int status);
-
-  Use m_use;
-  std::string m_path;
-  std::optional<std::string> m_trouble;
-  LCConnection m_connection;  // null when the states cannot be used
-  Statements m_statements;
+  FileStateStore m_cached;
+  FileStateStore m_marked;
 };
 
 }  // namespace lc

@@ -34,8 +34,8 @@ std::string below(const std::string& folder, const std::string& name) {
 
 }  // namespace
 
-lc::FolderWalk::FolderWalk(std::vector<std::string> excludedPatterns, std::function<bool()> keepGoing)
-    : m_excludedPatterns(std::move(excludedPatterns)), m_keepGoing(std::move(keepGoing)) {}
+lc::FolderWalk::FolderWalk(WalkOptions options, WalkHandlers handlers, std::function<bool()> keepGoing)
+    : m_options(std::move(options)), m_handlers(std::move(handlers)), m_keepGoing(std::move(keepGoing)) {}
 
 void lc::FolderWalk::skipFolder(const std::string& path) {
   struct stat status {};
@@ -46,62 +46,69 @@ bool lc::FolderWalk::enterFirstTime(const FolderIdentity& identity) {
   return identity != m_skippedFolder && m_seenFolders.insert(identity).second;
 }
 
-bool lc::FolderWalk::walk(const std::string& path, const FileHandler& file, const FailureHandler& failure) {
+void lc::FolderWalk::walk(const std::string& path) {
   struct stat status {};
-  if (stat(path.c_str(), &status) != 0) return false;
+  if (stat(path.c_str(), &status) != 0) {
+    const int error = errno;
+    const bool isLink = lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+    return isLink ? tellOfLink(path, error) : m_handlers.missing(path);
+  }
   const std::string resolvedPath = vesk::path::resolvingSymlinks(path);
   if (S_ISREG(status.st_mode)) {
-    if (m_keepGoing()) file({path, resolvedPath, vesk::path::lastComponent(path)});
-    return true;
+    if (m_keepGoing()) m_handlers.file({resolvedPath, vesk::path::lastComponent(path)});
+    return;
   }
-  if (!S_ISDIR(status.st_mode)) {
-    failure(path, "neither a file nor a folder");
-    return true;
-  }
-  const Handlers handlers{file, failure};
+  if (!S_ISDIR(status.st_mode)) return m_handlers.failure(path, "neither a file nor a folder");
   const FolderIdentity identity(status.st_dev, status.st_ino);
-  if (m_seenFolders.insert(identity).second) walkFolder({path, resolvedPath, "", identity}, handlers);
+  if (m_seenFolders.insert(identity).second) walkFolder({resolvedPath, "", identity});
   while (!m_linkedFolders.empty()) {
     const Folder linked = std::move(m_linkedFolders.back());
     m_linkedFolders.pop_back();
-    if (enterFirstTime(linked.identity)) walkFolder(linked, handlers);
+    if (enterFirstTime(linked.identity)) walkFolder(linked);
   }
-  return true;
 }
 
-void lc::FolderWalk::walkFolder(const Folder& folder, const Handlers& handlers) {
+void lc::FolderWalk::walkFolder(const Folder& folder) {
   const auto names = namesIn(folder.path);
-  if (!names) return handlers.failure(folder.path, std::strerror(errno));
+  if (!names) return m_handlers.failure(folder.path, std::strerror(errno));
   for (const auto& name : *names) {
     if (!m_keepGoing()) return;
-    walkEntry(folder, name, handlers);
+    walkEntry(folder, name);
   }
 }
 
-void lc::FolderWalk::walkEntry(const Folder& folder, const std::string& name, const Handlers& handlers) {
-  Folder entry{below(folder.path, name), below(folder.resolvedPath, name), below(folder.relativePath, name)};
+void lc::FolderWalk::walkEntry(const Folder& folder, const std::string& name) {
+  Folder entry{below(folder.path, name), below(folder.relativePath, name)};
   if (isPassedOver(name, entry.relativePath)) return;
   struct stat status {};
   if (lstat(entry.path.c_str(), &status) != 0) return;  // gone in the meantime
   const bool isLink = S_ISLNK(status.st_mode);
   if (isLink) {
-    if (stat(entry.path.c_str(), &status) != 0) return handlers.failure(entry.path, std::strerror(errno));
-    entry.resolvedPath = vesk::path::resolvingSymlinks(entry.path);
+    if (stat(entry.path.c_str(), &status) != 0) return tellOfLink(entry.path, errno);
+    entry.path = vesk::path::resolvingSymlinks(entry.path);
   }
   entry.identity = FolderIdentity(status.st_dev, status.st_ino);
   if (S_ISREG(status.st_mode)) {
-    handlers.file({entry.path, entry.resolvedPath, entry.relativePath});
+    m_handlers.file({entry.path, entry.relativePath});
   } else if (S_ISDIR(status.st_mode) && isLink) {
     m_linkedFolders.push_back(std::move(entry));
   } else if (S_ISDIR(status.st_mode) && enterFirstTime(entry.identity)) {
-    walkFolder(entry, handlers);
+    walkFolder(entry);
   }
+}
+
+// `error` is what following it came to.
+void lc::FolderWalk::tellOfLink(const std::string& path, int error) const {
+  const bool leadsNowhere = error == ENOENT || error == ENOTDIR || error == ELOOP;
+  leadsNowhere ? m_handlers.deadLink(path) : m_handlers.failure(path, std::strerror(error));
 }
 
 // A pattern with "/" is about the path below the argument, one without about any name on the way.
 bool lc::FolderWalk::isPassedOver(const std::string& name, const std::string& relativePath) const {
   if (name.starts_with("._") || name == ".AppleDouble" || name == "__MACOSX") return true;
-  return std::any_of(m_excludedPatterns.begin(), m_excludedPatterns.end(), [&](const std::string& pattern) {
+  if (name.starts_with('.') && !m_options.withHidden) return true;
+  const auto& patterns = m_options.excludedPatterns;
+  return std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) {
     const bool isPath = pattern.find('/') != std::string::npos;
     return fnmatch(pattern.c_str(), (isPath ? relativePath : name).c_str(), isPath ? FNM_PATHNAME : 0) == 0;
   });

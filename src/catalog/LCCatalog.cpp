@@ -24,7 +24,11 @@ std::string wordsFor(const LCLoopReference& reference) {
 
 std::optional<LCLoopPlace> findPlace(lc::LoopRows& rows, const LCLoopReference& reference) {
   if (reference.id) return rows.placeWithId(*reference.id);
-  return reference.url ? rows.placeWithURL(*reference.url) : std::nullopt;
+  if (!reference.url) return std::nullopt;
+  if (auto place = rows.placeWithURL(*reference.url)) return place;
+  const std::string path = reference.url->path();
+  const std::string resolvedPath = vesk::path::resolvingSymlinks(path);
+  return path == resolvedPath ? std::nullopt : rows.placeWithURL(vesk::URL::fileURLWithPath(resolvedPath, false));
 }
 
 LCLoopPlace requiredPlace(lc::LoopRows& rows, const LCLoopReference& reference) {
@@ -143,7 +147,9 @@ LCOutcome<std::vector<LCLoopPlace>> LCCatalog::placesWithName(std::string_view n
 LCOutcome<std::vector<LCLoopPlace>> LCCatalog::places(const LCPlaceQuery& query) {
   return outcomeOf([&] {
     std::vector<LCLoopPlace> places;
-    const std::string below = query.folder ? vesk::URL::fileURLWithPath(*query.folder, true).absoluteString() : "";
+    const std::string below =
+        query.folder ? vesk::URL::fileURLWithPath(vesk::path::resolvingSymlinks(*query.folder), true).absoluteString()
+                     : "";
     m_session->rows().forEachPlaceBelow(below, query.package, [&](const LCLoopPlace& place) {
       if (!query.onlyMissing || isMissing(place)) places.push_back(place);
       return true;

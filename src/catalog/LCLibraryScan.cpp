@@ -5,6 +5,7 @@
 #include "catalog/DatabaseOpening.h"
 #include "catalog/FileStates.h"
 #include "catalog/FolderWalk.h"
+#include "catalog/LoopCounter.h"
 #include "catalog/LoopRemoval.h"
 #include "catalog/LoopRows.h"
 #include "catalog/QuerySettings.h"
@@ -95,12 +96,7 @@ class Scan {
   void choosePackage();
   std::optional<int64_t> countFiles();
 
-  // Walking
-  using PathHandler = std::function<void(const std::string& path)>;
-  void walkAll(const lc::FolderWalk::FileHandler& file, const lc::FolderWalk::FailureHandler& failure,
-               const PathHandler& missing);
-  bool walkOne(lc::FolderWalk& walk, const std::string& path, const lc::FolderWalk::FileHandler& file,
-               const lc::FolderWalk::FailureHandler& failure, const PathHandler& missing);
+  void walkAll(lc::WalkHandlers handlers);
 
   // One file: state, reading, placing, writing
   void visit(const WalkedFile& file);
@@ -112,6 +108,8 @@ class Scan {
   void noteWritten(const lc::WrittenLoop& written);
   void fail(LCFileFailure failure);
   void failUnwalked(const std::string& path, LCFileProblem problem, const std::string& detail);
+  void meetDeadLink(const std::string& path);
+  void notePassedOver(const std::string& path);
 
   // Batches
   void beginBatch();
@@ -136,7 +134,8 @@ class Scan {
   std::unique_ptr<lc::CarriedLoops> m_carried;
   std::optional<LCTransaction> m_batch;
   std::optional<std::string> m_packageIdentifier;
-  int64_t m_inBatch = 0;                     // written since the last commit
+  int64_t m_inBatch = 0;  // written since the last commit
+  lc::LoopCounter m_loops;
   size_t m_pathsInGroups = 0;
 };
 
@@ -148,11 +147,11 @@ LCScanReport Scan::run() {
   m_observer.phaseBegan(LCScanPhase::indexing, countFiles());
   if (m_indexer) m_indexer->prepareIndexing();
   beginBatch();
-  walkAll([this](const WalkedFile& file) { visit(file); },
-          [this](const std::string& path, const std::string& detail) {
-            failUnwalked(path, LCFileProblem::unreadable, detail);
-          },
-          [this](const std::string& path) { failUnwalked(path, LCFileProblem::notFound, {}); });
+  walkAll({.file = [this](const WalkedFile& file) { visit(file); },
+           .failure = [this](const std::string& path,
+                             const std::string& detail) { failUnwalked(path, LCFileProblem::unreadable, detail); },
+           .deadLink = [this](const std::string& path) { meetDeadLink(path); },
+           .missing = [this](const std::string& path) { failUnwalked(path, LCFileProblem::notFound, {}); }});
   commitBatch();
   carry();
   if (!isInterrupted() && m_request.prunes) prune();
@@ -181,7 +180,7 @@ void Scan::openDatabase() {
   }
   const auto use = m_indexer ? lc::FileStates::Use::readWrite : lc::FileStates::Use::readOnly;
   m_states = std::make_unique<lc::FileStates>(m_databaseFile, use);
-  if (m_rows->isUnused()) m_states->clear();  // they were of a database that is gone
+  if (m_rows->isUnused()) m_states->clearCache();  // they were of a database that is gone
   m_carried = std::make_unique<lc::CarriedLoops>(*m_rows, *m_states, m_indexer.get(),
                                                  [this](const std::string& text) { m_observer.noted(text); });
 }
@@ -228,8 +227,11 @@ std::optional<int64_t> Scan::countFiles() {
   if (!m_observer.wantsTotals() || m_request.nextPath) return std::nullopt;
   m_observer.phaseBegan(LCScanPhase::counting, std::nullopt);
   int64_t count = 0;
-  walkAll([&](const WalkedFile& file) { m_observer.advanced(++count, file.path); },
-          [&](const std::string&, const std::string&) { ++count; }, [&](const std::string&) { ++count; });
+  const auto add = [&](const std::string&) { ++count; };
+  walkAll({.file = [&](const WalkedFile& file) { m_observer.advanced(++count, file.path); },
+           .failure = [&](const std::string&, const std::string&) { ++count; },
+           .deadLink = add,
+           .missing = add});
   m_observer.phaseEnded(LCScanPhase::counting);
   return count;
 }
@@ -241,23 +243,18 @@ bool Scan::isInterrupted() {
   return m_isInterrupted;
 }
 
-void Scan::walkAll(const lc::FolderWalk::FileHandler& file, const lc::FolderWalk::FailureHandler& failure,
-                   const PathHandler& missing) {
-  lc::FolderWalk walk(m_request.excludedPatterns, [this] { return !isInterrupted(); });
+void Scan::walkAll(lc::WalkHandlers handlers) {
+  lc::FolderWalk walk({.excludedPatterns = m_request.excludedPatterns, .withHidden = m_request.withHidden},
+                      std::move(handlers), [this] { return !isInterrupted(); });
   if (m_request.copyTo) walk.skipFolder(*m_request.copyTo);
   for (const auto& path : m_request.paths) {
-    if (!walkOne(walk, path, file, failure, missing)) return;
+    walk.walk(path);
+    if (isInterrupted()) return;
   }
-  if (!m_request.nextPath) return;
-  while (const auto path = m_request.nextPath()) {
-    if (!walkOne(walk, *path, file, failure, missing)) return;
+  while (const auto path = m_request.nextPath ? m_request.nextPath() : std::nullopt) {
+    walk.walk(*path);
+    if (isInterrupted()) return;
   }
-}
-
-bool Scan::walkOne(lc::FolderWalk& walk, const std::string& path, const lc::FolderWalk::FileHandler& file,
-                   const lc::FolderWalk::FailureHandler& failure, const PathHandler& missing) {
-  if (!walk.walk(path, file, failure)) missing(path);
-  return !isInterrupted();
 }
 
 // --- One file ---
@@ -273,17 +270,16 @@ void Scan::visit(const WalkedFile& file) {
 }
 
 void Scan::add(const WalkedFile& file) {
-  const auto state = lc::fileStateAt(file.resolvedPath);
-  LCLoopFile read = LCLoopFile::read(file.resolvedPath, vesk::URL::fileURLWithPath(file.path, false));
-  if (!read.record && read.failure.problem == LCFileProblem::unsupported) {
-    ++m_report.unsupported;
-    m_observer.noted(fmt::format("{}: of another type", file.path));
-  } else if (!read.record) {
-    fail(std::move(read.failure));
-  } else if (!read.record->anySearchTags()) {
+  const auto state = lc::fileStateAt(file.path);
+  LCLoopFile read = LCLoopFile::read(file.path, vesk::URL::fileURLWithPath(file.path, false));
+  if (!read.record && read.failure.problem == LCFileProblem::unsupported) return notePassedOver(file.path);
+  if (!read.record) return fail(std::move(read.failure));
+  if (!read.record->anySearchTags()) {
     ++m_report.untagged;
     m_observer.noted(fmt::format("{}: without tags", file.path));
-  } else if (m_request.copyTo) {
+    if (m_request.onlyTagged) return;
+  }
+  if (m_request.copyTo) {
     place(file, *read.record);
   } else {
     write(*read.record, file.path, state);
@@ -295,7 +291,7 @@ void Scan::write(const LCFileData& record, const std::string& path, const std::o
   const bool isKept = m_rows && record.isFactoryBundleLoop && m_rows->placeWithId(record.hash);
   if (isKept) {
     ++m_report.unchanged;  // rows of the factory bundle are never replaced
-  } else if (!m_indexer || m_indexer->addFileDataToDatabase(record, m_packageIdentifier)) {
+  } else if (!m_indexer || m_indexer->writeFileData(record, m_packageIdentifier)) {
     noteWritten({.url = *record.fileURL(), .loopId = record.hash, .state = state, .movedFrom = std::nullopt});
   } else {
     fail({.path = path, .problem = LCFileProblem::databaseRefused});
@@ -304,6 +300,7 @@ void Scan::write(const LCFileData& record, const std::string& path, const std::o
 
 void Scan::noteWritten(const lc::WrittenLoop& written) {
   ++m_inBatch;
+  m_loops.add(written.loopId);
   if (m_carried) m_carried->note(written);
 }
 
@@ -327,15 +324,17 @@ void Scan::noteSameIdentity(const LCFileData& record, const std::string& path) {
 
 // Copies or moves the file, and writes the row of what stands there then.
 void Scan::place(const WalkedFile& file, const LCFileData& record) {
-  const std::string destination = vesk::path::appending(*m_request.copyTo, file.relativePath);
+  const std::string destination =
+      vesk::path::appending(vesk::path::resolvingSymlinks(*m_request.copyTo), file.relativePath);
   const vesk::URL destinationURL = vesk::URL::fileURLWithPath(destination, false);
   if (vesk::path::exists(destination)) {
-    if (!isSameFile(file.resolvedPath, destination) && !haveSameContents(file.resolvedPath, destination)) {
+    if (!isSameFile(file.path, destination) && !haveSameContents(file.path, destination)) {
       return fail({.path = file.path, .problem = LCFileProblem::destinationExists, .detail = destination});
     }
+    const std::string standing = vesk::path::resolvingSymlinks(destination);
     LCFileData copied = record;
-    copied.storedFileURL = destinationURL;
-    return write(copied, destination, lc::fileStateAt(destination));
+    copied.storedFileURL = vesk::URL::fileURLWithPath(standing, false);
+    return write(copied, standing, lc::fileStateAt(standing));
   }
   lc::WrittenLoop written{.url = destinationURL, .loopId = record.hash, .state = {}, .movedFrom = {}};
   if (m_request.movesInsteadOfCopying) written.movedFrom = record.fileURL();
@@ -358,6 +357,20 @@ void Scan::transfer(const WalkedFile& file, const LCFileData& record, lc::Writte
 void Scan::failUnwalked(const std::string& path, LCFileProblem problem, const std::string& detail) {
   ++m_report.walked;
   fail({.path = path, .problem = problem, .detail = detail});
+}
+
+// By its name it may have been meant for no loop at all.
+void Scan::meetDeadLink(const std::string& path) {
+  if (LCLoopFile::isNameOfLoopFile(path)) {
+    return failUnwalked(path, LCFileProblem::unreadable, "a link that leads nowhere");
+  }
+  ++m_report.walked;
+  notePassedOver(path);
+}
+
+void Scan::notePassedOver(const std::string& path) {
+  ++m_report.unsupported;
+  m_observer.noted(fmt::format("{}: of another type", path));
 }
 
 void Scan::fail(LCFileFailure failure) {
@@ -385,6 +398,7 @@ void Scan::commitBatch() {
     m_states->commit();
   }
   m_report.indexed += m_inBatch;
+  m_report.loops = m_loops.count();
   m_inBatch = 0;
 }
 
@@ -397,7 +411,7 @@ void Scan::carry() {
 void Scan::prune() {
   if (!m_rows) return;
   for (const auto& path : m_request.paths) {
-    if (vesk::path::isDirectory(path)) pruneBelow(path);
+    if (vesk::path::isDirectory(path)) pruneBelow(vesk::path::resolvingSymlinks(path));
   }
 }
 
@@ -427,8 +441,13 @@ void Scan::finish() {
     m_indexer->setIndexFileSchemaVersion(kDefaultDatabaseSchemaVersion, kIndexingProgram);
     m_observer.phaseEnded(LCScanPhase::finishing);
   }
-  if (m_states && m_states->trouble()) {
-    m_observer.noted(*m_states->trouble());
+  if (!m_states) return;
+  for (const auto& trouble : m_states->troubles()) {
+    if (trouble.consequence) {
+      m_observer.warned(fmt::format("{}; {}", trouble.text, *trouble.consequence), "Make its folder writable.");
+    } else {
+      m_observer.noted(trouble.text);
+    }
   }
 }
 

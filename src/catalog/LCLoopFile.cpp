@@ -1,7 +1,10 @@
 #include "VeskLoopManagement/catalog/LCLoopFile.h"
 
+#include "fileio/LCAIFParser.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/fileio/LCRexFileParser.h"
+#include "VeskLoopManagement/model/LCNodeTypesHelper.h"
 
 namespace {
 
@@ -22,13 +25,23 @@ LCFileProblem problemFor(LCParserFailure::Reason reason) {
   return LCFileProblem::unreadable;
 }
 
+bool isAIFC(const std::string& path) {
+  return vesk::path::lowercaseExtension(path) == "aifc";
+}
+
+// The parsers' factory does not know the extension of compressed AIFF files.
+std::unique_ptr<LCFileParser> parserFor(const std::string& path, LCParserFailure& failure) {
+  const vesk::URL url = vesk::URL::fileURLWithPath(path, false);
+  if (isAIFC(path) && !vesk::path::isDirectory(path)) return LCAIFParser::initWithURL(url, true, &failure);
+  return LCFileParser::fileParserForURL(url, LCFileParser::defaultAllowedFileTypes() | kFileTypeWAV, &failure);
+}
+
 }  // namespace
 
 LCLoopFile LCLoopFile::read(const std::string& resolvedPath, const vesk::URL& url, bool isEnhanced) {
   LCLoopFile file{.record = std::nullopt, .failure = {.path = url.path()}};
   LCParserFailure failure;
-  const auto parser = LCFileParser::fileParserForURL(vesk::URL::fileURLWithPath(resolvedPath, false),
-                                                     LCFileParser::defaultAllowedFileTypes(), &failure);
+  const auto parser = parserFor(resolvedPath, failure);
   if (!parser) {
     file.failure.problem = problemFor(failure.reason);
     file.failure.detail = failure.detail;
@@ -49,6 +62,20 @@ LCLoopFile LCLoopFile::read(const LCLoopPlace& place, bool isEnhanced) {
   const auto url = vesk::URL::fromString(place.urlText);
   const std::string path = place.path();
   return read(vesk::path::resolvingSymlinks(path), url ? *url : vesk::URL::fileURLWithPath(path, false), isEnhanced);
+}
+
+bool LCLoopFile::isNameOfLoopFile(const std::string& name) {
+  switch (LCNodeTypesHelper::nodeTypeFromFileName(name)) {
+    case kNodeAIFF:
+    case kNodeCAF:
+    case kNodeLoopData:
+    case kNodeWAV:
+      return true;
+    case kNodeREX:
+      return LCRexFileParser::rexFileAdapterRegistered();
+    default:
+      return isAIFC(name);
+  }
 }
 
 std::string lc::fileProblemName(LCFileProblem problem) {

@@ -1,6 +1,7 @@
 #include "catalog/QuerySettings.h"
 
 #include "catalog/CatalogError.h"
+#include "platform/Path.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
 #include "VeskLoopManagement/platform/Text.h"
 
@@ -118,7 +119,7 @@ void applyTexts(const LCLoopQuery& query, LCSearchEngine& engine) {
   engine.setSearchString(query.words.empty() ? std::nullopt
                                              : std::optional(fmt::format("{}", fmt::join(query.words, " "))));
   engine.setSpecialNameSearchString(query.name);
-  engine.setPathPrefix(query.folder);
+  engine.setPathPrefix(query.folder ? std::optional(vesk::path::resolvingSymlinks(*query.folder)) : std::nullopt);
 }
 
 void applyMusic(const LCLoopQuery& query, LCSearchEngine& engine) {

@@ -34,6 +34,8 @@ constexpr std::string_view kInsertTagging = "INSERT OR IGNORE INTO Tagging (loop
 constexpr std::string_view kInsertLoopsKeywords =
     "INSERT OR IGNORE INTO LoopsKeywords (loopId, instrumentType, instrumentSubType, genre, descriptors) "
     "VALUES (?1,?2,?3,?4,?5)";
+// Searches find no loop without such a row.
+constexpr std::string_view kInsertEmptyLoopsKeywords = "INSERT OR IGNORE INTO LoopsKeywords (loopId) VALUES (?1)";
 constexpr std::string_view kInsertCrateRelation =
     "INSERT OR IGNORE INTO CrateLoopRelation (crateId, loopId) VALUES (?1, ?2);";
 
@@ -112,31 +114,52 @@ bool LCFileIndexing::addFileDataToDatabase(const LCFileData& fileData,
 }
 
 bool LCFileIndexing::addFileDataToDatabase(LCFileData& fileData, const std::optional<std::string>& relateToCrateId) {
+  return writeRow(fileData) && addRelations(fileData, relateToCrateId);
+}
+
+bool LCFileIndexing::writeFileData(const LCFileData& fileData, const std::optional<std::string>& relateToCrateId) {
+  LCFileData copy = fileData;
+  if (!writeRow(copy)) return false;
+  LCStatement& insertTexts =
+      copy.anySearchTags() ? insertLoopsKeywordsRelationForFileData(copy) : insertEmptyLoopsKeywords(copy.hash);
+  if (!runsToEnd(&insertTexts)) return false;
+  if (relateToCrateId && !addToCrate(relateToCrateId, copy.hash)) return false;
+  const vesk::StringSet keywords = copy.allKeywords();
+  return std::all_of(keywords.begin(), keywords.end(),
+                     [&](const std::string& keyword) { return keyword.empty() || addTagging(copy.hash, keyword); });
+}
+
+// The loop's own row, and what is kept of it in tables of their own.
+bool LCFileIndexing::writeRow(LCFileData& fileData) {
   LCStatement& insertLoop = insertLoopsStatementForFileData(fileData);
-  bool lastStepSucceeded = runsToEnd(&insertLoop);
-  if (lastStepSucceeded) {
+  const bool succeeded = runsToEnd(&insertLoop);
+  if (succeeded) {
     saveLoudness(fileData);
     if (m_metaInfoDatabase && fileData.metaInfos) {
       [[maybe_unused]] const bool saved = m_metaInfoDatabase->saveMetaInfos(*fileData.metaInfos, fileData.hash);
     }
-    lastStepSucceeded = addRelations(fileData, relateToCrateId);
   }
   forget(insertLoop);
-  return lastStepSucceeded;
+  return succeeded;
 }
 
 // Without a package the relation counts as failed, but the keywords are written all the same: the last step decides.
 bool LCFileIndexing::addRelations(const LCFileData& fileData, const std::optional<std::string>& crateId) {
   if (!runsToEnd(&insertLoopsKeywordsRelationForFileData(fileData))) return false;
 
-  LCStatement* insertRelation = insertCrateRelationForCrateId(crateId, fileData.hash);
-  bool lastStepSucceeded = runsToEnd(insertRelation);
-  if (insertRelation) forget(*insertRelation);
-
+  bool lastStepSucceeded = addToCrate(crateId, fileData.hash);
   for (const std::string& keyword : fileData.allKeywords()) {
     if (!keyword.empty()) lastStepSucceeded = addTagging(fileData.hash, keyword);
   }
   return lastStepSucceeded;
+}
+
+// False without a package.
+bool LCFileIndexing::addToCrate(const std::optional<std::string>& crateId, int64_t loopId) {
+  LCStatement* insertRelation = insertCrateRelationForCrateId(crateId, loopId);
+  const bool succeeded = runsToEnd(insertRelation);
+  if (insertRelation) forget(*insertRelation);
+  return succeeded;
 }
 
 bool LCFileIndexing::addTagging(int64_t loopId, const std::string& keyword) {
@@ -253,6 +276,13 @@ LCStatement& LCFileIndexing::insertLoopsKeywordsRelationForFileData(const LCFile
   statement.bind(3, fileData.instrumentSubTypeTag);
   statement.bind(4, fileData.genreTag);
   if (fileData.descriptors && !fileData.descriptors->empty()) statement.bind(5, fileData.descriptorsString());
+  return statement;
+}
+
+// For a loop without any, whose texts would otherwise be those of the last one.
+LCStatement& LCFileIndexing::insertEmptyLoopsKeywords(int64_t loopId) {
+  LCStatement& statement = ready(m_insertEmptyLoopsKeywords, m_sqlite.get(), kInsertEmptyLoopsKeywords);
+  statement.bind(1, loopId);
   return statement;
 }
 

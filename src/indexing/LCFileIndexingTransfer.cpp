@@ -57,7 +57,7 @@ lc::FileTransferResult LCFileIndexing::writeAndTransfer(const LCFileData& fileDa
   placed.storedFileURL = transfer.destination;
 
   lc::Savepoint step(m_sqlite.get());
-  if (!step.isOpen() || !addFileDataToDatabase(placed, toCrateId)) return {Kind::refusedByDatabase, {}};
+  if (!step.isOpen() || !writeFileData(placed, toCrateId)) return {Kind::refusedByDatabase, {}};
   lc::FileTransferResult result = transferred(paths, transfer.way);
   if (!result.isDone() || step.keep()) return result;
   undoTransfer(paths, transfer.way);

@@ -29,6 +29,11 @@ int32_t LCNodeTypesHelper::nodeTypeFromPath(const std::string& path) {
   const std::string extension = vesk::path::lowercaseExtension(path);
   if (extension.empty()) return isFolder ? kNodeFolder : kNodeUnknown;
   if (isFolder) return vesk::Environment::shared().isFilePackage(path) ? kNodeFilePackage : kNodeFolder;
+  return nodeTypeFromFileName(path);
+}
+
+int32_t LCNodeTypesHelper::nodeTypeFromFileName(const std::string& name) {
+  const std::string extension = vesk::path::lowercaseExtension(name);
   for (const NodeTypeOfExtension& known : kFileNodeTypes) {
     if (extension == known.extension) return known.type;
   }

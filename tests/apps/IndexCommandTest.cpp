@@ -16,8 +16,8 @@ TEST(Index, ReportsCountsAndReasonsInEveryFormat) {
   program.add("l/notes.txt", fixture::bytesOf("x"));
   JSON report = program.told({"index", "l"}, 4);
   for (const char* varying : {"seconds", "failures"}) report.erase(varying);
-  JSON expected = JSON::parse(R"({"schema":"veskloops.index/1","walked":4,"indexed":2,"unchanged":0,"removed":0,
-      "carried":0,"untagged":0,"unsupported":1,"failed":1,"dryRun":false,"interrupted":false})");
+  JSON expected = JSON::parse(R"({"schema":"veskloops.index/1","walked":4,"indexed":2,"loops":1,"unchanged":0,
+      "removed":0,"carried":0,"untagged":0,"unsupported":1,"failed":1,"dryRun":false,"interrupted":false})");
   expected["sameIdentity"] = JSON::array({JSON::array({one, two})});
   EXPECT_EQ(report, expected);
   const auto lines = program.run({"--jsonl", "index", "l"}).jsonLines();
@@ -25,7 +25,9 @@ TEST(Index, ReportsCountsAndReasonsInEveryFormat) {
   EXPECT_TRUE(lines[0]["failure"]["path"] == bad && lines[0]["failure"]["reason"] == "malformed") << lines[0];
   EXPECT_EQ(lines[1]["failed"], 1);
   const Outcome text = program.run({"-v", "index", "l"});
-  EXPECT_TRUE(text.out.starts_with("2 indexed, 0 unchanged, 0 untagged, 1 of other types, 1 failed in ")) << text.out;
+  EXPECT_TRUE(
+      text.out.starts_with("2 files, 1 loop indexed, 0 of them without tags, 0 unchanged, 1 of other types, 1 failed"))
+      << text.out;
   for (const auto& said : {bad, program.path("l/notes.txt: of another type"), two}) {
     EXPECT_NE(text.err.find(said), std::string::npos) << text.err;
   }
@@ -33,14 +35,15 @@ TEST(Index, ReportsCountsAndReasonsInEveryFormat) {
 
 TEST(Index, ItsOptionsReachTheScan) {
   const Program program;
-  for (const char* path : {"l/A.aif", "l/x/B.aif", "l/x/C.aif", "m/Moved.aif"}) program.add(path);
+  for (const char* path : {"l/A.aif", "l/x/B.aif", "l/x/C.aif", "m/Moved.aif", ".h.aif"}) program.add(path);
   program.add("Drums/plain.aif", fixture::aiffFile());
   const std::tuple<Words, const char*, JSON> cases[] = {
       {{"index", "-n", "l", "--copy-to", "out"}, "dryRun", true},
       {{"index", "l", "--exclude", "A*", "--exclude", "x/C.aif"}, "indexed", 1},
-      {{"index", "Drums", "--no-path-keywords"}, "untagged", 1},
+      {{"index", "Drums", "--no-path-keywords", "--tagged-only"}, "indexed", 0},
       {{"index", "l", "--crate", "A\tB", "--batch", "1"}, "indexed", 3},
-      {{"index", "m", "--copy-to", "out", "--move"}, "indexed", 1}};
+      {{"index", "m", "--copy-to", "out", "--move"}, "indexed", 1},
+      {{"index", "-n", ".", "--hidden", "--exclude", "[!.]*"}, "indexed", 1}};
   for (const auto& [arguments, field, value] : cases) EXPECT_EQ(program.told(arguments)[field], value) << field;
   EXPECT_TRUE(fs::exists(program.path("out/Moved.aif")) && !fs::exists(program.path("m/Moved.aif")));
   fs::remove(program.path("l/A.aif"));

@@ -255,17 +255,6 @@ inline constexpr std::string_view kMarkerCID = "52461C71-6A21-4360-87D8-7493AE78
 inline constexpr std::string_view kMarkerDID = "0352811B-9D5D-42E1-882D-6AF61A6B330C";
 inline constexpr std::string_view kPatchMarkerID = "1FB1573D-9DAA-49B1-B997-B430B75C6B19";
 
-inline Builder categoryFields(uint32_t version, std::string_view type, std::string_view subType,
-                              std::string_view genre) {
-  return Builder{}.u32be(version).field(type, 50).field(subType, 50).field(genre, 50).zeros(66);
-}
-
-inline Bytes withDescriptors(Builder& payload, const Texts& descriptors) {
-  payload.u16be(descriptors.size());
-  for (const std::string& descriptor : descriptors) payload.field(descriptor, 50);
-  return payload.bytes;
-}
-
 // "basc", 82 bytes.
 inline Bytes bascPayload(int32_t beats, int16_t rootNote, int16_t keyType, int16_t signatureTop,
                          int16_t signatureBottom, int16_t fileType) {
@@ -274,18 +263,21 @@ inline Bytes bascPayload(int32_t beats, int16_t rootNote, int16_t keyType, int16
   return payload.u16be(signatureTop).u16be(signatureBottom).u16be(fileType).zeros(64).bytes;
 }
 
-// "cate", version 1: 222 + 50 x descriptors bytes.
+// "cate", version 1: 222 + 50 x descriptors bytes; with `more` fields between the texts and the descriptors version 2.
 inline Bytes catePayload(std::string_view type, std::string_view subType, std::string_view genre,
-                         const Texts& descriptors = {}) {
-  Builder payload = categoryFields(1, type, subType, genre);
-  return withDescriptors(payload, descriptors);
+                         const Texts& descriptors = {}, const Bytes& more = {}) {
+  Builder payload;
+  payload.u32be(more.empty() ? 1 : 2).field(type, 50).field(subType, 50).field(genre, 50).zeros(66).raw(more);
+  payload.u16be(descriptors.size());
+  for (const std::string& descriptor : descriptors) payload.field(descriptor, 50);
+  return payload.bytes;
 }
 
 // "cate", version 2: 324 + 50 x descriptors bytes.
 inline Bytes cateV2Payload(std::string_view type, std::string_view subType, std::string_view genre,
                            const Texts& descriptors, std::string_view collection, std::string_view theme) {
-  Builder payload = categoryFields(2, type, subType, genre);
-  return withDescriptors(payload.field(collection, 50).field(theme, 50).u16be(0), descriptors);
+  return catePayload(type, subType, genre, descriptors,
+                     Builder{}.field(collection, 50).field(theme, 50).u16be(0).bytes);
 }
 
 // "coll", 104 bytes.

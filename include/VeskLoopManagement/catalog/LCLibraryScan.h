@@ -1,8 +1,8 @@
-// LCLibraryScan puts the loops of files and folders into a loop database: walks, reads each file once, writes in
-// batches, and carries the user's marks, packages and loudness to the new identity of a loop whose file was tagged
-// anew, renamed or moved. A host watches it through an observer and gets counts at the end; nothing is printed, asked
-// or thrown. A scan runs on the caller's thread from beginning to end; between two files it can be ended, and what is
-// finished stays. Memory does not grow with the number of files.
+// LCLibraryScan puts the loops of files and folders into a loop database: walks, reads each file once, tagged or not,
+// writes in batches, and carries the user's marks, packages and loudness to the new identity of a loop whose file was
+// tagged anew, renamed or moved. A host watches it through an observer and gets counts at the end; nothing is printed,
+// asked or thrown. A scan runs on the caller's thread from beginning to end; between two files it can be ended, and
+// what is finished stays. Memory does not grow with the number of files.
 #pragma once
 
 #include "VeskLoopManagement/catalog/LCFailure.h"
@@ -18,7 +18,9 @@
 #include <vector>
 
 struct LCScanRequest {
-  std::vector<std::string> paths;  // absolute; files and folders. One that does not exist fails like a file.
+  // Absolute; files and folders. Links are resolved: a file is stored under the one place where it is. A path that does
+  // not exist fails like a file.
+  std::vector<std::string> paths;
   // Handed out after `paths`, while they become known; nullopt ends the list. None: `paths` is all.
   std::function<std::optional<std::string>()> nextPath = {};
   std::vector<std::string> excludedPatterns = {};  // of names, or of paths below `paths` where they have a "/"
@@ -27,6 +29,8 @@ struct LCScanRequest {
   bool movesInsteadOfCopying = false;
   bool prunes = false;  // takes out the loops below the folders in `paths` whose files are gone
   bool readsPathKeywords = true;
+  bool onlyTagged = false;  // leaves files without tags out: those in which neither the file nor its path tells any
+  bool withHidden = false;  // takes files and folders whose names begin with a dot, too
   bool isDryRun = false;    // tells what would be done and changes nothing
   int64_t batchSize = 500;  // loops between two commits
 };
@@ -77,11 +81,12 @@ struct LCIdentityGroups {
 
 struct LCScanReport {
   int64_t walked = 0;     // files met, and entries that cannot be walked
-  int64_t indexed = 0;    // committed
+  int64_t indexed = 0;    // files whose loops were committed
+  int64_t loops = 0;      // which they are: fewer where files share an identity
   int64_t unchanged = 0;  // rows that are never replaced
   int64_t removed = 0;    // by pruning
   int64_t carried = 0;    // loops that kept their marks under a new identity
-  int64_t untagged = 0;
+  int64_t untagged = 0;   // files without tags; left out when only tagged ones are taken, else among the others
   int64_t unsupported = 0;
   int64_t failed = 0;
   LCIdentityGroups sameIdentity;

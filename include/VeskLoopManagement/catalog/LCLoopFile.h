@@ -1,4 +1,5 @@
-// Reading one loop file as the catalog does: every container, one opening, and a reason where there is no record.
+// Reading one loop file as the catalog does: every container, one opening, and a reason where there is no record. Here
+// ".aifc" is an AIFF file, too, and WAV files are read with and without words of their paths.
 #pragma once
 
 #include "VeskLoopManagement/catalog/LCCatalogLoop.h"
@@ -19,4 +20,6 @@ struct LC_EXPORT LCLoopFile {
   static LCLoopFile read(const std::string& resolvedPath, const vesk::URL& url, bool isEnhanced = false);
   // The file that stands at a place, links followed.
   static LCLoopFile read(const LCLoopPlace& place, bool isEnhanced = false);
+  // Whether a file of this name, which need not be there, is one to read.
+  static bool isNameOfLoopFile(const std::string& name);
 };

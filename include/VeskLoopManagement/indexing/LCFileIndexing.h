@@ -105,14 +105,17 @@ class LC_EXPORT LCFileIndexing {
   // record.
   bool addFileDataToDatabase(LCFileData& fileData, const std::optional<std::string>& relateToCrateId);
   bool addFileDataToDatabase(const LCFileData& fileData, const std::optional<std::string>& relateToCrateId);
+  // The same for every file that reads, tagged or not: true when all that is to be written was, also where that is a
+  // row without keywords and without package.
+  [[nodiscard]] bool writeFileData(const LCFileData& fileData, const std::optional<std::string>& relateToCrateId);
   int32_t keywordCategoryForKeyword(const std::string& keyword);
   // Reads anew which keywords the database has: before a run, and after writes were undone that may have brought some.
   void updateKeywordCache();
 
   // --- Writing a record and bringing its file to its place (LCFileIndexingTransfer.cpp) ---
-  // Writes the record, which was read from the source, under the destination, and copies or moves the file there. All
-  // or nothing, within a batch or by itself: what the record's row replaced stays unless the result is done, and so do
-  // the files. Folders that were made for it stay, and loudness in a file of its own.
+  // Writes the record (see writeFileData), which was read from the source, under the destination, and copies or moves
+  // the file there. All or nothing, within a batch or by itself: what the record's row replaced stays unless the result
+  // is done, and so do the files. Folders that were made for it stay, and loudness in a file of its own.
   [[nodiscard]] lc::FileTransferResult addFileDataAndTransferFile(const LCFileData& fileData,
                                                                   const std::optional<std::string>& toCrateId,
                                                                   const lc::FileTransfer& transfer);
@@ -166,7 +169,9 @@ class LC_EXPORT LCFileIndexing {
   void addSubpath(const vesk::URL& folderURL, const std::string& subpath, Run& run);
   lc::FileTransferResult writeAndTransfer(const LCFileData& fileData, const std::optional<std::string>& toCrateId,
                                           const lc::FileTransfer& transfer);
+  bool writeRow(LCFileData& fileData);
   bool addRelations(const LCFileData& fileData, const std::optional<std::string>& crateId);
+  bool addToCrate(const std::optional<std::string>& crateId, int64_t loopId);
   bool addTagging(int64_t loopId, const std::string& keyword);
   std::optional<int64_t> idOfKeyword(const std::string& keyword);  // entered when it is new; nullopt when that failed
   void saveLoudness(LCFileData& fileData);
@@ -174,12 +179,13 @@ class LC_EXPORT LCFileIndexing {
   LCStatement* insertKeywordStatementForKeyword(const std::optional<std::string>& keyword, int64_t keywordCategory);
   LCStatement& insertTaggingStatementForLoopId(int64_t loopId, int64_t keywordId);
   LCStatement& insertLoopsKeywordsRelationForFileData(const LCFileData& fileData);
+  LCStatement& insertEmptyLoopsKeywords(int64_t loopId);
   LCStatement* insertCrateRelationForCrateId(const std::optional<std::string>& crateId, int64_t toLoopId);
 
   LCConnection m_sqlite;  // declared first: statements and databases below borrow it and go before it
   int64_t m_schemaVersion;
   LCStatement m_insertLoop, m_insertLoopFactoryBundleLoop, m_insertKeyword, m_insertTagging, m_insertLoopsKeywords,
-      m_insertCrateRelation;
+      m_insertEmptyLoopsKeywords, m_insertCrateRelation;
   CarryStatements m_carry;
   std::map<std::string, int32_t> m_keywordCategories;
   std::map<std::string, int64_t> m_keywordCache;

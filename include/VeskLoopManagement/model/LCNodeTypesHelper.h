@@ -23,4 +23,6 @@ enum LCNodeType : int32_t {
 struct LC_EXPORT LCNodeTypesHelper {
   // kNodeUnknown when there is nothing at `path`, or a file of another extension. Links are followed.
   static int32_t nodeTypeFromPath(const std::string& path);
+  // What a file of this name holds, whether it is there or not.
+  static int32_t nodeTypeFromFileName(const std::string& name);
 };
