@@ -54,14 +54,18 @@ TEST(Index, ItsOptionsReachTheScan) {
             "com.vireo.loops.UserDomain.User LoopsA\uFFFDB\tA\uFFFDB\tUser Loops\t\t2\n");
 }
 
-TEST(Index, NamesOfAnyBytesComeBackExactly) {
+TEST(Index, NamesOfAnyBytesAreTakenAndComeBackExactly) {
   const Program program;
-  const Words names = {"it's.aif", "\"q\".aif", "100% {x}.aif", "r\xFFr.aif", "Å e\xCC\x81.aif", "new\nline.aif"};
-  for (const auto& name : names) program.add("loops/" + name);
-  ASSERT_EQ(program.told({"index", "loops"})["indexed"], names.size());
+  Words names = {"it's \"q\"", "100% {x}", "r\xFFr", "Å e\xCC\x81", "new\nline", "[a,b]", "++", "-dash", "id:x"};
+  Words arguments = {"index", "--exclude", "[+]+", "--"};
+  for (const auto& name : names) {
+    program.add(name + "/" + name + ".aif");
+    arguments.push_back(name);
+  }
+  ASSERT_EQ(program.told(arguments)["indexed"], names.size());
   const std::string printed = program.run({"search", "--print0"}).out;
   for (const auto& name : names) {
-    const std::string path = program.path("loops/" + name);
+    const std::string path = program.path(name + "/" + name + ".aif");
     EXPECT_NE(printed.find(path + '\0'), std::string::npos) << name;
     EXPECT_EQ(program.told({"info", path})["files"][0]["indexed"], true) << name;
   }

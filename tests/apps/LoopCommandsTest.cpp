@@ -68,16 +68,14 @@ TEST_F(LoopCommands, InfoSaysWhyAFileHasNoRecordAndGoesOn) {
 
 TEST_F(LoopCommands, MarksArePrintedAsTheyAreThenAndOnlyTheNamedOneChanges) {
   const std::string loop = program.path("l/Kit's.aif"), comment = "\"it's\"\t%@ 100%\nend";
-  const std::pair<Words, std::string> cases[] = {
-      {{"favorite", loop}, "yes\t0\t"},
-      {{"rate", loop, "5", "-n"}, "yes\t5\t"},
-      {{"rate", loop, "4"}, "yes\t4\t"},
-      {{"comment", loop, comment}, "yes\t4\t\"it's\"\uFFFD%@ 100%\uFFFDend"},
-      {{"comment", loop, "--", "-6 dB"}, "yes\t4\t-6 dB"},
-      {{"favorite", "--off", loop}, "no\t4\t-6 dB"},
-      {{"rate", "--clear", loop}, "no\t0\t-6 dB"},
-      {{"comment", "--clear", loop}, "no\t0\t"},
-  };
+  const std::pair<Words, std::string> cases[] = {{{"favorite", loop}, "yes\t0\t"},
+                                                 {{"rate", loop, "5", "-n"}, "yes\t5\t"},
+                                                 {{"rate", loop, "4"}, "yes\t4\t"},
+                                                 {{"comment", loop, comment}, "yes\t4\t\"it's\"\uFFFD%@ 100%\uFFFDend"},
+                                                 {{"comment", loop, "--", "-6 dB"}, "yes\t4\t-6 dB"},
+                                                 {{"favorite", "--off", loop}, "no\t4\t-6 dB"},
+                                                 {{"rate", "--clear", loop}, "no\t0\t-6 dB"},
+                                                 {{"comment", "--clear", loop}, "no\t0\t"}};
   for (const auto& [arguments, printed] : cases) EXPECT_EQ(program.run(arguments).out, loop + "\t" + printed + "\n");
   const JSON marks =
       program.run({"--json", "rate", loop, "-", "-0", "3"}, std::string("l/sub/Bass.aif\0l/Kit's.aif", 26)).json();
@@ -106,8 +104,7 @@ TEST_F(LoopCommands, RemoveTakesLoopsFoldersMissingFilesAndPackages) {
       {{"remove", "-y", "--missing", "l"}, 1, {"Bassoon.aif", "Kit's.aif"}},
       {{"remove", "-y", idOf("Kit"), "l/Kit's.aif"}, 1, {"Bassoon.aif"}}};
   for (const auto& [arguments, removed, rest] : cases) {
-    const JSON told = program.told(arguments);
-    EXPECT_TRUE(told["removed"] == removed && told["loops"].size() == removed) << told;
+    EXPECT_EQ(program.told(arguments)["loops"].size(), removed);
     EXPECT_EQ(left(), rest);
   }
   EXPECT_TRUE(fs::exists(program.path("l/Kit's.aif")));
@@ -121,7 +118,7 @@ TEST_F(LoopCommands, RemoveAsksOnATerminalAndNeedsYesElsewhere) {
   EXPECT_NE(run.err.find("--yes"), std::string::npos);
   if (!program.hasTerminals()) GTEST_SKIP() << "no pseudo-terminals here";
   EXPECT_EQ(program.runOnTerminal({"--no-input", "remove", "l/sub"}).code, 2);
-  const Outcome declined = program.runOnTerminal({"remove", "l/sub"}, "n\n");
+  const Outcome declined = program.runOnTerminal({"remove", "l/sub"}, "\n");
   EXPECT_NE(declined.out.find("Take 2 loops out"), std::string::npos);
   EXPECT_EQ(declined.code, 1);
   EXPECT_EQ(left().size(), 3u);

@@ -23,23 +23,17 @@ TEST(Usage, WrongArgumentsDoNothingAndSayWhatIsWrong) {
       {{"serch"}, "Did you mean \"search\""},
       {{"--limit", "3", "search"}, "Write veskloops search --limit"},
       {{"search", "--limt", "3"}, "Did you mean \"--limit\""},
-      {{"search", "--half-double"}, "requires --tempo"},
       {{"search", "--min-rating", "6"}, "--min-rating"},
       {{"search", "--random", "--offset", "1"}, "excludes"},
       {{"search", "--columns", "name,tone"}, "\"tone\" is no column"},
-      {{"search", "--count", "--facets"}, "excludes"},
       {{"keywords", "--genre", "Jazz"}, "requires --available"},
       {{"family", "a.aif", "b.aif"}, "needs one loop"},
-      {{"index", "--force", "a.aif"}, "unknown option"},
       {{"index", "-x", "a.aif"}, "unknown option: -x"},
       {{"tag", "a.aif"}, "unknown command"},
-      {{"help", "nothing"}, "unknown command"},
       {{"index"}, "needs a file or folder"},
       {{"index", "--move", "a.aif"}, "--copy-to"},
-      {{"index", "--batch", "many", "a.aif"}, "--batch"},
       {{"index", "-0", "a.aif"}, "--null"},
       {{"remove"}, "--missing"},
-      {{"info"}, "needs a file"},
       {{"--color", "pink", "search"}, "pink"},
   };
   for (const auto& [arguments, message] : cases) {
@@ -54,15 +48,6 @@ TEST(Usage, WrongArgumentsDoNothingAndSayWhatIsWrong) {
 TEST(Usage, VersionTellsWhatItStandsOn) {
   const JSON version = Program().run({"--version", "--json"}).json();
   EXPECT_TRUE(version["schemaVersion"] == 100930 && version["sqlite"].is_string() && version["icu"].is_string());
-}
-
-TEST(Usage, ArgumentsThatLookLikeSyntaxAreTakenAsTheyAre) {
-  const Program program;
-  const Words folders = {"[a,b]", "++", "-dash", "{}", "id:x", "a'b \"c\" $d"};
-  for (const auto& folder : folders) program.add(folder + "/" + folder + ".aif");
-  EXPECT_EQ(program.told(with({"index", "--"}, folders))["indexed"], folders.size());
-  EXPECT_EQ(program.run({"search", "--name", "[a,b]"}).names(), Words{"[a,b].aif"});
-  EXPECT_EQ(program.told({"index", "--exclude", "[+]*", "[a,b]", "++"})["walked"], 1);
 }
 
 TEST(Usage, TablesAreForTerminalsAndPathsForScripts) {

@@ -2,10 +2,7 @@
 #include "CatalogTest.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
 
-#include <chrono>
-#include <future>
 #include <set>
-#include <thread>
 
 namespace {
 
@@ -97,20 +94,6 @@ TEST_F(Loops, AreMarkedAllOrNone) {
   EXPECT_EQ(kindOf(open()->mark({&both[0], 1}, {.rating = 3})), "database");  // opened for reading
   scan({.paths = {"l"}});
   EXPECT_EQ(marks(), before);
-}
-
-TEST_F(Loops, AreMarkedBesideWhatAnotherProgramMarksMeanwhile) {
-  const auto both = twoLoops();
-  const auto catalog = open({.access = LCCatalogAccess::mark});
-  const LCConnection other = connection();
-  LCSQLiteUtilities otherProgram(other.get());
-  ASSERT_TRUE(otherProgram.executeStatementWithNoReturnValue(
-      "BEGIN IMMEDIATE; INSERT INTO UserData SELECT id, 1, 0, 'theirs' FROM Loops WHERE fileName = 'A.aif'"));
-  auto marking = std::async(std::launch::async, [&] { return kindOf(catalog->mark(both, {.rating = 3})); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  EXPECT_TRUE(otherProgram.executeStatementWithNoReturnValue("COMMIT"));
-  EXPECT_EQ(marking.get(), "");
-  EXPECT_EQ(marks(), (Rows{"A.aif|1|3|theirs", "B.aif|0|3|"}));
 }
 
 TEST_F(Loops, AreChosenByPlaceAndTakenOutInBatches) {

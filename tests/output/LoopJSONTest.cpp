@@ -1,6 +1,7 @@
 // Loops, records, files and archived values as JSON.
 #include "LoopJSON.h"
 
+#include "KnownLoop.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/fileio/LCFileParser.h"
 
@@ -13,33 +14,15 @@ namespace {
 
 using fixture::chunk;
 
-// A loop of which everything is known.
-LCCatalogLoop knownLoop() {
-  return {.place = {.id = std::numeric_limits<int64_t>::min(), .urlText = "file:///l/r%FFr.aif"},
-          .fileName = "r\xFFr.aif",
-          .tempo = 120,
-          .beatCount = 8,
-          .signature = {3, 4},
-          .rootNote = 57,
-          .keyType = 1,
-          .loopType = kLoopTypeMIDI,
-          .lengthInSeconds = static_cast<double>(4.1f),
-          .genre = LCLoopKeyword{.name = "Funk"},
-          .instrument = LCLoopKeyword{.name = "Drums"},
-          .subInstrument = LCLoopKeyword{.name = "Drum Kit"},
-          .descriptors = {"Dry", "Grooving"},
-          .packages = {"x.y"},
-          .marks = LCLoopMarks{.isFavorite = true, .rating = 4, .comment = "so"},
-          .loudness = {.integratedLoudness = -14.5, .globalMaxTruePeak = -0.5, .targetIntegratedLoudness = -18}};
-}
-
 TEST(LoopJSON, TellsWhatIsKnownOfALoopAndLeavesOutWhatIsNot) {
-  EXPECT_EQ(compactJSON(jsonOfLoop(knownLoop())),
-            R"({"id":"-9223372036854775808","path":"/l/r�r.aif","pathIsExact":false,"url":"file:///l/r%FFr.aif",)"
-            R"("fileName":"r�r.aif","tempo":120,"beats":8,"signature":"3/4","key":"A","keyNote":57,"scale":"minor",)"
-            R"("seconds":4.1,"loopType":"midi","genre":"Funk","instrument":"Drums","subInstrument":"Drum Kit",)"
-            R"("descriptors":["Dry","Grooving"],"crates":["x.y"],"favorite":true,"rating":4,"comment":"so",)"
-            R"("loudness":{"integrated":-14.5,"truePeak":-0.5,"target":-18.0,"gain":-3.5}})");
+  EXPECT_EQ(
+      compactJSON(jsonOfLoop(kLoop)),
+      R"({"id":"-9223372036854775808","path":"/l/Funk \u001b[31m�.aif","pathIsExact":false,)"
+      R"("url":"file:///l/Funk%20%1B%5B31m%FF.aif","fileName":"Funk \u001b[31m�.aif","tempo":90,"beats":8,)"
+      R"("signature":"3/4","key":"D","keyNote":50,"scale":"minor","seconds":4.1,"loopType":"midi","genre":"Jazz",)"
+      R"("instrument":"Bass","subInstrument":"Electric Bass","descriptors":["Dark","Dry"],"crates":["x\ty"],)"
+      R"("favorite":true,"rating":4,"comment":"a\nb",)"
+      R"("loudness":{"integrated":-14.5,"truePeak":-0.5,"target":-18.0,"gain":-3.5}})");
   EXPECT_EQ(compactJSON(jsonOfLoop({.place = {.urlText = "no url"}, .loudness = {.targetIntegratedLoudness = -18}})),
             R"({"id":"0","path":"no url","url":"no url","fileName":"","loopType":"audio","descriptors":[],"crates":[],)"
             R"("loudness":{"target":-18.0}})");
@@ -118,10 +101,7 @@ TEST(JSON, ValuesThatShareTheirPartsEndWithTheBudget) {
   }
 }
 
-TEST(JSON, BytesAreInBase64AndNumbersInFewDigits) {
-  for (const auto& [bytes, text] : {std::pair("f", "Zg=="), std::pair("fo", "Zm8="), std::pair("foo", "Zm9v")}) {
-    EXPECT_EQ(base64(fixture::bytesOf(bytes)), text);
-  }
+TEST(JSON, NumbersStandInFewDigits) {
   EXPECT_EQ(compactJSON({shortDecimal(101.7f), shortDecimal(4.0f), shortDecimal(-1e-5f)}), "[101.7,4.0,-1e-05]");
 }
 

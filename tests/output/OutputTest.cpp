@@ -31,7 +31,7 @@ StringSink failedAt(int stage, ResultFormat format, Summary summary) {
 }
 
 TEST(Output, IsOneDocumentOrLinesThatEndWithTheErrorWhereverACommandFails) {
-  constexpr auto kJSON = ResultFormat::json, kLines = ResultFormat::jsonLines, kText = ResultFormat::text;
+  constexpr auto kJSON = ResultFormat::json, kLines = ResultFormat::jsonLines;
   constexpr auto kPlain = Summary::inDocumentOnly, kLastLine = Summary::alsoAsLastLine;
   const std::string error = R"("error":{"code":3,"kind":"notFound","message":"none"})";
   const std::string only = "{" + error + "}\n", begun = R"({"schema":"s/1",)",
@@ -39,15 +39,12 @@ TEST(Output, IsOneDocumentOrLinesThatEndWithTheErrorWhereverACommandFails) {
   const std::string list = begun + R"("loops":[{"id":1},{"id":2}])", total = R"("total":2)";
   const std::tuple<int, ResultFormat, Summary, std::string> cases[] = {
       {0, kJSON, kPlain, only},
-      {1, kJSON, kPlain, begun + error + "}\n"},
       {3, kJSON, kPlain, list + "," + error + "}\n"},  // the list was open
       {4, kJSON, kPlain, list + "," + total + "," + error + "}\n"},
       {5, kJSON, kPlain, list + "," + total + "}\n"},  // complete: it stays the only one
       {3, kLines, kPlain, items + only},
       {3, kLines, kLastLine, items + begun + error + "}\n"},
-      {4, kLines, kLastLine, items + begun + total + "," + error + "}\n"},
       {5, kLines, kLastLine, items + begun + total + "}\n" + only},
-      {3, kText, kLastLine, ""},
   };
   for (const auto& [stage, format, summary, expected] : cases) {
     const StringSink sink = failedAt(stage, format, summary);
@@ -113,18 +110,6 @@ TEST(Output, TheStatusLineGivesWayToResultsAndMessages) {
   EXPECT_EQ(sink.messages, "\r\x1b[K1/2\r\x1b[K\r\x1b[K2/2\r\x1b[Kveskloops: error: bad\n");
 }
 
-TEST(Output, OnlyAPersonWhoIsThereAndSaysYesAgrees) {
-  const std::tuple<std::optional<std::string>, bool, bool> cases[] = {
-      {"y", false, true}, {"Yes", false, true}, {"n", false, false}, {"", false, false}, {"y", true, false}};
-  for (const auto& [answer, noInput, agrees] : cases) {
-    StringSink sink;
-    sink.answer = answer;
-    Output output(sink, {.noInput = noInput});
-    EXPECT_EQ(output.confirm("Really?"), agrees) << *answer;
-    EXPECT_EQ(sink.messages, noInput ? "" : "Really? [y/N] ");
-  }
-}
-
 // --- The streams of a process ---
 
 FILE* writingEndWithoutReader() {
@@ -175,11 +160,6 @@ TEST(StandardStreams, TellTerminalsAndTheSurroundingsThatWantThemPlain) {
     EXPECT_TRUE(messages.isTerminal && messages.isDecorated == isDecorated && messages.columns == 97) << term;
     EXPECT_TRUE(!result.isTerminal && !result.isDecorated && result.columns == 80) << term;
   }
-  EXPECT_TRUE(StandardStreams(terminal, noTerminal, terminal).canAsk());
-  EXPECT_FALSE(StandardStreams(noTerminal, noTerminal, terminal).canAsk());
-  EXPECT_FALSE(StandardStreams(terminal, noTerminal, noTerminal).canAsk());
-  ASSERT_EQ(write(ends[0], "yes\nno", 6), 6);
-  EXPECT_EQ(StandardStreams(terminal).readAnswer(), "yes");
   close(ends[0]);
   fclose(terminal);
   fclose(noTerminal);

@@ -9,10 +9,11 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -74,14 +75,11 @@ inline Bytes bytesFromHex(std::string_view hex) {
   return bytes;
 }
 
-// Writes `bytes` to `path`, replacing what is there. Ends the test program when that fails.
+// Writes `bytes` to `path`, replacing what is there. Throws when that fails.
 inline void writeFile(const std::string& path, std::span<const std::byte> bytes) {
-  std::FILE* file = std::fopen(path.c_str(), "wb");
-  const bool written = file && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-  const bool closed = file && std::fclose(file) == 0;
-  if (written && closed) return;
-  std::fprintf(stderr, "cannot write the test file %s\n", path.c_str());
-  std::abort();
+  std::ofstream file(path, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  if (!file.flush()) throw std::runtime_error("cannot write " + path);
 }
 
 // --- Chunks and containers of any content ---
