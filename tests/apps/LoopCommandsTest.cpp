@@ -48,8 +48,11 @@ TEST_F(LoopCommands, ALoopIsNamedByPathURLIdOrList) {
     EXPECT_EQ(info({name})[0]["path"], path) << name;
   }
   EXPECT_EQ(program.run({"--json", "info", "-"}, "l/Kit's.aif\nl/sub/Bass.aif\n").json()["files"].size(), 2u);
-  for (const Words& wrong : {Words{"info", "id:1x"}, Words{"info", "file:///%zz"}, Words{"info", "l"}}) {
-    EXPECT_EQ(program.run(wrong).code, 2);
+  for (const char* wrong : {"id:1x", "file:///%zz", "l"}) EXPECT_EQ(program.run({"info", wrong}).code, 2) << wrong;
+  const JSON expected = JSON::parse(R"({"code":3,"kind":"notFound","message":"no such loop",
+      "subject":"l/sub/Basson.aif","suggestions":["Bassoon.aif","Bass.aif"]})");
+  for (const char* command : {"info", "remove", "favorite", "family"}) {
+    EXPECT_EQ(program.told({command, "l/sub/Basson.aif"}, 3)["error"], expected) << command;
   }
   const Outcome several = program.run({"--json", "favorite", "bass"});
   EXPECT_EQ(several.json()["error"]["code"], 3);
@@ -67,35 +70,28 @@ TEST_F(LoopCommands, ALoopIsNamedByPathURLIdOrList) {
 
 TEST_F(LoopCommands, InfoSaysWhyAFileHasNoRecordAndGoesOn) {
   program.add("l/bad.aif", fixture::bytesOf("FORM?"));
-  program.add("l/text.txt", fixture::bytesOf("x"));
   fs::remove(program.path("l/sub/Bass.aif"));
-  const JSON files = program.told({"info", "l/bad.aif", "l/text.txt", "l/sub/Bass.aif", "l/Kit's.aif"}, 4)["files"];
-  const char* reasons[] = {"malformed", "unsupported", "notFound"};
-  for (size_t index : {0, 1, 2}) {
-    EXPECT_EQ(files[index]["failure"]["reason"], reasons[index]);
-    EXPECT_EQ(files[index].contains("row"), index == 2);
-  }
-  EXPECT_TRUE(files[3].contains("record"));
+  const JSON files = program.told({"info", "l/bad.aif", "l/sub/Bass.aif", "l/Kit's.aif"}, 4)["files"];
+  EXPECT_TRUE(files[0]["failure"]["reason"] == "malformed" && !files[0].contains("row"));
+  EXPECT_TRUE(files[1]["failure"]["reason"] == "notFound" && files[1].contains("row"));
+  EXPECT_TRUE(files[2].contains("record"));
 }
 
 TEST_F(LoopCommands, MarksArePrintedAsTheyAreThenAndOnlyTheNamedOneChanges) {
   const std::string loop = program.path("l/Kit's.aif"), comment = "\"it's\"\t%@ 100%\nend";
-  const std::pair<Words, std::string> cases[] = {
-      {{"favorite", loop}, "yes\t0\t"},
-      {{"rate", loop, "5", "-n"}, "yes\t5\t"},
-      {{"rate", idOf("Kit"), "4"}, "yes\t4\t"},
-      {{"comment", "file://" + loop, comment}, "yes\t4\t\"it's\"\uFFFD%@ 100%\uFFFDend"},
-      {{"comment", loop, "--", "-6 dB"}, "yes\t4\t-6 dB"},
-      {{"favorite", "--off", loop}, "no\t4\t-6 dB"},
-      {{"rate", "--clear", loop}, "no\t0\t-6 dB"},
-      {{"comment", "--clear", loop}, "no\t0\t"},
-  };
+  const std::pair<Words, std::string> cases[] = {{{"favorite", loop}, "yes\t0\t"},
+                                                 {{"rate", loop, "5", "-n"}, "yes\t5\t"},
+                                                 {{"rate", loop, "4"}, "yes\t4\t"},
+                                                 {{"comment", loop, comment}, "yes\t4\t\"it's\"\uFFFD%@ 100%\uFFFDend"},
+                                                 {{"comment", loop, "--", "-6 dB"}, "yes\t4\t-6 dB"},
+                                                 {{"favorite", "--off", loop}, "no\t4\t-6 dB"},
+                                                 {{"rate", "--clear", loop}, "no\t0\t-6 dB"},
+                                                 {{"comment", "--clear", loop}, "no\t0\t"}};
   for (const auto& [arguments, printed] : cases) EXPECT_EQ(program.run(arguments).out, loop + "\t" + printed + "\n");
-  const Outcome listed =
-      program.run({"--json", "rate", loop, "-", "-0", "3"}, std::string("l/sub/Bass.aif\0l/Kit's.aif", 26));
-  const JSON marks = listed.json();
+  const JSON marks =
+      program.run({"--json", "rate", loop, "-", "-0", "3"}, std::string("l/sub/Bass.aif\0l/Kit's.aif", 26)).json();
   EXPECT_EQ(marks["schema"], "veskloops.marks/1");
-  ASSERT_EQ(marks["loops"].size(), 2u) << "each once" << listed.err;
+  ASSERT_EQ(marks["loops"].size(), 2u) << "each once";
   EXPECT_EQ(marks["loops"][1]["rating"], 3);
   const Words refused[] = {{"rate", loop},        {"rate", loop, "6"}, {"rate", loop, "-1"},
                            {"rate", loop, "3.0"}, {"rate", loop, ""},  {"rate", "3"},
@@ -113,9 +109,7 @@ TEST_F(LoopCommands, RemoveTakesLoopsFoldersMissingFilesAndPackages) {
       {{"remove", "-y", "--missing", "l"}, 1, {"Bassoon.aif", "Kit's.aif"}},
       {{"remove", "-y", idOf("Kit"), "kit"}, 1, {"Bassoon.aif"}}};
   for (const auto& [arguments, removed, rest] : cases) {
-    const JSON told = program.told(arguments);
-    EXPECT_EQ(told["removed"], removed);
-    EXPECT_EQ(told["loops"].size(), removed);
+    EXPECT_EQ(program.told(arguments)["loops"].size(), removed);
     EXPECT_EQ(left(), rest);
   }
   EXPECT_TRUE(fs::exists(program.path("l/Kit's.aif")));
@@ -147,17 +141,16 @@ TEST_F(LoopCommands, CratesAreMadeShownAndRemoved) {
 }
 
 TEST_F(LoopCommands, RemoveAsksOnATerminalAndNeedsYesElsewhere) {
-  if (!Program::hasTerminals()) GTEST_SKIP() << "no pseudo-terminals here";
   const Outcome run = program.run({"remove", "l/sub"});
   EXPECT_EQ(run.code, 2);
   EXPECT_NE(run.err.find("--yes"), std::string::npos);
+  if (!program.hasTerminals()) GTEST_SKIP() << "no pseudo-terminals here";
   EXPECT_EQ(program.runOnTerminal({"--no-input", "remove", "l/sub"}).code, 2);
-  const Outcome declined = program.runOnTerminal({"remove", "l/sub"}, "n\n");
+  const Outcome declined = program.runOnTerminal({"remove", "l/sub"}, "\n");
   EXPECT_NE(declined.out.find("Take 2 loops out"), std::string::npos);
   EXPECT_EQ(declined.code, 1);
   EXPECT_EQ(left().size(), 3u);
-  const Outcome agreed = program.runOnTerminal({"remove", "l/sub"}, "y\n");
-  EXPECT_EQ(agreed.code, 0) << agreed.out;
+  EXPECT_EQ(program.runOnTerminal({"remove", "l/sub"}, "y\n").code, 0);
   EXPECT_EQ(left(), Words{"Kit's.aif"});
 }
 

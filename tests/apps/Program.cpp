@@ -2,39 +2,30 @@
 
 #include "platform/Path.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <pty.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <fstream>
 #include <sstream>
 #include <thread>
 
 namespace {
 
-std::string contentsOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream contents;
-  contents << file.rdbuf();
-  return contents.str();
+std::string quoted(const std::string& word) {
+  std::string text = "'";
+  for (const char letter : word) text += letter == '\'' ? "'\\''" : std::string(1, letter);
+  return text + "'";
 }
 
-int exitCodeOf(pid_t process) {
-  int status = 0;
-  waitpid(process, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
-}
-
-void redirect(const std::string& path, int flags, int descriptor) {
-  const int opened = open(path.c_str(), flags, 0600);
-  if (opened < 0) _exit(125);
-  dup2(opened, descriptor);
+// For a shell in the program's folder. What the tests themselves were started with plays no part.
+std::string commandFor(const Words& arguments) {
+  std::string command =
+      "exec env --default-signal=INT,TERM,PIPE -u NO_COLOR -u XDG_CONFIG_HOME -u XDG_DATA_HOME -u XDG_CACHE_HOME "
+      "-u XDG_STATE_HOME TERM=xterm HOME=\"$PWD/home\" VESKLOOPS_DATABASE=\"$PWD/loops.db\" " +
+      quoted(VESKLOOPS);
+  for (const auto& argument : arguments) command += " " + quoted(argument);
+  return command;
 }
 
 }  // namespace
@@ -64,74 +55,30 @@ Words Outcome::names() const {
   return result;
 }
 
-// --- Running ---
-
-void RunningProgram::write(const std::string& text) const {
-  ASSERT_EQ(::write(m_input, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-}
-
-bool RunningProgram::waitForMessage(const std::string& text) const {
-  for (int attempt = 0; attempt < 500; ++attempt) {
-    if (contentsOf(m_folder + "/stderr").find(text) != std::string::npos) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return false;
-}
-
-void RunningProgram::signal(int number) const {
-  kill(m_process, number);
-}
-
-Outcome RunningProgram::finish() {
-  const int code = exitCodeOf(m_process);
-  if (m_input >= 0) close(m_input);
-  return Outcome{.code = code, .out = contentsOf(m_folder + "/stdout"), .err = contentsOf(m_folder + "/stderr")};
-}
-
 Program::Program() {
-  m_folder.addFolder("home");
-  m_folder.addFolder("streams");
+  for (const char* name : {"home", "streams"}) m_folder.addFolder(name);
 }
 
-void Program::become(const Words& arguments) const {
-  for (const char* name : {"NO_COLOR", "VESKLOOPS_DATABASE"}) unsetenv(name);
-  for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME", "HOME"}) {
-    setenv(name, path("home").c_str(), 1);
-  }
-  setenv("TERM", "xterm", 1);
-  setenv("VESKLOOPS_DATABASE", database().c_str(), 1);
-  std::signal(SIGINT, SIG_DFL);
-  std::signal(SIGTERM, SIG_DFL);
-  std::signal(SIGPIPE, SIG_DFL);
-  if (chdir(m_folder.path().c_str()) != 0) _exit(126);
-  std::vector<char*> words = {const_cast<char*>(VESKLOOPS)};
-  for (const auto& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
-  words.push_back(nullptr);
-  execv(VESKLOOPS, words.data());
-  _exit(127);
+std::string Program::contentsOf(std::string_view relative) const {
+  return vesk::path::readFile(path(relative)).value_or("");
 }
 
-// Closes both descriptors.
-pid_t Program::launch(int input, int output, const Words& arguments) const {
-  const pid_t process = fork();
-  if (process == 0) {
-    dup2(input, STDIN_FILENO);
-    dup2(output, STDOUT_FILENO);
-    redirect(path("streams/stderr"), O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
-    become(arguments);
-  }
-  close(input);
-  close(output);
-  return process;
+std::FILE* Program::start(const std::string& command, const std::string& input) const {
+  const std::string whole = "cd " + quoted(m_folder.path()) + " && exec >streams/stdout 2>streams/stderr && " + command;
+  std::FILE* running = popen(whole.c_str(), "we");
+  std::fwrite(input.data(), 1, input.size(), running);
+  std::fflush(running);
+  return running;
 }
 
-int Program::standardOutput() const {
-  return open(path("streams/stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+Outcome Program::outcome(int status) const {
+  return {.code = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status),
+          .out = contentsOf("streams/stdout"),
+          .err = contentsOf("streams/stderr")};
 }
 
 Outcome Program::run(const Words& arguments, const std::string& input) const {
-  const int file = open(m_folder.addFile("streams/stdin", input).c_str(), O_RDONLY | O_CLOEXEC);
-  return RunningProgram(launch(file, standardOutput(), arguments), -1, path("streams")).finish();
+  return outcome(pclose(start(commandFor(arguments), input)));
 }
 
 JSON Program::told(const Words& arguments, int code) const {
@@ -143,45 +90,26 @@ JSON Program::told(const Words& arguments, int code) const {
 }
 
 Outcome Program::runWithoutReader(const Words& arguments) const {
-  m_folder.addFile("streams/stdout", "");
-  int ends[2] = {};
-  EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
-  close(ends[0]);
-  const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  return RunningProgram(launch(nothing, ends[1], arguments), -1, path("streams")).finish();
+  const std::string piped = "(sleep 0.1; " + commandFor(arguments) + ") | :";
+  return outcome(pclose(start("exec bash -o pipefail -c " + quoted(piped), "")));
 }
 
-RunningProgram Program::start(const Words& arguments) const {
-  int ends[2] = {};
-  EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
-  return {launch(ends[0], standardOutput(), arguments), ends[1], path("streams")};
-}
-
-bool Program::hasTerminals() {
-  int ends[2] = {-1, -1};
-  if (openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) != 0) return false;
-  close(ends[0]);
-  close(ends[1]);
-  return true;
+Outcome Program::runUntil(const std::string& message, int signal, const Words& arguments,
+                          const std::string& input) const {
+  std::FILE* running = start("echo $$ >streams/process && " + commandFor(arguments), input);
+  for (int attempt = 0; attempt < 500 && contentsOf("streams/stderr").find(message) == std::string::npos; ++attempt) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  const pid_t process = std::stoi(contentsOf("streams/process"));
+  int status = 0;
+  kill(process, signal);
+  waitpid(process, &status, 0);
+  pclose(running);
+  return outcome(status);
 }
 
 Outcome Program::runOnTerminal(const Words& arguments, const std::string& input) const {
-  int terminal = -1;
-  winsize size{.ws_row = 40, .ws_col = 100, .ws_xpixel = 0, .ws_ypixel = 0};
-  const pid_t process = forkpty(&terminal, nullptr, nullptr, &size);
-  if (process == 0) become(arguments);
-  EXPECT_EQ(write(terminal, input.data(), input.size()), static_cast<ssize_t>(input.size()));
-  Outcome result;
-  char buffer[4096];
-  while (true) {
-    const ssize_t count = read(terminal, buffer, sizeof buffer);
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) break;  // the last process has closed the other side
-    result.out.append(buffer, static_cast<size_t>(count));
-  }
-  close(terminal);
-  result.code = exitCodeOf(process);
-  return result;
+  return outcome(pclose(start("exec script -qec " + quoted(commandFor(arguments)) + " /dev/null", input)));
 }
 
 std::string Program::add(std::string_view relative, const fixture::Bytes& bytes) const {

@@ -4,7 +4,6 @@
 #include "support/AudioFixture.h"
 #include "support/TestEnvironment.h"
 
-#include <sys/types.h>
 #include <nlohmann/json.hpp>
 
 #include <string>
@@ -25,23 +24,6 @@ struct Outcome {
   Words names() const;  // the last components of printed paths
 };
 
-// A running program; `input`, -1 when it is no pipe of ours, is what it reads from.
-class RunningProgram {
- public:
-  RunningProgram(pid_t process, int input, std::string folder)
-      : m_process(process), m_input(input), m_folder(std::move(folder)) {}
-  void write(const std::string& text) const;
-  // Until standard error holds `text`; false when it does not within ten seconds.
-  bool waitForMessage(const std::string& text) const;
-  void signal(int number) const;
-  Outcome finish();  // closes the input and waits
-
- private:
-  pid_t m_process;
-  int m_input;
-  std::string m_folder;
-};
-
 class Program {
  public:
   Program();
@@ -52,11 +34,12 @@ class Program {
   JSON told(const Words& arguments, int code = 0) const;
   // Standard output is a pipe that nobody reads any more.
   Outcome runWithoutReader(const Words& arguments) const;
-  RunningProgram start(const Words& arguments) const;
-  // Whether this machine offers pseudo-terminals; bare containers may not.
-  static bool hasTerminals();
-  // With a terminal of 100 columns for all three streams; everything printed is in `out`.
+  // Gets the signal when standard error holds `message`, or after ten seconds; its input stays open.
+  Outcome runUntil(const std::string& message, int signal, const Words& arguments, const std::string& input) const;
+  // With a terminal of 80 columns for all three streams; everything printed is in `out`.
   Outcome runOnTerminal(const Words& arguments, const std::string& input = {}) const;
+  // Bare containers may offer no pseudo-terminals.
+  bool hasTerminals() const { return runOnTerminal({"--version"}).code == 0; }
 
   const TemporaryFolder& folder() const { return m_folder; }
   std::string path(std::string_view relative) const { return m_folder.path(relative); }
@@ -65,8 +48,8 @@ class Program {
   std::string add(std::string_view relative, const fixture::Bytes& bytes = loopFile()) const;
 
  private:
-  pid_t launch(int input, int output, const Words& arguments) const;
-  int standardOutput() const;  // a file, opened anew
-  [[noreturn]] void become(const Words& arguments) const;
+  std::string contentsOf(std::string_view relative) const;
+  std::FILE* start(const std::string& command, const std::string& input) const;
+  Outcome outcome(int status) const;
   TemporaryFolder m_folder;
 };

@@ -34,7 +34,6 @@ struct CarriedMarks : CatalogTest {
         "UNION ALL SELECT loopId FROM LoopsMetaInfos UNION ALL SELECT loopId FROM CrateLoopRelation) "
         "WHERE loopId NOT IN (SELECT id FROM Loops) ORDER BY 1");
   }
-  std::string statesFile() const { return fs::directory_iterator(environment->cacheFolder())->path(); }
 };
 
 TEST_F(CarriedMarks, FollowAFileThatIsTaggedAnewRenamedOrMovedAway) {
@@ -60,8 +59,6 @@ TEST_F(CarriedMarks, FollowAFileThatIsTaggedAnewRenamedOrMovedAway) {
   fs::copy_file(path("m/Amber 120.aif"), path("l/Amber 120.aif"));
   fs::remove(path("m/Amber 120.aif"));
   EXPECT_EQ(carried(), 0);  // the identity is the same
-  const LCConnection states = lc::openConnection(statesFile(), LCOpenMode::readWriteCreate);
-  EXPECT_EQ(rowsOf(states.get(), "SELECT count(*) FROM FileStates"), Rows{"2"});
 }
 
 TEST_F(CarriedMarks, FollowALoopThatWasTakenOutMeanwhile) {
@@ -92,16 +89,6 @@ TEST_F(CarriedMarks, StayWithALoopThatIsStillThereSomewhere) {
   exchange("l/Birch.aif", "m/Birch.aif");  // both keep their name and tags, and so their identity
   EXPECT_EQ(carried({.paths = {"l", "m"}}), 0);
   EXPECT_EQ(everything(), before);
-}
-
-TEST_F(CarriedMarks, TheCacheMayBeDamaged) {
-  const std::string states = statesFile();
-  for (const char* companion : {"", "-wal", "-shm"}) fs::remove(states + companion);
-  fs::copy_file(folder.addFile("states", std::string(8192, 'x')), states);
-  EXPECT_EQ(carried(), 0);
-  EXPECT_NE(testing::PrintToString(log.notes).find("cannot be used"), std::string::npos);
-  rename("l/Birch.aif", "l/Elm.aif");
-  EXPECT_EQ(carried(), 1);  // what was remembered in the run before
 }
 
 // What is remembered of files comes second, so that the next scan tries again.

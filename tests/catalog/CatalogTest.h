@@ -37,9 +37,7 @@ struct ScanLog : LCScanObserver {
   }
   void noted(const std::string& text) override { notes.push_back(text); }
   void warned(const std::string& text, const std::string&) override { warnings.push_back(text); }
-  bool shouldContinue() override { return mayGoOn(); }
 
-  std::function<bool()> mayGoOn = [] { return true; };
   Rows failures, notes, warnings;
 };
 

@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <set>
-#include <thread>
 
 namespace {
 

@@ -9,10 +9,11 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -74,14 +75,11 @@ inline Bytes bytesFromHex(std::string_view hex) {
   return bytes;
 }
 
-// Writes `bytes` to `path`, replacing what is there. Ends the test program when that fails.
+// Writes `bytes` to `path`, replacing what is there. Throws when that fails.
 inline void writeFile(const std::string& path, std::span<const std::byte> bytes) {
-  std::FILE* file = std::fopen(path.c_str(), "wb");
-  const bool written = file && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-  const bool closed = file && std::fclose(file) == 0;
-  if (written && closed) return;
-  std::fprintf(stderr, "cannot write the test file %s\n", path.c_str());
-  std::abort();
+  std::ofstream file(path, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  if (!file.flush()) throw std::runtime_error("cannot write " + path);
 }
 
 // --- Chunks and containers of any content ---
@@ -255,17 +253,6 @@ inline constexpr std::string_view kMarkerCID = "52461C71-6A21-4360-87D8-7493AE78
 inline constexpr std::string_view kMarkerDID = "0352811B-9D5D-42E1-882D-6AF61A6B330C";
 inline constexpr std::string_view kPatchMarkerID = "1FB1573D-9DAA-49B1-B997-B430B75C6B19";
 
-inline Builder categoryFields(uint32_t version, std::string_view type, std::string_view subType,
-                              std::string_view genre) {
-  return Builder{}.u32be(version).field(type, 50).field(subType, 50).field(genre, 50).zeros(66);
-}
-
-inline Bytes withDescriptors(Builder& payload, const Texts& descriptors) {
-  payload.u16be(descriptors.size());
-  for (const std::string& descriptor : descriptors) payload.field(descriptor, 50);
-  return payload.bytes;
-}
-
 // "basc", 82 bytes.
 inline Bytes bascPayload(int32_t beats, int16_t rootNote, int16_t keyType, int16_t signatureTop,
                          int16_t signatureBottom, int16_t fileType) {
@@ -274,18 +261,21 @@ inline Bytes bascPayload(int32_t beats, int16_t rootNote, int16_t keyType, int16
   return payload.u16be(signatureTop).u16be(signatureBottom).u16be(fileType).zeros(64).bytes;
 }
 
-// "cate", version 1: 222 + 50 x descriptors bytes.
+// "cate", version 1: 222 + 50 x descriptors bytes; with `more` fields between the texts and the descriptors version 2.
 inline Bytes catePayload(std::string_view type, std::string_view subType, std::string_view genre,
-                         const Texts& descriptors = {}) {
-  Builder payload = categoryFields(1, type, subType, genre);
-  return withDescriptors(payload, descriptors);
+                         const Texts& descriptors = {}, const Bytes& more = {}) {
+  Builder payload;
+  payload.u32be(more.empty() ? 1 : 2).field(type, 50).field(subType, 50).field(genre, 50).zeros(66).raw(more);
+  payload.u16be(descriptors.size());
+  for (const std::string& descriptor : descriptors) payload.field(descriptor, 50);
+  return payload.bytes;
 }
 
 // "cate", version 2: 324 + 50 x descriptors bytes.
 inline Bytes cateV2Payload(std::string_view type, std::string_view subType, std::string_view genre,
                            const Texts& descriptors, std::string_view collection, std::string_view theme) {
-  Builder payload = categoryFields(2, type, subType, genre);
-  return withDescriptors(payload.field(collection, 50).field(theme, 50).u16be(0), descriptors);
+  return catePayload(type, subType, genre, descriptors,
+                     Builder{}.field(collection, 50).field(theme, 50).u16be(0).bytes);
 }
 
 // "coll", 104 bytes.

@@ -8,16 +8,6 @@
 #include <stdexcept>
 #include <system_error>
 
-namespace {
-
-template <typename Key>
-std::optional<std::string> valueIn(const std::map<Key, std::string>& values, const Key& key) {
-  const auto found = values.find(key);
-  return found == values.end() ? std::nullopt : std::optional(found->second);
-}
-
-}  // namespace
-
 TemporaryFolder::TemporaryFolder() {
   char name[] = "/tmp/vesk-XXXXXX";
   if (!::mkdtemp(name)) throw std::runtime_error("no temporary folder");
@@ -66,23 +56,17 @@ std::optional<std::string> TestEnvironment::musicFolder(std::string* error) cons
   return vesk::path::createDirectories(*m_musicFolder, error) ? m_musicFolder : std::nullopt;
 }
 
-std::optional<std::string> TestEnvironment::preference(std::string_view key) const {
+std::optional<std::string> TestEnvironment::valueIn(const Texts& values, std::string_view key,
+                                                    std::string_view detail) const {
   const std::lock_guard lock(m_mutex);
-  return valueIn(m_preferences, std::string(key));
+  const auto found = values.find({std::string(key), std::string(detail)});
+  return found == values.end() ? std::nullopt : std::optional(found->second);
 }
 
 void TestEnvironment::setPreference(std::string_view key, std::optional<std::string_view> value) {
   const std::lock_guard lock(m_mutex);
-  m_preferences.erase(std::string(key));
-  if (value) m_preferences.emplace(key, *value);
-}
-
-std::optional<std::string> TestEnvironment::localizedString(std::string_view key, std::string_view table) const {
-  return valueIn(m_localizedStrings, std::pair{std::string(key), std::string(table)});
-}
-
-std::optional<std::string> TestEnvironment::hostResource(std::string_view name, std::string_view type) const {
-  return valueIn(m_hostResources, std::pair{std::string(name), std::string(type)});
+  m_preferences.erase({std::string(key), ""});
+  if (value) m_preferences[{std::string(key), ""}] = *value;
 }
 
 void TestEnvironment::log(std::string_view message) {

@@ -75,27 +75,32 @@ class TestEnvironment : public vesk::Environment {
   std::vector<std::string> libraryFolders(vesk::Domain domain) const override { return m_libraries.at(domain); }
   std::string stateFolder() const override { return m_folder.path("state"); }
   std::string cacheFolder() const override { return m_folder.path("cache"); }
-  std::optional<std::string> preference(std::string_view key) const override;
+  std::optional<std::string> preference(std::string_view key) const override { return valueIn(m_preferences, key); }
   void setPreference(std::string_view key, std::optional<std::string_view> value) override;
-  std::optional<std::string> localizedString(std::string_view key, std::string_view table) const override;
+  std::optional<std::string> localizedString(std::string_view key, std::string_view table) const override {
+    return valueIn(m_localizedStrings, key, table);
+  }
   std::string localeIdentifier() const override { return m_locale; }
-  std::optional<std::string> hostResource(std::string_view name, std::string_view type) const override;
+  std::optional<std::string> hostResource(std::string_view name, std::string_view type) const override {
+    return valueIn(m_hostResources, name, type);
+  }
   bool isFilePackage(const std::string& path) const override { return path == m_package; }
   std::optional<std::string> fileTypeCode(const std::string& path) const override { return m_real.fileTypeCode(path); }
   void log(std::string_view message) override;
 
  private:
-  using TextPairs = std::map<std::pair<std::string, std::string>, std::string>;
+  using Texts = std::map<std::pair<std::string, std::string>, std::string>;
+  std::optional<std::string> valueIn(const Texts& values, std::string_view key, std::string_view detail = {}) const;
 
   TemporaryFolder m_folder;
   std::string m_locale = "en_US";
   std::optional<std::string> m_musicFolder;
   std::map<vesk::Domain, std::vector<std::string>> m_libraries;
   std::string m_package;
-  TextPairs m_localizedStrings;  // by key and table
-  TextPairs m_hostResources;     // by name and type
+  Texts m_localizedStrings;  // by key and table
+  Texts m_hostResources;     // by name and type
   vesk::DefaultEnvironment m_real;
   mutable std::mutex m_mutex;  // guards what follows
-  std::map<std::string, std::string> m_preferences;
+  Texts m_preferences;         // by key alone
   std::string m_log;
 };
