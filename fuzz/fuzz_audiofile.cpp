@@ -18,7 +18,8 @@ void askEverything(const vesk::AudioFile& file) {
     require(chunk.dataOffset <= file.fileSize() && chunk.size <= file.fileSize() - chunk.dataOffset);
     position = chunk.dataOffset + chunk.size + (chunk.hasPad ? 1 : 0);
     const auto payload = file.userData(chunk.id, seen[chunk.id]++);
-    require(payload && payload->size() == chunk.size);
+    require(payload.has_value() != chunk.isCutOff);
+    require(!payload || payload->size() == chunk.size);
   }
   require(file.kind() == vesk::ContainerKind::soundDesigner2 || position == file.contents().chunksEnd);
   require(file.dataFormat().has_value() && file.audioDataPacketCount().value_or(0) >= 0);

@@ -72,20 +72,18 @@ class CatalogTest : public testing::Test {
   // Where they lie below the folder.
   Rows paths(const LCLoopQuery& query = {}) const {
     Rows paths;
-    const auto catalog = open();
-    const auto add = [&](const LCLoopPlace& each) {
-      paths.push_back(each.path().substr(folder.path().size() + 1));
-      return true;
-    };
-    valueOf(valueOf(catalog->search(query)).forEachPlace({}, add));
+    for (const auto& loop : valueOf(valueOf(open()->search(query)).page({})).loops) {
+      paths.push_back(loop.place.path().substr(folder.path().size() + 1));
+    }
     return paths;
   }
   LCLoopPlace place(std::string_view name) const { return valueOf(open()->placesWithName(name)).at(0); }
 
   // Another program's connection, and what it does and sees.
   LCConnection connection() const { return lc::openConnection(file, LCOpenMode::readWriteCreate); }
-  void execute(const std::string& sql) const {
-    const LCConnection other = connection();
+  void execute(const std::string& sql) const { execute(sql, file); }
+  static void execute(const std::string& sql, const std::string& file) {
+    const LCConnection other = lc::openConnection(file, LCOpenMode::readWriteCreate);
     EXPECT_TRUE(LCSQLiteUtilities(other.get()).executeStatementWithNoReturnValue(sql)) << sql;
   }
   Rows rows(const std::string& sql) const { return rowsOf(connection().get(), sql); }
