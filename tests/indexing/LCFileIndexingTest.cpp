@@ -10,9 +10,8 @@
 
 namespace fs = std::filesystem;
 
-static const std::string kWillStart(LCFileIndexingWillStartNotification);
-static const std::string kDidFinish(LCFileIndexingDidFinishNotification);
-static const std::string kReload(LCFileReloadBaseTablesNotification);
+static const std::string kWillStart(LCFileIndexingWillStartNotification),
+    kDidFinish(LCFileIndexingDidFinishNotification), kReload(LCFileReloadBaseTablesNotification);
 
 struct LCFileIndexingRun : IndexingTest {
   ~LCFileIndexingRun() override { vesk::NotificationCenter::shared().removeObserver(token); }

@@ -4,34 +4,27 @@
 #include "support/AudioFixture.h"
 #include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
 
-struct MarksTest : EngineTest {
-  // The marks of loop 9.
-  Rows marks() { return database.rows("SELECT isFavorite, rating, userComment FROM UserData WHERE loopId = 9"); }
-};
+using MarksTest = EngineTest;
 
 TEST_F(MarksTest, OneMarkGivenClearsTheOthersUnlessTheRowHasThem) {
   database.add(9, "a\"b.wav");
   const std::string url = vesk::URL::fileURLWithPath("/L/a\"b.wav", false).absoluteString();
-  EXPECT_TRUE(engine->setIsFavorite(true, url));
-  EXPECT_EQ(marks(), Rows{"1|0|"});
-  EXPECT_TRUE(engine->setRating(3, url));
-  EXPECT_EQ(marks(), Rows{"0|3|"});
-  EXPECT_TRUE(engine->setComment("a \"b\" 'c'", url));
-  EXPECT_EQ(marks(), Rows{"0|0|a \"b\" 'c'"});
-  EXPECT_TRUE(engine->setUserDataForURL(url, true, 4, "five5"));
-  EXPECT_EQ(marks(), Rows{"1|4|five5"});
-
   const auto text = [](const char* cell) { return std::vector<LCCell>{std::string(cell)}; };
   const LCResultDictionary row = {
       {"id", text("0x9")}, {"isFavorite", {int64_t{2}}}, {"rating", text("3")}, {"userComment", text("x")}};
-  EXPECT_TRUE(engine->setUserDataDict(row, {}, {}, {}));
-  EXPECT_EQ(marks(), Rows{"1|3|x"});
-  EXPECT_FALSE(engine->setUserDataDict({{"id", text("x")}}, true, {}, {}) || engine->setUserDataDict({}, true, {}, {}));
-
-  engine->resetSearchParameterEditFlag();
-  EXPECT_TRUE(engine->setIsFavorite(true, int64_t{9}));
+  const std::pair<std::function<bool()>, const char*> steps[] = {
+      {[&] { return engine->setIsFavorite(true, url); }, "1|0|"},
+      {[&] { return engine->setRating(3, url); }, "0|3|"},
+      {[&] { return engine->setComment("a \"b\" 'c'", url); }, "0|0|a \"b\" 'c'"},
+      {[&] { return engine->setUserDataForURL(url, true, 4, "five5"); }, "1|4|five5"},
+      {[&] { return engine->setUserDataDict(row, {}, {}, {}); }, "1|3|x"},
+      {[&] { return engine->resetSearchParameterEditFlag(), engine->setIsFavorite(true, int64_t{9}); }, "1|0|"}};
+  for (const auto& [mark, marks] : steps) {
+    EXPECT_TRUE(mark()) << marks;
+    EXPECT_EQ(database.rows("SELECT isFavorite, rating, userComment FROM UserData WHERE loopId = 9"), Rows{marks});
+  }
   EXPECT_TRUE(engine->searchParameterEdited());
-  EXPECT_EQ(marks(), Rows{"1|0|"});
+  EXPECT_FALSE(engine->setUserDataDict({{"id", text("x")}}, true, {}, {}) || engine->setUserDataDict({}, true, {}, {}));
   EXPECT_FALSE(engine->setIsFavorite(true, int64_t{10}) || engine->setRating(3, "file:///L/unknown.wav"));
   EXPECT_FALSE(database.engine(true)->setIsFavorite(false, url));
 }
