@@ -10,6 +10,7 @@
 #include "catalog/QuerySettings.h"
 #include "database/LCTransaction.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/catalog/LCLibraryFolders.h"
 #include "VeskLoopManagement/catalog/LCLoopFile.h"
 #include "VeskLoopManagement/database/LCCrateManager.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
@@ -90,10 +91,12 @@ class Scan {
   LCScanReport run();
 
  private:
+  void choosePaths();
   void openDatabase();
   void openForDryRun();
   void choosePackage();
   std::optional<int64_t> countFiles();
+  void rememberFolder(const std::string& path);
 
   // Walking
   using PathHandler = std::function<void(const std::string& path)>;
@@ -136,13 +139,16 @@ class Scan {
   std::unique_ptr<lc::CarriedLoops> m_carried;
   std::optional<LCTransaction> m_batch;
   std::optional<std::string> m_packageIdentifier;
-  int64_t m_inBatch = 0;                     // written since the last commit
+  std::vector<std::string> m_paths;  // of the request, and the remembered folders
+  bool m_canRemember = true;
+  int64_t m_inBatch = 0;  // written since the last commit
   size_t m_pathsInGroups = 0;
 };
 
 LCScanReport Scan::run() {
   const auto began = std::chrono::steady_clock::now();
   const PathKeywordSwitch pathKeywords(m_request.readsPathKeywords);
+  choosePaths();
   openDatabase();
   choosePackage();
   m_observer.phaseBegan(LCScanPhase::indexing, countFiles());
@@ -154,6 +160,7 @@ LCScanReport Scan::run() {
           },
           [this](const std::string& path) { failUnwalked(path, LCFileProblem::notFound, {}); });
   commitBatch();
+  if (m_request.copyTo) rememberFolder(*m_request.copyTo);
   carry();
   if (!isInterrupted() && m_request.prunes) prune();
   m_observer.phaseEnded(LCScanPhase::indexing);
@@ -164,6 +171,27 @@ LCScanReport Scan::run() {
 }
 
 // --- Before the first file ---
+
+void Scan::choosePaths() {
+  m_paths = m_request.paths;
+  if (!m_request.scansRememberedFolders) return;
+  for (auto& folder : LCLibraryFolders(m_databaseFile).list()) m_paths.push_back(std::move(folder));
+  if (!m_paths.empty()) return;
+  throw CatalogError{{.kind = LCFailureKind::invalidRequest,
+                      .message = "no folders are remembered for this loop database",
+                      .nextStep = "Name a file or folder."}};
+}
+
+// What fails here costs the user no loops.
+void Scan::rememberFolder(const std::string& path) {
+  if (!m_indexer || !m_canRemember || !vesk::path::isDirectory(path)) return;
+  const auto added = LCLibraryFolders(m_databaseFile).add(path);
+  if (!added) {
+    m_canRemember = false;
+    m_observer.warned(fmt::format("{}: {}", added.failure().message, added.failure().subject),
+                      added.failure().nextStep);
+  }
+}
 
 void Scan::openDatabase() {
   if (m_request.isDryRun) {
@@ -245,7 +273,7 @@ void Scan::walkAll(const lc::FolderWalk::FileHandler& file, const lc::FolderWalk
                    const PathHandler& missing) {
   lc::FolderWalk walk(m_request.excludedPatterns, [this] { return !isInterrupted(); });
   if (m_request.copyTo) walk.skipFolder(*m_request.copyTo);
-  for (const auto& path : m_request.paths) {
+  for (const auto& path : m_paths) {
     if (!walkOne(walk, path, file, failure, missing)) return;
   }
   if (!m_request.nextPath) return;
@@ -256,6 +284,7 @@ void Scan::walkAll(const lc::FolderWalk::FileHandler& file, const lc::FolderWalk
 
 bool Scan::walkOne(lc::FolderWalk& walk, const std::string& path, const lc::FolderWalk::FileHandler& file,
                    const lc::FolderWalk::FailureHandler& failure, const PathHandler& missing) {
+  if (!m_request.copyTo) rememberFolder(path);
   if (!walk.walk(path, file, failure)) missing(path);
   return !isInterrupted();
 }
@@ -396,7 +425,7 @@ void Scan::carry() {
 
 void Scan::prune() {
   if (!m_rows) return;
-  for (const auto& path : m_request.paths) {
+  for (const auto& path : m_paths) {
     if (vesk::path::isDirectory(path)) pruneBelow(path);
   }
 }
