@@ -5,6 +5,7 @@
 #include "CratesCommand.h"
 #include "Failure.h"
 #include "FamilyCommand.h"
+#include "FoldersCommand.h"
 #include "IndexCommand.h"
 #include "InfoCommand.h"
 #include "KeywordsCommand.h"
@@ -62,6 +63,7 @@ struct Program {
     app.footer(kFooter);
     addGlobalOptions();
     addCommand("index", "Put the loops of files and folders into the database", addIndexCommand);
+    addCommand("folders", "List the folders that index remembers", addFoldersCommand);
     addCommand("remove", "Take loops out of the database; audio files stay", addRemoveCommand);
     addCommand("search", "Find loops", addSearchCommand);
     addCommand("keywords", "List what loops are tagged with", addKeywordsCommand);

@@ -82,29 +82,27 @@ std::string familyNameOf(const std::string& fileName) {
   return LCSearchEngine::familyNameForLoopName(fileName).value_or(vesk::path::deletingExtension(fileName));
 }
 
-LCFamilyMember memberOf(const LCCatalogLoop& loop) {
-  return {.place = loop.place, .fileName = vesk::path::lastComponent(loop.place.path()), .loopType = loop.loopType};
+bool isInKey(const LCCatalogLoop& loop, std::optional<int64_t> rootNote) {
+  if (!rootNote || loop.rootNote <= 0) return true;
+  return lc::semitonesBetween(loop.rootNote, *rootNote) <= lc::kNearSemitones;
 }
 
 // The engine's family is everything that begins with the family's name, folders included ("Pad" brings "Pads/Slow 1"
 // and "Pad Swell 01"); of these only the variants are meant.
-LCLoopFamily familyOf(CatalogSession& session, const LCCatalogLoop& given, int64_t engineRootKey) {
-  const LCFamilyMember givenMember = memberOf(given);
-  LCLoopFamily family{.name = familyNameOf(givenMember.fileName)};
-  const auto candidates = session.engine().loopFamilyForLoopId(given.place.id, std::nullopt, engineRootKey);
+LCLoopFamily familyOf(CatalogSession& session, const LCCatalogLoop& given, std::optional<int64_t> rootNote) {
+  LCLoopFamily family{.name = familyNameOf(vesk::path::lastComponent(given.place.path()))};
+  bool hasGiven = false;
+  const auto candidates = session.engine().loopFamilyForLoopId(given.place.id, std::nullopt, 0);
   for (const auto& candidate : candidates.value_or(std::vector<LCLoopFamilyMember>())) {
-    if (!candidate.url) continue;
-    const std::string fileName = candidate.url->lastPathComponent();
-    if (!vesk::text::equalIgnoringCase(familyNameOf(fileName), family.name)) continue;
-    family.members.push_back({.place = {.id = candidate.loopId,
-                                        .urlText = candidate.url->absoluteString(),
-                                        .isPlaceholder = candidate.isWebLoop},
-                              .fileName = fileName,
-                              .loopType = candidate.vireoLoopType});
+    const bool isVariant =
+        candidate.url && vesk::text::equalIgnoringCase(familyNameOf(candidate.url->lastPathComponent()), family.name);
+    auto loop = isVariant ? session.rows().loopWithId(candidate.loopId) : std::nullopt;
+    if (!loop) continue;
+    const bool isGiven = candidate.loopId == given.place.id;
+    if (isGiven || isInKey(*loop, rootNote)) family.members.push_back(*std::move(loop));
+    hasGiven = hasGiven || isGiven;
   }
-  const bool hasGiven = std::any_of(family.members.begin(), family.members.end(),
-                                    [&](const LCFamilyMember& member) { return member.place.id == given.place.id; });
-  if (!hasGiven) family.members.insert(family.members.begin(), givenMember);  // nothing but a number is its name
+  if (!hasGiven) family.members.insert(family.members.begin(), given);  // nothing but a number is its name
   return family;
 }
 
@@ -215,10 +213,7 @@ LCOutcome<std::vector<std::string>> LCCatalog::keywordsOfLoop(int64_t loopId) {
 LCOutcome<LCLoopFamily> LCCatalog::family(int64_t loopId, std::optional<int64_t> rootNote) {
   const auto given = loop(LCLoopReference::ofId(loopId));
   if (!given) return given.failure();
-  return outcomeOf([&] {
-    const int64_t key = rootNote ? LCMusicalKey::engineRootKeyForNote(*rootNote) : 0;
-    return familyOf(*m_session, *given, key);
-  });
+  return outcomeOf([&] { return familyOf(*m_session, *given, rootNote); });
 }
 
 // --- Keywords and packages ---

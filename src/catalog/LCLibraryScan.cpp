@@ -12,6 +12,7 @@
 #include "catalog/QuerySettings.h"
 #include "database/LCTransaction.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/catalog/LCLibraryFolders.h"
 #include "VeskLoopManagement/catalog/LCLoopFile.h"
 #include "VeskLoopManagement/database/LCCrateManager.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
@@ -92,10 +93,12 @@ class Scan {
   LCScanReport run();
 
  private:
+  void choosePaths();
   void openDatabase();
   void openForDryRun();
   void choosePackage();
   std::optional<int64_t> countFiles();
+  void rememberFolder(const std::string& path);
 
   void walkAll(lc::WalkHandlers handlers);
 
@@ -136,7 +139,9 @@ class Scan {
   std::optional<LCTransaction> m_batch;
   std::optional<std::string> m_packageIdentifier;
   std::vector<LCPackage> m_emptyPackages;  // before the scan
-  int64_t m_inBatch = 0;                   // written since the last commit
+  std::vector<std::string> m_paths;        // of the request, and the remembered folders
+  bool m_canRemember = true;
+  int64_t m_inBatch = 0;  // written since the last commit
   lc::LoopCounter m_loops;
   size_t m_pathsInGroups = 0;
 };
@@ -144,6 +149,7 @@ class Scan {
 LCScanReport Scan::run() {
   const auto began = std::chrono::steady_clock::now();
   const PathKeywordSwitch pathKeywords(m_request.readsPathKeywords);
+  choosePaths();
   openDatabase();
   choosePackage();
   m_observer.phaseBegan(LCScanPhase::indexing, countFiles());
@@ -155,6 +161,7 @@ LCScanReport Scan::run() {
            .deadLink = [this](const std::string& path) { meetDeadLink(path); },
            .missing = [this](const std::string& path) { failUnwalked(path, LCFileProblem::notFound, {}); }});
   commitBatch();
+  if (m_request.copyTo) rememberFolder(*m_request.copyTo);
   carry();
   if (!isInterrupted() && m_request.prunes) prune();
   m_observer.phaseEnded(LCScanPhase::indexing);
@@ -165,6 +172,27 @@ LCScanReport Scan::run() {
 }
 
 // --- Before the first file ---
+
+void Scan::choosePaths() {
+  m_paths = m_request.paths;
+  if (!m_request.scansRememberedFolders) return;
+  for (auto& folder : LCLibraryFolders(m_databaseFile).list()) m_paths.push_back(std::move(folder));
+  if (!m_paths.empty()) return;
+  throw CatalogError{{.kind = LCFailureKind::invalidRequest,
+                      .message = "no folders are remembered for this loop database",
+                      .nextStep = "Name a file or folder."}};
+}
+
+// What fails here costs the user no loops.
+void Scan::rememberFolder(const std::string& path) {
+  if (!m_indexer || !m_canRemember || !vesk::path::isDirectory(path)) return;
+  const auto added = LCLibraryFolders(m_databaseFile).add(path);
+  if (!added) {
+    m_canRemember = false;
+    m_observer.warned(fmt::format("{}: {}", added.failure().message, added.failure().subject),
+                      added.failure().nextStep);
+  }
+}
 
 void Scan::openDatabase() {
   if (m_request.isDryRun) {
@@ -245,11 +273,13 @@ void Scan::walkAll(lc::WalkHandlers handlers) {
   lc::FolderWalk walk({.excludedPatterns = m_request.excludedPatterns, .withHidden = m_request.withHidden},
                       std::move(handlers), [this] { return !isInterrupted(); });
   if (m_request.copyTo) walk.skipFolder(*m_request.copyTo);
-  for (const auto& path : m_request.paths) {
+  for (const auto& path : m_paths) {
+    if (!m_request.copyTo) rememberFolder(path);
     walk.walk(path);
     if (isInterrupted()) return;
   }
   while (const auto path = m_request.nextPath ? m_request.nextPath() : std::nullopt) {
+    if (!m_request.copyTo) rememberFolder(*path);
     walk.walk(*path);
     if (isInterrupted()) return;
   }
@@ -408,7 +438,7 @@ void Scan::carry() {
 
 void Scan::prune() {
   if (!m_rows) return;
-  for (const auto& path : m_request.paths) {
+  for (const auto& path : m_paths) {
     if (vesk::path::isDirectory(path)) pruneBelow(vesk::path::resolvingSymlinks(path));
   }
 }

@@ -75,6 +75,21 @@ TEST_F(SearchTest, FindsTheLoopsThatPassEverySetting) {
       {restrictedTo({.minimumRating = -1}), {2, 5, 6, 8}},  // the others were never marked
       {restrictedTo({.candidateIds = Ids{9, -3, 9, kLowest, kHighest, 10, 77}}), {-3, 9, kHighest}},
       {restrictedTo({.candidateIds = Ids{}}), {}},
+      {restrictedTo({.text = {{"bass"}}}), {1, 2, 7}},  // name, comment, and the folder where the file itself lies
+      {restrictedTo({.text = {{"bass"}, {"file:///L/", "file:///M/"}}}), {1, 2, 7}},  // below a folder
+      {restrictedTo({.text = {{"sub"}, {"file:///L/Sub/"}}}), {}},                    // not the folder itself
+      {restrictedTo({.text = {{"l/sub"}, {"file:///"}}}), {5}},
+      {restrictedTo({.text = {{"/sub/"}, {"file://"}}}), {5}},  // the whole path
+      {restrictedTo({.text = {{"file"}, {"file://"}}}), {}},
+      {restrictedTo({.text = {{"tree", "apple"}}}), {2}},
+      {restrictedTo({.text = {{"then", "20"}}}), {8}},
+      {restrictedTo({.text = {{"100%"}}}), {2, 8}},
+      {restrictedTo({.text = {{"_"}}}), {-3}},
+      {restrictedTo({.text = {{"ärger"}}}), {6, 7}},
+      {restrictedTo({.textInName = "_"}), {-3}},
+      {restrictedTo({.keys = {{9}, {3, 2}}}), {6, 8}},  // loops without a key pass
+      {restrictedTo({.keys = {{9}, {3, 1}}, .onlyWithKey = true}), {2, 8}},
+      {restrictedTo({.onlyWithKey = true}), {-3, 1, 2, 4, 5, 7, 8, 9, kHighest}},
       {[](Engine& e) {  // each leaves out some loop that all others let pass
          e.setSearchKeywords(names("Favorites", "Zorp")), e.setEnabledCrateIdentifier(names("b"));
          e.setTimeSignatureTop(4, 4), e.setKeyType(2), e.setRootKey(62), e.setEnabledLoopTypes(std::set<int64_t>{0});
@@ -184,6 +199,18 @@ TEST_F(SearchTest, SortsByOneColumnOrByDescriptors) {
   engine->setSortingColumnName("tempo");
   engine->setSortDescriptors({{{"numberOfBeats", true}, {"fileName", false}}});
   EXPECT_EQ(idsFound(*engine), (Ids{4, 5, 9, 7, 2, 1, -3, 8, 6}));
+}
+
+TEST_F(SearchTest, SortsByRatingsAndNamesOfKeywords) {
+  database.run("UPDATE Loops SET genreId = iif(id = 4, 65, iif(id = 1, 69, 0))");  // Jazz, Rock/Blues
+  using By = LCSortDescriptor::By;
+  const std::tuple<By, bool, Ids> cases[] = {{By::keywordName, true, {4, 1, -3, 2, 5, 6, 7, 8, 9}},
+                                             {By::keywordName, false, {1, 4, -3, 2, 5, 6, 7, 8, 9}},
+                                             {By::rating, false, {6, 2, 5, -3, 1, 4, 7, 8, 9}}};
+  for (const auto& [by, isAscending, ids] : cases) {
+    engine->setSortDescriptors({{{"genreId", isAscending, false, by}, {"id"}}});
+    EXPECT_EQ(idsFound(*engine), ids);
+  }
 }
 
 TEST_F(SearchTest, SortsByColumnsOfTheResultAlone) {

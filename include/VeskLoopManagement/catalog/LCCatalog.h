@@ -120,7 +120,8 @@ class LC_EXPORT LCCatalog {
   // Those of `places` that fit; the folder is not asked for.
   LCOutcome<std::vector<LCLoopPlace>> placesAmong(std::span<const LCLoopPlace> places, const LCPlaceQuery& query);
   LCOutcome<std::vector<std::string>> keywordsOfLoop(int64_t loopId);
-  // The numbered variants of a loop; with `rootNote` only those in this key, two semitones around it, or without key.
+  // The numbered variants of a loop; with `rootNote` only those with this note in any octave, up to two semitones
+  // around it, or without key, and the loop itself.
   LCOutcome<LCLoopFamily> family(int64_t loopId, std::optional<int64_t> rootNote = std::nullopt);
 
   // --- Keywords and packages of the whole database ---
