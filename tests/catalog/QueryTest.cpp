@@ -15,8 +15,8 @@ const std::string kFunk1 = "Funky Beat 01.aif", kFunk2 = "Funky Beat 02.aif", kB
 const std::string kLead = "Lead.aif", kUnknown = "Unknown.aif";
 const Rows kAll = {kFunk1, kFunk2, kLead, kBass, kUnknown};
 
-constexpr LCMusicalKey kA{57}, kAMinor{57, LCScale::minor}, kBFlat{58}, kC{48};
-constexpr LCKeyMatch kExact = LCKeyMatch::exact;
+constexpr LCMusicalKey kA{57}, kAMinor{57, LCScale::minor}, kBFlat{58}, kC{48}, kE{52}, kFSharp{54};
+constexpr LCKeyMatch kExact = LCKeyMatch::exact, kCompatible = LCKeyMatch::compatible;
 constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
@@ -30,7 +30,7 @@ struct Query : CatalogTest {
                                  {chunk("NAME", "The title"), chunk("(c) ", "The copyright"),
                                   chunk("COMT", fixture::comtPayload({"The comment"})),
                                   chunk("coll", fixture::collPayload("The collection", "The theme"))}));
-    add("b/" + kLead, loopFile({"Piano", "", "Zorp", {}, 59, 3}, {chunk("midi", "MThd"), chunk("AUTH", "Some One")}));
+    add("b/" + kLead, loopFile({"Piano", "", "Zorp", {}, 71, 3}, {chunk("midi", "MThd"), chunk("AUTH", "Some One")}));
     add("b/" + kUnknown, loopFile({"Piano", "", "", {"Single"}, 0, 0, 8, 0}));
     scan({.paths = {"a"}, .package = "Pack A"});
     scan({.paths = {"b"}});
@@ -41,8 +41,12 @@ struct Query : CatalogTest {
 TEST_F(Query, FindsTheLoopsThatPassEveryFilterInBothLayouts) {
   const std::pair<LCLoopQuery, Rows> cases[] = {
       {{}, kAll},
-      {{.words = {"beat", "funky"}}, {kFunk1, kFunk2}},   // in any order
-      {{.words = {"Some", "One"}}, {kLead}},              // together, in the author
+      {{.words = {"beat", "funky"}}, {kFunk1, kFunk2}},  // in any order
+      {{.words = {"Some", "One"}}, {kLead}},             // together, in the author
+      {{.words = {"x"}}, {kBass}},                       // below a folder that was scanned
+      {{.words = {folder.path()}}, {}},                  // not above it
+      {{.words = {folder.path()}, .inWholePath = true}, kAll},
+      {{.words = {"_"}}, {}},
       {{.keywords = {"dry", "Jazz"}}, {kBass}},           // and, in any case
       {{.keywords = {"Dry"}, .instrument = "Kick"}, {}},  // known, but no loop has it: nothing, not everything
       {{.genre = "zorp"}, {kLead}},                       // a genre that only the file knows
@@ -53,6 +57,12 @@ TEST_F(Query, FindsTheLoopsThatPassEveryFilterInBothLayouts) {
       {{.key = kBFlat, .keyMatch = kExact}, {kUnknown}},
       {{.key = kBFlat}, {kFunk1, kFunk2, kLead, kUnknown}},  // G# to C
       {{.key = kC, .scale = LCScale::minor}, {kBass}},       // A# to D
+      {{.key = kBFlat, .withKey = true}, {kFunk1, kFunk2, kLead}},
+      {{.key = kAMinor, .keyMatch = kCompatible, .withKey = true}, {kFunk1, kFunk2, kBass}},  // C, D minor
+      {{.key = kAMinor, .keyMatch = kCompatible, .scale = LCScale::major}, {kFunk2}},
+      {{.key = LCMusicalKey{48, LCScale::minor}, .keyMatch = kCompatible, .withKey = true}, {}},
+      {{.key = kE, .keyMatch = kCompatible, .withKey = true}, {kFunk1, kLead}},  // A of any scale, B
+      {{.key = kFSharp, .keyMatch = kCompatible, .withKey = true}, {kLead}},     // its relative is A major, not minor
       {{.scale = LCScale::minor}, {kFunk1, kBass}},
       {{.signature = LCTimeSignature{3, 4}}, {kBass, kUnknown}},
       {{.loopTypes = {kLoopTypeMIDI}}, {kLead}},
@@ -106,6 +116,7 @@ TEST_F(Query, RefusesWhatMakesNoSenseAndNamesWhatMayHaveBeenMeant) {
       "INSERT INTO Crates VALUES ('x.1', 'Twice', '', 0), ('x.2', 'tWice', '', 0);"
       "INSERT INTO Keywords VALUES (19001, 'ZORP', 0)");
   const auto catalog = open();
+  const auto many = LCKeywordHelper::keywordsForCategory(kCategoryInstrumentSubType);
   const std::tuple<LCLoopQuery, const char*, Rows> cases[] = {
       {{.keywords = {"Jaz"}}, "notFound", {"Jazz"}},
       {{.keywords = {""}}, "notFound", {}},
@@ -114,6 +125,11 @@ TEST_F(Query, RefusesWhatMakesNoSenseAndNamesWhatMayHaveBeenMeant) {
       {{.package = "TWICE"}, "ambiguous", {"x.1", "x.2"}},
       {{.package = "x.2"}, "", {}},
       {{.key = kAMinor, .scale = LCScale::major}, "usage", {}},
+      {{.folder = path("nosuch")}, "notFound", {}},
+      {{.keywords = {many.begin(), many.end()}}, "usage", {}},
+      {{.words = Rows(901, "x")}, "usage", {}},
+      {{.words = {std::string(15001, 'x')}}, "usage", {}},
+      {{.words = Rows(900, "x")}, "", {}},
       {{.tempo = LCTempoSpan{2, 1}}, "usage", {}},
       {{.tempo = LCTempoSpan{kNaN, kNaN}}, "usage", {}},
       {{.order = {{Field::random}, {Field::name}}}, "usage", {}}};
@@ -136,6 +152,10 @@ TEST_F(Query, OrdersByEveryFieldAndThenByName) {
       {{{Field::key}}, {kUnknown, kFunk2, kBass, kFunk1, kLead}},
       {{{Field::length}}, {kFunk1, kLead, kUnknown, kFunk2, kBass}},
       {{{Field::type, true}}, {kLead, kFunk1, kFunk2, kBass, kUnknown}},
+      {{{Field::rating, true}}, {kLead, kFunk1, kFunk2, kBass, kUnknown}},
+      {{{Field::genre}}, {kBass, kFunk1, kFunk2, kLead, kUnknown}},  // Jazz, Rock/Blues, two without
+      {{{Field::instrument, true}, {Field::tempo}}, {kLead, kUnknown, kFunk1, kFunk2, kBass}},
+      {{{Field::id}}, rows("SELECT fileName FROM Loops ORDER BY id")},
       {{{Field::favorite, true}}, {kLead, kFunk1, kFunk2, kBass, kUnknown}}};
   for (const auto& [order, found] : cases) EXPECT_EQ(names({.order = order}), found);
   std::set<Rows> orders;  // the same order of five loops twelve times is as good as impossible
@@ -219,9 +239,9 @@ TEST_F(Query, FacetsCountTheLoopsOfTheResult) {
       "INSERT INTO Tagging SELECT Loops.id, Keywords.id FROM Loops, Keywords WHERE fileName = 'Lead.aif' AND "
       "name IN ('Tuba', 'Trumpet')");  // both of the group "Brass"
   const auto catalog = open();
-  const auto facets = [&](const LCLoopQuery& query) {
+  const auto facets = [&](const LCLoopQuery& query, LCFacetScope scope = LCFacetScope::all) {
     Rows words;
-    for (const auto& facet : valueOf(valueOf(catalog->search(query)).facets())) {
+    for (const auto& facet : valueOf(valueOf(catalog->search(query)).facets(scope))) {
       words.push_back(facet.keyword.name + " " + std::to_string(facet.loopCount) + facet.parent.value_or(""));
       EXPECT_NE(facet.keyword.id, 0) << facet.keyword.name;
     }
@@ -232,6 +252,9 @@ TEST_F(Query, FacetsCountTheLoopsOfTheResult) {
                                                  "Drums 2", "Bass 1", "Electric Bass 1Bass"}));
   EXPECT_EQ(facets({.minimumRating = 1}),
             (Rows{"Brass 1", "Piano 1Keyboards", "Trumpet 1Horn/Wind", "Tuba 1Horn/Wind", "Zorp 1"}));
+  constexpr auto kNarrowing = LCFacetScope::narrowing;
+  EXPECT_EQ(facets({.keywords = {"Dry"}, .tempo = LCTempoSpan{100, 300}}, kNarrowing), Rows{});
+  EXPECT_EQ(facets({.keywords = {"Dry"}, .name = "s"}, kNarrowing), Rows{});
   for (const bool withUnused : {false, true}) {
     const auto all = valueOf(catalog->keywords(withUnused));
     const auto isKick = [](const LCFacet& each) { return each.keyword.name == "Kick" && each.loopCount == 0; };
