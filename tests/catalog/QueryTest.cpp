@@ -119,7 +119,9 @@ TEST_F(Query, RefusesWhatMakesNoSenseAndNamesWhatMayHaveBeenMeant) {
   for (const auto& [query, kind, nearNames] : cases) {
     const auto result = catalog->search(query);
     EXPECT_EQ(kindOf(result), kind) << testing::PrintToString(nearNames);
-    if (!result) EXPECT_EQ(result.failure().nearNames, nearNames);
+    if (!result) {
+      EXPECT_EQ(result.failure().nearNames, nearNames);
+    }
   }
   EXPECT_EQ(names(*catalog), kAll);                                 // nothing stays of a query that was refused
   EXPECT_EQ(names(*catalog, {.keywords = {"Zorp"}}), Rows{kLead});  // "ZORP", which comes first, is another one
