@@ -15,6 +15,7 @@
 #include "SearchCommand.h"
 #include "VeskLoopManagement/catalog/LCLibraryVersions.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 #include "VeskLoopManagement/platform/Environment.h"
 
 #include <fmt/format.h>
@@ -259,6 +260,7 @@ int run(Sink& sink, Program& program, const std::vector<std::string>& arguments)
 }  // namespace
 
 int main(int count, char** arguments) {
+  LCFileParser::setAllowsSDIIFiles(true);
   std::signal(SIGPIPE, SIG_IGN);  // a reader that has enough must not end a run half way
   StandardStreams streams;
   Program program;

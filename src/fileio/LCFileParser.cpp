@@ -22,7 +22,7 @@
 
 namespace {
 
-std::atomic<unsigned char> allowsSDIIFiles{0};
+std::atomic<unsigned char> s_allowsSDIIFiles{0};
 std::atomic<unsigned char> s_allowsPathKeywords{1};
 
 using Reason = LCParserFailure::Reason;
@@ -102,7 +102,7 @@ LCFileTypes LCFileParser::defaultAllowedFileTypes() {
   // Files of the other types seldom carry tags: without keywords from their paths they are no use.
   if (!s_allowsPathKeywords) return types;
   types |= kFileTypeWAV;
-  if (allowsSDIIFiles) types |= kFileTypeSoundDesigner2;
+  if (s_allowsSDIIFiles) types |= kFileTypeSoundDesigner2;
   if (LCRexFileParser::rexFileAdapterRegistered()) types |= kFileTypeREX;
   return types;
 }
@@ -124,7 +124,11 @@ std::unique_ptr<LCFileParser> LCFileParser::fileParserForURL(const vesk::URL& ur
 }
 
 void LCFileParser::setAllowsSDIIFiles(bool allows) {
-  allowsSDIIFiles = allows ? 1 : 0;
+  s_allowsSDIIFiles = allows ? 1 : 0;
+}
+
+bool LCFileParser::allowsSDIIFiles() {
+  return s_allowsSDIIFiles != 0;
 }
 
 void LCFileParser::setAllowsKeywordExtractionFromPath(bool allows) {

@@ -57,6 +57,7 @@ class LC_EXPORT LCFileParser {
                                                                       LCFileTypes allowedFileTypes,
                                                                       LCParserFailure* failure);
   static void setAllowsSDIIFiles(bool allows);                  // default no
+  static bool allowsSDIIFiles();
   static void setAllowsKeywordExtractionFromPath(bool allows);  // default yes; WAV, SDII and REX hang on it too
   static bool allowsKeywordExtractionFromPath();
 
