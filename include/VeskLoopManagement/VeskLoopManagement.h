@@ -22,6 +22,7 @@
 #include "VeskLoopManagement/model/LCMetaInfo.h"
 #include "VeskLoopManagement/model/LCMusicalKey.h"
 #include "VeskLoopManagement/model/LCNodeTypesHelper.h"
+#include "VeskLoopManagement/model/LCTagField.h"
 #include "VeskLoopManagement/model/LCTimeSignature.h"
 #include "VeskLoopManagement/model/LCVireoLoopType.h"
 
