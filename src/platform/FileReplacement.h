@@ -94,6 +94,17 @@ class FileReplacement {
 
  private:
   FileReplacement(const std::string& path, const FoundFile* found, const ReplaceOptions& options);
+  bool fail(WriteError error, std::string_view what, int code = 0);  // false
+  void makeSibling();
+  bool copyByHand(int descriptor, uint64_t offset, uint64_t size);
+  std::span<std::byte> bufferOf(uint64_t size);
+  bool keepOwner();
+  bool keepMetadata();
+  bool keepModificationTime(int descriptor);
+  bool syncFolder();
+  bool copyBack();
+  bool renameSiblingToCopy();
+  bool writeOver(int target, uint64_t size, bool& isTouched);
 
   std::string m_path;
   const FoundFile* m_found;

@@ -1,5 +1,6 @@
 #include "platform/Path.h"
 
+#include "platform/FileReplacement.h"
 #include "VeskLoopManagement/platform/Environment.h"
 #include "VeskLoopManagement/platform/Text.h"
 
@@ -12,28 +13,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
-#include <random>
+#include <span>
 #include <system_error>
 
 namespace vesk::path {
 
 namespace {
-
-// An open file, closed at its end.
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int descriptor) : m_descriptor(descriptor) {}
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor() {
-    if (isOpen()) ::close(m_descriptor);
-  }
-  bool isOpen() const { return m_descriptor >= 0; }
-  int get() const { return m_descriptor; }
-
- private:
-  int m_descriptor;
-};
 
 // Texts with a NUL name nothing: the system would read them only as far as it.
 bool canNameFile(std::string_view path) {
@@ -92,31 +77,6 @@ std::vector<FolderEntry> entriesOf(const std::string& folder, const std::string&
   std::sort(entries.begin(), entries.end(),
             [](const FolderEntry& left, const FolderEntry& right) { return left.relativePath < right.relativePath; });
   return entries;
-}
-
-bool writeAll(int descriptor, std::string_view contents) {
-  while (!contents.empty()) {
-    const ssize_t written = ::write(descriptor, contents.data(), contents.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    contents.remove_prefix(static_cast<size_t>(written));
-  }
-  return true;
-}
-
-std::string randomSiblingName() {
-  static constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
-  std::random_device random;
-  std::string name = ".vesk-";
-  for (int i = 0; i < 12; ++i) name += kLetters[random() % kLetters.size()];
-  return name;
-}
-
-bool writeNewFile(const std::string& path, std::string_view contents, const std::optional<struct stat>& replaced) {
-  const FileDescriptor file{::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)};
-  if (!file.isOpen()) return false;
-  if (replaced && ::fchmod(file.get(), replaced->st_mode & 07777) != 0) return false;
-  return writeAll(file.get(), contents) && ::fsync(file.get()) == 0;
 }
 
 }  // namespace
@@ -249,17 +209,16 @@ std::optional<std::string> readFile(const std::string& path, size_t limit) {
 
 bool writeFileAtomically(const std::string& path, std::string_view contents) {
   if (!canNameFile(path)) return false;
-  const std::string target = resolvingSymlinks(path);
-  const std::string folder = deletingLastComponent(target);
-  const std::string temporary = appending(folder, randomSiblingName());
-  const bool isReplaced =
-      writeNewFile(temporary, contents, statusOf(target)) && ::rename(temporary.c_str(), target.c_str()) == 0;
-  if (!isReplaced) {
-    ::unlink(temporary.c_str());
-    return false;
+  WriteFailure failure;
+  const auto found = FoundFile::open(path, failure);
+  if (!found && failure.error != WriteError::notFound) return false;
+  std::optional<FileReplacement> replacement;
+  if (found) {
+    replacement.emplace(*found, ReplaceOptions{.replacing = Replacing::whateverIsThere});
+  } else {
+    replacement.emplace(resolvingSymlinks(path));
   }
-  const FileDescriptor opened{::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-  return !opened.isOpen() || ::fsync(opened.get()) == 0;
+  return replacement->write(std::as_bytes(std::span(contents))) && replacement->commit();
 }
 
 }  // namespace vesk::path

@@ -1,5 +1,6 @@
 #include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
+#include "platform/audiofile/ChunkWalk.h"
 #include "platform/audiofile/Containers.h"
 #include "platform/audiofile/FileBytes.h"
 #include "platform/Path.h"
@@ -14,7 +15,6 @@
 namespace vesk {
 namespace {
 
-constexpr uint64_t kMaximumUserDataSize = uint64_t{256} << 20;
 constexpr size_t kSignatureSize = 12;
 
 // What the first bytes of a file say that it is.

@@ -22,14 +22,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "platform/audiofile/Containers.h"
+#include "platform/audiofile/EditedLayout.h"
 #include "platform/FileReplacement.h"
 #include "platform/WriteFailure.h"
 #include "VeskLoopManagement/platform/audiofile/AudioFile.h"
@@ -51,14 +53,12 @@ enum class EditError {
   badText,           // "txt?": it holds a zero, or a key is empty
   unreadable,        // "rd? ": what is there cannot be read
 };
+inline constexpr FourCC kChunkNotFoundCode = "chk?";
 FourCC codeOf(EditError error);
 std::string_view textOf(EditError error);  // for a person, after the chunk's id and a colon; "" for none
 
 // The ids that are no user data in files of this kind.
 bool isStructural(FourCC id, ContainerKind kind);
-
-// A key of the info dictionary with its new value; nullopt takes the key out.
-using InfoEdit = std::pair<std::string, std::optional<std::string>>;
 
 class AudioFileEdit {
  public:
@@ -72,8 +72,8 @@ class AudioFileEdit {
   AudioFileEdit& operator=(const AudioFileEdit&) = delete;
 
   // The file as it is on disk, without the edits; borrowed, and until the next commit.
-  const AudioFile& file() const;
-  const std::string& path() const;  // links resolved; empty over bytes
+  const AudioFile& file() const { return *m_file; }
+  const std::string& path() const { return m_path; }  // links resolved; empty over bytes
 
   // With the edits. Chunks with the same id are counted by `index` from 0 in file order.
   size_t userDataCount(FourCC id) const;
@@ -105,6 +105,39 @@ class AudioFileEdit {
   // file.
   enum class Outcome { failed, unchanged, written };
   [[nodiscard]] Outcome commit(WriteFailure& failure);
+
+ private:
+  // A chunk with its edits. Those of the file come first, in its order, then those that were appended.
+  struct Item {
+    FourCC id;
+    const AudioChunk* chunk = nullptr;                      // of the file, also when its payload is another now
+    std::shared_ptr<const std::vector<std::byte>> payload;  // the new one; null: the chunk's own
+    bool isRemoved = false;
+  };
+
+  AudioFileEdit() = default;
+  bool attach(std::shared_ptr<ByteSource> source, WriteFailure& failure);
+  bool attach(std::unique_ptr<FoundFile> found, WriteFailure& failure);
+  EditError refusalOf(FourCC id) const;
+  EditError refusalOf(const Item& item) const;
+  std::optional<size_t> placeOf(FourCC id, size_t index) const;
+  bool holdsAlready(const AudioChunk& chunk, const PlannedChunk& planned) const;
+  std::vector<PlannedChunk> plannedChunks() const;
+  bool isUnchanged(std::span<const PlannedChunk> chunks) const;
+  std::optional<EditedLayout> laidOut(std::span<const PlannedChunk> chunks, WriteFailure& failure) const;
+  std::unique_ptr<SplicedBytes> bytesOf(const EditedLayout& layout) const;
+  bool write(const EditedLayout& layout, FileReplacement& replacement) const;
+  bool readsBack(const EditedLayout& layout, const FileReplacement& replacement, WriteFailure& failure) const;
+  bool fail(WriteFailure& failure, WriteError error, std::string_view what) const;
+
+  std::string m_path;
+  ReplaceOptions m_options;
+  std::unique_ptr<FoundFile> m_found;  // null over bytes, and when the file was lost
+  std::shared_ptr<ByteSource> m_source;
+  std::unique_ptr<AudioFile> m_file;
+  std::vector<Item> m_items;
+  std::map<FourCC, std::vector<size_t>> m_itemsByID;  // indices into m_items, ascending, without those removed
+  size_t m_count = 0;                                 // of the items that are not removed
 };
 
 }  // namespace vesk

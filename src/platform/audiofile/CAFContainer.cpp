@@ -11,6 +11,7 @@
 //           offset 8   int64    valid frames                      offset 20  int32   remainder frames; then a table
 //   "info"  offset 0   uint32   count                             offset 4   count pairs of zero-terminated texts
 #include "platform/audiofile/ByteReader.h"
+#include "platform/audiofile/ByteWriter.h"
 #include "platform/audiofile/ChunkWalk.h"
 #include "platform/audiofile/Containers.h"
 
@@ -25,6 +26,7 @@ constexpr uint64_t kChunkHeaderSize = 12;
 constexpr uint64_t kEditCountSize = 4;
 constexpr size_t kDescriptionSize = 32;
 constexpr size_t kPacketTableHeaderSize = 24;
+constexpr size_t kInfoCountSize = 4;
 constexpr uint64_t kMaximumInfoSize = uint64_t{1} << 20;  // a longer "info" is read as far as this
 constexpr FourCC kDescriptionID = "desc";
 constexpr FourCC kDataID = "data";
@@ -154,6 +156,71 @@ std::optional<std::string_view> takeText(std::string_view& texts) {
   return text;
 }
 
+// The pairs of an info payload, and what stands behind them. Borrows the payload, and the texts of edits.
+class InfoPairs {
+ public:
+  explicit InfoPairs(std::span<const std::byte> payload) {
+    if (payload.size() < kInfoCountSize) return;
+    const uint32_t count = ByteReader(payload, std::endian::big).u32();
+    m_rest = std::string_view(reinterpret_cast<const char*>(payload.data()), payload.size());
+    m_rest.remove_prefix(kInfoCountSize);
+    for (uint32_t i = 0; i < count; ++i) {
+      std::string_view left = m_rest;
+      const auto key = takeText(left);
+      const auto value = takeText(left);
+      if (!key || !value) break;
+      m_pairs.push_back({*key, *value});
+      m_rest = left;
+    }
+  }
+
+  const auto& pairs() const { return m_pairs; }
+
+  // What the key reads as: its first value that is not empty; nullopt when it is not there.
+  std::optional<std::string> valueOf(std::string_view key) const {
+    std::optional<std::string> found;
+    bool isCut = false;
+    for (const auto& [held, value] : m_pairs) {
+      if (held == key && (!found || found->empty())) found = infoText(value, isCut);
+    }
+    return found;
+  }
+
+  void set(const std::string& key, const std::optional<std::string>& value) {
+    const auto isKey = [&](const Pair& pair) { return pair.key == key; };
+    auto first = std::find_if(m_pairs.begin(), m_pairs.end(), isKey);
+    if (value) {
+      if (first == m_pairs.end()) first = m_pairs.insert(first, {key, {}});
+      first->value = *value;
+      ++first;
+    }
+    m_pairs.erase(std::remove_if(first, m_pairs.end(), isKey), m_pairs.end());
+  }
+
+  // Empty when there is nothing to hold.
+  std::vector<std::byte> encode() const {
+    if (m_pairs.empty() && m_rest.empty()) return {};
+    ByteWriter writer(std::endian::big);
+    writer.u32(static_cast<uint32_t>(m_pairs.size()));
+    for (const auto& [key, value] : m_pairs) {
+      for (const std::string_view text : {key, value}) {
+        writer.raw(std::as_bytes(std::span(text)));
+        writer.zeros(1);
+      }
+    }
+    writer.raw(std::as_bytes(std::span(m_rest)));
+    return writer.take();
+  }
+
+ private:
+  struct Pair {
+    std::string_view key;
+    std::string_view value;
+  };
+  std::vector<Pair> m_pairs;
+  std::string_view m_rest;
+};
+
 }  // namespace
 
 std::optional<AudioFileContents> readCAF(ByteSource& bytes, std::string& refusal) {
@@ -188,21 +255,29 @@ std::optional<InfoDictionary> cafInfo(ByteSource& bytes, const AudioFileContents
   const AudioChunk* chunk = contents.firstChunk(kInfoID);
   if (!chunk || chunk->isCutOff) return std::nullopt;
   const auto payload = headOf(bytes, contents, kInfoID, kMaximumInfoSize);
-  if (!payload || payload->size() < 4) return std::nullopt;
+  if (!payload || payload->size() < kInfoCountSize) return std::nullopt;
   if (chunk->size > kMaximumInfoSize) isCut = true;
-  const uint32_t count = ByteReader(*payload, std::endian::big).u32();
-  std::string_view texts(reinterpret_cast<const char*>(payload->data()), payload->size());
-  texts.remove_prefix(4);
   InfoDictionary dictionary;
-  for (uint32_t i = 0; i < count; ++i) {
-    const auto key = takeText(texts);
-    const auto value = takeText(texts);
-    if (!key || !value) break;
-    addInfo(dictionary, infoText(*key, isCut), infoText(*value, isCut));
+  const InfoPairs info(*payload);
+  for (const auto& [key, value] : info.pairs()) {
+    addInfo(dictionary, infoText(key, isCut), infoText(value, isCut));
   }
   const auto comment = dictionary.find("comment");
   if (comment != dictionary.end() && !dictionary.contains("comments")) dictionary["comments"] = comment->second;
   return dictionary;
+}
+
+std::optional<std::vector<std::byte>> mergedCAFInfo(std::span<const std::byte> payload,
+                                                    std::span<const InfoEdit> edits) {
+  InfoPairs pairs(payload);
+  bool isChanged = false;
+  for (const auto& [key, value] : edits) {
+    if (pairs.valueOf(key) == value) continue;
+    pairs.set(key, value);
+    isChanged = true;
+  }
+  if (!isChanged) return std::nullopt;
+  return pairs.encode();
 }
 
 }  // namespace vesk

@@ -20,9 +20,10 @@
 namespace vesk {
 
 inline constexpr size_t kMaximumChunkCount = 50000;
-inline constexpr uint32_t kSizeElsewhere = 0xFFFFFFFF;    // in RF64 and BW64: see "ds64"; else: to the end
-inline constexpr uint32_t kSizeUnknown = 0x7FFFFFFF;      // what some streaming writers leave
-inline constexpr uint64_t kSizeUnknown64 = ~uint64_t{0};  // the same in 64 bits: -1
+inline constexpr uint64_t kMaximumUserDataSize = uint64_t{256} << 20;  // no larger payload is read whole
+inline constexpr uint32_t kSizeElsewhere = 0xFFFFFFFF;                 // in RF64 and BW64: see "ds64"; else: to the end
+inline constexpr uint32_t kSizeUnknown = 0x7FFFFFFF;                   // what some streaming writers leave
+inline constexpr uint64_t kSizeUnknown64 = ~uint64_t{0};               // the same in 64 bits: -1
 
 // Adds `chunk` to the list. False when it is one too many; `refusal` then says so.
 bool appendChunk(const AudioChunk& chunk, AudioFileContents& contents, std::string& refusal);

@@ -5,8 +5,11 @@
 
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "VeskLoopManagement/platform/audiofile/AudioFileLayout.h"
 #include "VeskLoopManagement/platform/audiofile/ByteSource.h"
@@ -28,6 +31,14 @@ std::optional<AudioFileContents> readSoundDesigner2(const ByteSource& bytes, Byt
 using InfoDictionary = std::map<std::string, std::string>;
 std::optional<InfoDictionary> wavInfo(ByteSource& bytes, const AudioFileContents& contents, bool& isCut);
 std::optional<InfoDictionary> cafInfo(ByteSource& bytes, const AudioFileContents& contents, bool& isCut);
+
+// A key of the info dictionary with its new value; nullopt takes the key out.
+using InfoEdit = std::pair<std::string, std::optional<std::string>>;
+// A CAF info payload (empty: there is none yet) with the edits merged into it: a key that is there gets its value at
+// its first place and stands once, others follow the last pair in their order. All other bytes stay. nullopt when every
+// key reads so already, empty when no pair is left.
+std::optional<std::vector<std::byte>> mergedCAFInfo(std::span<const std::byte> payload,
+                                                    std::span<const InfoEdit> edits);
 
 // UTF-8 as it stands; anything else is read as Latin-1. Cut as above.
 std::string infoText(std::string_view bytes, bool& isCut);

@@ -35,26 +35,21 @@ std::string openFailure(int code) {
 
 std::unique_ptr<FileBytes> FileBytes::open(const std::string& path, OpenError& error, std::string& detail) {
   const bool isCutByNUL = path.find('\0') != std::string::npos;
-  const int descriptor = isCutByNUL ? -1 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (descriptor < 0) {
+  FileDescriptor descriptor{isCutByNUL ? -1 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
+  if (!descriptor.isOpen()) {
     const int code = isCutByNUL ? ENOENT : errno;
     error = code == ENOENT || code == ENOTDIR ? OpenError::notFound : OpenError::notReadable;
     detail = openFailure(code);
     return nullptr;
   }
   struct stat status = {};
-  const bool isKnown = ::fstat(descriptor, &status) == 0;
+  const bool isKnown = ::fstat(descriptor.get(), &status) == 0;
   if (!isKnown || !S_ISREG(status.st_mode)) {
-    ::close(descriptor);
     error = OpenError::notReadable;
     detail = isKnown && S_ISDIR(status.st_mode) ? "it is a folder" : "it is not a regular file";
     return nullptr;
   }
-  return std::unique_ptr<FileBytes>(new FileBytes(descriptor, static_cast<uint64_t>(status.st_size)));
-}
-
-FileBytes::~FileBytes() {
-  ::close(m_descriptor);
+  return std::make_unique<FileBytes>(std::move(descriptor), static_cast<uint64_t>(status.st_size));
 }
 
 bool FileBytes::readInside(uint64_t offset, std::span<std::byte> target) {
@@ -79,7 +74,7 @@ bool FileBytes::moveWindow(uint64_t offset, size_t count) {
 
 bool FileBytes::readDirectly(uint64_t offset, std::span<std::byte> target) {
   while (!target.empty()) {
-    const ssize_t count = ::pread(m_descriptor, target.data(), target.size(), static_cast<off_t>(offset));
+    const ssize_t count = ::pread(m_descriptor.get(), target.data(), target.size(), static_cast<off_t>(offset));
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) return false;
     offset += static_cast<uint64_t>(count);

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 
+#include "platform/FileDescriptor.h"
 #include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 #include "VeskLoopManagement/platform/audiofile/ByteSource.h"
 
@@ -21,18 +22,18 @@ class FileBytes : public ByteSource {
   // Null when `path` is no readable regular file: `error` and `detail` then say why. Never waits for a FIFO or a
   // device.
   static std::unique_ptr<FileBytes> open(const std::string& path, OpenError& error, std::string& detail);
-  ~FileBytes() override;
+  // Over a file of this size that is open for reading.
+  FileBytes(FileDescriptor descriptor, uint64_t size) : ByteSource(size), m_descriptor(std::move(descriptor)) {}
 
  private:
   static constexpr size_t kWindowSize = 8192;
   static constexpr uint64_t kWindowStep = 4096;  // windows begin at multiples of it
 
-  FileBytes(int descriptor, uint64_t size) : ByteSource(size), m_descriptor(descriptor) {}
   bool readInside(uint64_t offset, std::span<std::byte> target) override;
   bool readDirectly(uint64_t offset, std::span<std::byte> target);
   bool moveWindow(uint64_t offset, size_t count);
 
-  int m_descriptor;
+  FileDescriptor m_descriptor;
   std::array<std::byte, kWindowSize> m_window;
   uint64_t m_windowOffset = 0;
   size_t m_windowSize = 0;  // bytes of the window that are filled
