@@ -28,6 +28,7 @@
 
 #include "VeskLoopManagement/fileio/LCChunkIDs.h"
 #include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/fileio/LCFileWriter.h"
 #include "VeskLoopManagement/fileio/LCRexFileParser.h"
 #include "VeskLoopManagement/fileio/MurmurHash.h"
 
@@ -63,3 +64,4 @@
 #include "VeskLoopManagement/catalog/LCLoopQuery.h"
 #include "VeskLoopManagement/catalog/LCLoopResult.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
+#include "VeskLoopManagement/catalog/LCTagEdit.h"

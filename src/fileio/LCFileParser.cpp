@@ -268,19 +268,8 @@ void LCFileParser::extractGenInstInfoFromData(std::span<const std::byte> data) {
   if (m_fileData->enhancedFileDataAvailable) m_fileData->genInstDictionary = std::move(instrument->dictionary);
 }
 
-// Every field is written, so that a key that is absent clears what an earlier chunk said.
 void LCFileParser::extractAdditionalLoopDataFromData(std::span<const std::byte> data) {
-  auto additional = LCAdditionalDataChunk::decode(data);
-  if (!additional) return;
-  LCFileData& record = *m_fileData;
-  record.integratedLoudness = additional->integratedLoudness;
-  record.globalMaxTruePeak = additional->globalMaxTruePeak;
-  record.targetIntegratedLoudness = additional->targetIntegratedLoudness;
-  record.iconId = additional->iconId;
-  record.preferFileName = additional->preferFileName;
-  record.patchInfo = additional->patchInfo;
-  record.metaInfos = std::move(additional->metaInfos);
-  record.taggingDictionary = std::move(additional->taggings);
+  if (auto additional = LCAdditionalDataChunk::decode(data)) std::move(*additional).applyTo(*m_fileData);
 }
 
 void LCFileParser::extractStepSequencerDataFromData(std::span<const std::byte> data) {

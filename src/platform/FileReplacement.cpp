@@ -122,19 +122,16 @@ void removeIfAbandoned(int folder, const char* name) {
 
 // Removes what killed replacements have left in the folder. Not again within a few seconds, or writing to each file of
 // a large folder in turn would read the folder as often.
-void removeLeftovers(int folder) {
+void removeLeftovers(int folder, const std::string& path) {
   using Clock = std::chrono::steady_clock;
   struct Sweep {
-    struct stat folder = {};
+    std::string path;
     Clock::time_point time;
   };
-  static thread_local std::optional<Sweep> lastSweep;
-  Sweep sweep{.time = Clock::now()};
-  if (::fstat(folder, &sweep.folder) != 0) return;
-  const bool isRecent = lastSweep && isSameFile(lastSweep->folder, sweep.folder) &&
-                        sweep.time - lastSweep->time < std::chrono::seconds(10);
-  if (isRecent) return;
-  lastSweep = sweep;
+  static thread_local Sweep lastSweep;
+  const auto now = Clock::now();
+  if (lastSweep.path == path && now - lastSweep.time < std::chrono::seconds(10)) return;
+  lastSweep = {path, now};
   const int listed = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (listed < 0) return;
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(::fdopendir(listed), &::closedir);
@@ -260,13 +257,13 @@ FileReplacement::FileReplacement(const std::string& path) : FileReplacement(path
 FileReplacement::FileReplacement(const std::string& path, const FoundFile* found, const ReplaceOptions& options)
     : m_path(path), m_found(found), m_options(options) {
   m_copiesBack = found && found->hasOtherNames() && options.copyBack == CopyBack::whereNeeded;
-  m_folder =
-      FileDescriptor(retried([&] { return ::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+  const std::string folder = folderOf(path);
+  m_folder = FileDescriptor(retried([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
   if (!m_folder.isOpen()) {
     fail(WriteError::readOnlyFolder, "its folder cannot be opened", errno);
     return;
   }
-  removeLeftovers(m_folder.get());
+  removeLeftovers(m_folder.get(), folder);
   makeSibling();
 }
 

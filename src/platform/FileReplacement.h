@@ -4,7 +4,8 @@
 //
 // Siblings are called ".veskloops-", 12 random characters and ".part"; they are made exclusively and locked (flock) as
 // long as their maker lives. Every exit removes its own. A maker that was killed cannot; so a replacement first removes
-// those siblings in the folder that nobody holds a lock on. Where the file system knows no such locks, they stay.
+// those siblings in the folder that nobody holds a lock on (a thread does so once in ten seconds in the same folder).
+// Where the file system knows no such locks, they stay.
 //
 // One thread at a time. Nothing throws: a call that fails says so, the first reason is kept in failure(), and every
 // call after it fails.

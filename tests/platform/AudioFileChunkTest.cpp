@@ -18,16 +18,6 @@ const Chunk kSsnd = ssndChunk(8);
 const Chunk kData = dataChunk(8);
 const Chunk kList = chunk("LIST", infoListPayload({{"INAM", "abc"}}));  // 16 bytes
 
-Chunk lying(Chunk chunk, uint64_t declaredSize) {
-  chunk.declaredSize = declaredSize;
-  return chunk;
-}
-
-Chunk unpadded(Chunk chunk) {
-  chunk.hasPad = false;
-  return chunk;
-}
-
 using Chunks = std::vector<Chunk>;
 const auto wav = [](const Chunks& all, const FormLies& lies = {}) { return formFile("RIFF", "WAVE", all, lies); };
 const auto aiff = [](const Chunks& all, const FormLies& lies = {}) { return formFile("FORM", "AIFF", all, lies); };
@@ -38,21 +28,6 @@ Bytes wavOffBy(int difference, const std::vector<Chunk>& chunks, const Bytes& tr
   const uint32_t size = wav(chunks).size() - 8 + difference;
   return wav(chunks, {.size = size, .trailing = trailing});
 }
-
-// `head` and `tail` with zeros between them that take no memory.
-struct Sparse : vesk::ByteSource {
-  Sparse(Bytes first, uint64_t zeros, Bytes last = {})
-      : ByteSource(first.size() + zeros + last.size()), head(std::move(first)), tail(std::move(last)) {}
-  bool readInside(uint64_t offset, std::span<std::byte> target) override {
-    const uint64_t tailOffset = size() - tail.size();
-    for (std::byte& byte : target) {
-      byte = offset < head.size() ? head[offset] : offset < tailOffset ? std::byte{0} : tail[offset - tailOffset];
-      ++offset;
-    }
-    return true;
-  }
-  Bytes head, tail;
-};
 
 using Case = std::tuple<const char*, Bytes, vesk::Regularity, const char*, const char*>;
 

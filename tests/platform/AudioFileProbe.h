@@ -30,3 +30,18 @@ inline std::string chunkLine(const vesk::AudioFile& file) {
   }
   return line;
 }
+
+// `head` and `tail` with zeros between them that take no memory.
+struct Sparse : vesk::ByteSource {
+  Sparse(fixture::Bytes first, uint64_t zeros, fixture::Bytes last = {})
+      : ByteSource(first.size() + zeros + last.size()), head(std::move(first)), tail(std::move(last)) {}
+  bool readInside(uint64_t offset, std::span<std::byte> target) override {
+    const uint64_t tailOffset = size() - tail.size();
+    for (std::byte& byte : target) {
+      byte = offset < head.size() ? head[offset] : offset < tailOffset ? std::byte{0} : tail[offset - tailOffset];
+      ++offset;
+    }
+    return true;
+  }
+  fixture::Bytes head, tail;
+};

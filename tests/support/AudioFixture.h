@@ -100,6 +100,16 @@ inline Chunk chunk(std::string_view id, std::string_view text) {
   return chunk(id, bytesOf(text));
 }
 
+inline Chunk lying(Chunk chunk, uint64_t declaredSize) {
+  chunk.declaredSize = declaredSize;
+  return chunk;
+}
+
+inline Chunk unpadded(Chunk chunk) {
+  chunk.hasPad = false;
+  return chunk;
+}
+
 inline void appendChunk(Builder& builder, const Chunk& chunk, bool bigEndian) {
   builder.field(chunk.id, 4).number(chunk.declaredSize.value_or(chunk.payload.size()), 4, bigEndian);
   builder.raw(chunk.payload);
