@@ -23,8 +23,7 @@ vesk::StringSet wordsOf(const std::optional<vesk::StringSet>& descriptors) {
 
 void setField(LCFileData& record, LCTagField field, const std::string& text) {
   if (auto reason = lc::setTagText(record, field, text)) {
-    throw TagRefusal{LCTagProblem::invalidValue,
-                     fmt::format("{}: “{}”: {}", lc::tagFieldName(field), text, *reason)};
+    throw TagRefusal{LCTagProblem::invalidValue, fmt::format("{}: “{}”: {}", lc::tagFieldName(field), text, *reason)};
   }
 }
 
@@ -81,6 +80,10 @@ const std::vector<KeywordRule>& keywordRules() {
   return rules;
 }
 
+bool isKeywordField(LCTagField field) {
+  return std::ranges::any_of(keywordRules(), [field](const KeywordRule& rule) { return rule.field == field; });
+}
+
 // The words of a field that has some.
 vesk::StringSet wordsOf(const LCFileData& record, LCTagField field) {
   vesk::StringSet words;
@@ -114,12 +117,10 @@ std::string quoted(const std::optional<std::string>& text) {
 void requireTag(const LCFileData& expected, const LCFileData& found, LCTagField field, bool isWanted) {
   if (lc::haveSameTag(expected, found, field)) return;
   throw TagRefusal{LCTagProblem::notCarried,
-                   fmt::format(isWanted ? "{} cannot be {} in this file: it would read back as {}"
-                                        : "{} would not stay {}: it would read back as {}",
-                               lc::tagFieldName(field), quoted(lc::tagText(expected, field)),
+                   fmt::format("{} {} {}: it would read back as {}", lc::tagFieldName(field),
+                               isWanted ? "cannot be" : "would not stay", quoted(lc::tagText(expected, field)),
                                quoted(lc::tagText(found, field)))};
 }
-
 
 // One pattern for all that is no number.
 void makeComparable(std::optional<double>& number) {
@@ -166,7 +167,8 @@ lc::WantedTags lc::wantedTags(const LCFileData& record, std::span<const LCTagCha
     named.insert(fieldOf(each));
   }
   for (const LCTagField field : tagFields()) {
-    if (named.contains(field) || !haveSameTag(record, wanted.record, field)) wanted.fields.push_back(field);
+    const bool mayComeFromPath = named.contains(field) && isKeywordField(field);
+    if (mayComeFromPath || !haveSameTag(record, wanted.record, field)) wanted.fields.push_back(field);
   }
   return wanted;
 }
@@ -176,8 +178,7 @@ void lc::requireKnownKeywords(const LCFileData& record, const WantedTags& wanted
     const vesk::StringSet before = wordsOf(record, rule.field);
     for (const auto& word : wordsOf(wanted.record, rule.field)) {
       const int32_t category = LCKeywordHelper::keywordCategoryForKeyword(word);
-      const bool isOfKind = std::find(rule.categories.begin(), rule.categories.end(), category) !=
-                            rule.categories.end();
+      const bool isOfKind = std::ranges::find(rule.categories, category) != rule.categories.end();
       if (!isOfKind && !before.contains(word)) refuseKeyword(word, rule);
     }
   }
@@ -196,7 +197,7 @@ std::optional<std::string> lc::remarkOnInstrument(const LCFileData& record, cons
 void lc::requireCarried(const LCFileData& record, const WantedTags& wanted, const LCFileData& found,
                         vesk::ContainerKind kind) {
   for (const LCTagField field : tagFields()) {
-    const bool isWanted = std::find(wanted.fields.begin(), wanted.fields.end(), field) != wanted.fields.end();
+    const bool isWanted = std::ranges::find(wanted.fields, field) != wanted.fields.end();
     if (isWanted || !followsFromOthers(field, kind)) requireTag(wanted.record, found, field, isWanted);
   }
   if (withoutTags(record) == withoutTags(found)) return;

@@ -1,5 +1,6 @@
-// What a list of changes makes of a loop record, which words it may bring, and whether a record that was read is the one
-// that was wanted. Pure functions on records; the words are those of the taxonomy. Give up by throwing a TagRefusal.
+// What a list of changes makes of a loop record, which words it may bring, and whether a record that was read is the
+// one that was wanted. Pure functions on records; the words are those of the taxonomy. Give up by throwing a
+// TagRefusal.
 #pragma once
 
 #include <map>
@@ -8,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "catalog/TagRefusal.h"
 #include "VeskLoopManagement/catalog/LCTagEdit.h"
 #include "VeskLoopManagement/model/LCFileData.h"
 #include "VeskLoopManagement/model/LCTagField.h"
@@ -15,15 +17,8 @@
 
 namespace lc {
 
-// Why a file is left as it is. Caught where the file's report is made.
-struct TagRefusal {
-  LCTagProblem problem = LCTagProblem::writeFailed;
-  std::string detail;
-  std::vector<std::string> nearNames = {};
-};
-
-// A record with changes made to it. `fields` are those that were named and those that changed with them, in the order
-// of lc::tagFields().
+// A record with changes made to it, and the fields that are to be written: those with another tag than before, and
+// those named whose words may have come from the path.
 struct WantedTags {
   LCFileData record;
   std::vector<LCTagField> fields;

@@ -48,6 +48,11 @@ constexpr const char* kRenewModified =
     "UPDATE Files SET latterModified = ?1 "
     "WHERE fileURL = ?2 AND id < ?3 AND status = 1 AND latterModified = ?4 AND latterSize = ?5 AND latterHash = ?6";
 
+// Of an edit of the same file, later than the one with this id.
+constexpr const char* kSelectLaterStart =
+    "SELECT 1 FROM Files WHERE fileURL = ?1 AND id > ?2 AND formerSize = ?3 AND formerAudioOffset = ?4 AND "
+    "formerHash = ?5";
+
 LCFailure failureOf(int status, const std::string& file) {
   switch (status & 0xFF) {
     case SQLITE_BUSY:
@@ -248,8 +253,8 @@ void lc::TagJournal::addFields(int64_t entryId, const std::map<std::string, LCTa
 }
 
 void lc::TagJournal::markDone(int64_t entryId, const FileState& state) {
-  LCStatement update = prepared(
-      "UPDATE Files SET status = 1, latterModified = ?1, latterDevice = ?2, latterInode = ?3 WHERE id = ?4");
+  LCStatement update =
+      prepared("UPDATE Files SET status = 1, latterModified = ?1, latterDevice = ?2, latterInode = ?3 WHERE id = ?4");
   update.bind(1, state.modified);
   update.bind(2, state.device);
   update.bind(3, state.inode);
@@ -334,4 +339,41 @@ std::optional<std::vector<std::byte>> lc::TagJournal::formerSurroundings(const J
   const bool isWhole = audio.isSound() && bytes.size() == audio.fileSize - audio.size &&
                        imageOf(audio, bytes) == entry.former && entry.latter.audio.isSound();
   return isWhole ? std::optional(std::move(bytes)) : std::nullopt;
+}
+
+bool lc::TagJournal::hasLaterStart(const JournalEntry& entry, const FileImage& image) {
+  LCStatement select = prepared(kSelectLaterStart);
+  select.bind(1, entry.urlText);
+  select.bind(2, entry.id);
+  select.bind(3, image.audio.fileSize);
+  select.bind(4, image.audio.offset);
+  select.bind(5, image.hash);
+  return select.step();
+}
+
+// --- A run ---
+
+int64_t lc::JournaledRun::add(JournalEntry entry, std::span<const std::byte> formerSurroundings) {
+  if (m_id == 0) m_id = m_journal.beginRun();
+  entry.runId = m_id;
+  const int64_t entryId = m_journal.add(entry, formerSurroundings);
+  ++m_files;
+  return entryId;
+}
+
+// An entry that the journal does not let go stays pending, and its file tells that it was never written.
+void lc::JournaledRun::remove(int64_t entryId) {
+  --m_files;
+  static_cast<void>(outcomeOf([&] {
+    m_journal.remove(entryId);
+    return true;
+  }));
+}
+
+void lc::JournaledRun::finish() {
+  if (id() == 0) return;
+  static_cast<void>(outcomeOf([&] {
+    m_journal.finishRun(m_id);
+    return true;
+  }));
 }

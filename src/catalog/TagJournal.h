@@ -1,7 +1,8 @@
-// The journal of tag edits: one small database in the state folder, "tag-journal.db", that holds for every file that was
-// changed the bytes beside its audio as they were, so that the change can be taken back. An entry is on the disk before
-// its file is touched and stays "pending" until the file was read again; what became of a pending one of a killed run
-// its file tells. The journal is the user's: one that is damaged or of a newer version is refused and left as it is.
+// The journal of tag edits: one small database in the state folder, "tag-journal.db", that holds for every file that
+// was changed the bytes beside its audio as they were, so that the change can be taken back. An entry is on the disk
+// before its file is touched and stays "pending" until the file was read again; what became of a pending one of a
+// killed run its file tells. The journal is the user's: one that is damaged or of a newer version is refused and left
+// as it is.
 //
 // Several programs may use it at once. One thread. Throws CatalogErrors.
 #pragma once
@@ -32,8 +33,8 @@ struct JournalEntry {
   FileImage latter;
   int64_t formerLoopId = 0;
   int64_t latterLoopId = 0;
-  int64_t formerModified = 0;                // nanoseconds since 1970
-  std::optional<int64_t> latterModified;     // once it is done
+  int64_t formerModified = 0;             // nanoseconds since 1970
+  std::optional<int64_t> latterModified;  // once it is done
   std::map<std::string, LCTagFieldChange> fields;
   std::string path() const;
 };
@@ -65,6 +66,8 @@ class TagJournal {
   std::vector<JournalEntry> entries(int64_t runId, JournalEntry::Status upTo = JournalEntry::Status::undone);
   // Of the file before the edit; nullopt when they are not what the entry says.
   std::optional<std::vector<std::byte>> formerSurroundings(const JournalEntry& entry);
+  // Whether an edit after this one began with a file like `image`.
+  bool hasLaterStart(const JournalEntry& entry, const FileImage& image);
 
  private:
   void open();
@@ -79,6 +82,24 @@ class TagJournal {
 
   std::string m_file;
   LCConnection m_connection;
+};
+
+// One run of edits in a journal, which is borrowed. It begins with its first file.
+class JournaledRun {
+ public:
+  explicit JournaledRun(TagJournal& journal) : m_journal(journal) {}
+  int64_t id() const { return m_files > 0 ? m_id : 0; }  // 0: no file was written
+
+  // As the journal's. `runId` does not count.
+  int64_t add(JournalEntry entry, std::span<const std::byte> formerSurroundings);
+  void markDone(int64_t entryId, const FileState& state) { m_journal.markDone(entryId, state); }
+  void remove(int64_t entryId);  // of a file that was not written after all
+  void finish();                 // a journal that refuses tells of it as ended half-way
+
+ private:
+  TagJournal& m_journal;
+  int64_t m_id = 0;
+  int64_t m_files = 0;
 };
 
 }  // namespace lc

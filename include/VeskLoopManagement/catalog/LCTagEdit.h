@@ -56,6 +56,7 @@ enum class LCTagProblem {
   notCarried,      // its container cannot hold the field, or not this value
   readOnly,        // the file, or its folder
   hasOtherNames,   // hard links
+  ownerNotKept,    // the new file would be somebody else's
   changed,         // by someone else since it was opened; of undo: since it was tagged
   backupFailed,
   journalFailed,

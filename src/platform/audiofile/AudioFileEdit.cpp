@@ -4,15 +4,12 @@
 #include "platform/audiofile/ChunkWalk.h"
 #include "platform/audiofile/FileBytes.h"
 
-#include <fcntl.h>
-
 #include <algorithm>
 #include <array>
 
 namespace vesk {
 namespace {
 
-constexpr size_t kComparedSize = size_t{1} << 18;
 constexpr FourCC kInfoID = "info";
 constexpr FourCC kListID = "LIST";
 constexpr size_t kListTypeSize = 4;
@@ -69,26 +66,6 @@ std::unique_ptr<SplicedBytes> sharing(const std::shared_ptr<ByteSource>& source)
   return std::make_unique<SplicedBytes>(source, std::make_shared<const Splice>(std::move(whole)));
 }
 
-// Null when the system is out of descriptors.
-std::unique_ptr<FileBytes> bytesOver(int descriptor, uint64_t size) {
-  FileDescriptor own{::fcntl(descriptor, F_DUPFD_CLOEXEC, 0)};
-  return own.isOpen() ? std::make_unique<FileBytes>(std::move(own), size) : nullptr;
-}
-
-bool areEqual(ByteSource& one, ByteSource& other) {
-  if (one.size() != other.size()) return false;
-  std::vector<std::byte> first(kComparedSize);
-  std::vector<std::byte> second(kComparedSize);
-  for (uint64_t offset = 0; offset < one.size(); offset += kComparedSize) {
-    const auto size = static_cast<size_t>(std::min<uint64_t>(kComparedSize, one.size() - offset));
-    const auto here = std::span(first).first(size);
-    const auto there = std::span(second).first(size);
-    if (!one.read(offset, here) || !other.read(offset, there)) return false;
-    if (!std::equal(here.begin(), here.end(), there.begin())) return false;
-  }
-  return true;
-}
-
 std::string joined(const std::vector<std::string>& sentences) {
   std::string text;
   for (const std::string& sentence : sentences) text += (text.empty() ? "" : "; ") + sentence;
@@ -135,7 +112,7 @@ std::unique_ptr<AudioFileEdit> AudioFileEdit::open(std::unique_ptr<ByteSource> b
 AudioFileEdit::~AudioFileEdit() = default;
 
 bool AudioFileEdit::attach(std::unique_ptr<FoundFile> found, WriteFailure& failure) {
-  std::shared_ptr<ByteSource> bytes = bytesOver(found->descriptor(), found->size());
+  std::shared_ptr<ByteSource> bytes = FileBytes::over(found->descriptor(), found->size());
   if (!bytes) return fail(failure, WriteError::notReadable, "too many files are open");
   if (!attach(std::move(bytes), failure)) return false;
   m_found = std::move(found);
@@ -352,7 +329,7 @@ AudioFileEdit::Outcome AudioFileEdit::commit(WriteFailure& failure) {
   const auto layout = laidOut(chunks, failure);
   if (!layout) return Outcome::failed;
   FileReplacement replacement(*m_found, m_options);
-  const bool isWritten = write(*layout, replacement) && replacement.complete();
+  const bool isWritten = writeSplice(*layout->splice, m_found->descriptor(), replacement) && replacement.complete();
   if (isWritten && !readsBack(*layout, replacement, failure)) return Outcome::failed;
   const bool isReplaced = isWritten && replacement.commit();
   failure = replacement.failure();
@@ -364,25 +341,14 @@ AudioFileEdit::Outcome AudioFileEdit::commit(WriteFailure& failure) {
   return isReplaced ? Outcome::written : Outcome::failed;
 }
 
-bool AudioFileEdit::write(const EditedLayout& layout, FileReplacement& replacement) const {
-  const Splice& splice = *layout.splice;
-  for (const Splice::Piece& piece : splice.pieces()) {
-    const bool isDone = piece.isNew
-                            ? replacement.write(splice.newBytes().subspan(static_cast<size_t>(piece.from), piece.size))
-                            : replacement.copy(m_found->descriptor(), piece.from, piece.size);
-    if (!isDone) return false;
-  }
-  return true;
-}
-
 // The written sibling must be read as it was meant, and hold every byte that was meant.
 bool AudioFileEdit::readsBack(const EditedLayout& layout, const FileReplacement& replacement,
                               WriteFailure& failure) const {
   struct stat status = {};
   const bool isKnown = ::fstat(replacement.descriptor(), &status) == 0;
   const auto size = static_cast<uint64_t>(status.st_size);
-  const auto bytes = isKnown ? bytesOver(replacement.descriptor(), size) : nullptr;
-  auto parsedBytes = isKnown ? bytesOver(replacement.descriptor(), size) : nullptr;
+  const auto bytes = isKnown ? FileBytes::over(replacement.descriptor(), size) : nullptr;
+  auto parsedBytes = isKnown ? FileBytes::over(replacement.descriptor(), size) : nullptr;
   if (!bytes || !parsedBytes) return fail(failure, WriteError::system, "what was written cannot be read back");
   const auto parsed = AudioFile::open(std::move(parsedBytes));
   const auto meant = bytesOf(layout);
