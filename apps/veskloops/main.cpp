@@ -13,6 +13,7 @@
 #include "Output.h"
 #include "RemoveCommand.h"
 #include "SearchCommand.h"
+#include "TagCommand.h"
 #include "VeskLoopManagement/catalog/LCLibraryVersions.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
 #include "VeskLoopManagement/fileio/LCFileParser.h"
@@ -73,6 +74,7 @@ struct Program {
     addCommand("favorite", "Mark loops as favourites", addFavoriteCommand);
     addCommand("rate", "Rate loops from 0 to 5", addRateCommand);
     addCommand("comment", "Put a comment on loops", addCommentCommand);
+    addCommand("tag", "Change the tags in loop files, and take changes back", addTagCommand);
     addCommand("crates", "List, make and remove content packages", addCratesCommand);
     help = app.add_subcommand("help", "Show the help of a command")->fallthrough();
     addArguments(*help, "COMMAND", helpWords, "Which one");

@@ -1,5 +1,5 @@
-// LCAIFWriter writes the tagging chunks and texts of AIFF files, each as the first chunk with its code. No tagging chunk
-// is ever removed: a record with fewer tags leaves older chunks of other codes in place.
+// LCAIFWriter writes the tagging chunks and texts of AIFF files, each as the first chunk with its code. No tagging
+// chunk is ever removed: a record with fewer tags leaves older chunks of other codes in place.
 #pragma once
 
 #include "fileio/ChunkWriter.h"

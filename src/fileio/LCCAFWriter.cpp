@@ -87,9 +87,25 @@ bool LCCAFWriter::removeUUIDChunksUUIDChunkID(const LCChunkIdentifier& identifie
   return true;
 }
 
+// The places of "uuid" chunks in the file stay: those behind the one that goes move up, and the new one takes the last.
 bool LCCAFWriter::writeData(const std::optional<vesk::Bytes>& data, const LCChunkIdentifier& forCAFChunk) {
-  const bool isRemoved = removeUUIDChunksUUIDChunkID(forCAFChunk);
-  if (!data) return isRemoved;
-  const size_t end = audioFile().userDataCount(kUUIDChunkCode);
-  return logged(kUUIDChunkCode, audioFile().setUserData(kUUIDChunkCode, end, lc::uuidChunk(forCAFChunk, *data)));
+  const auto indices = findIndicesForUUIDChunkID(forCAFChunk);
+  if (!data || !indices) return removeUUIDChunksUUIDChunkID(forCAFChunk) && (!data || appendData(*data, forCAFChunk));
+  for (size_t place = indices->size(); place-- > 1;) {
+    if (!logged(kUUIDChunkCode, audioFile().removeUserData(kUUIDChunkCode, (*indices)[place]))) return false;
+  }
+  const size_t last = audioFile().userDataCount(kUUIDChunkCode) - 1;
+  for (size_t place = indices->front(); place < last; ++place) {
+    const auto next = audioFile().userData(kUUIDChunkCode, place + 1);
+    if (!next || !setUUIDChunk(place, *next)) return false;
+  }
+  return setUUIDChunk(last, lc::uuidChunk(forCAFChunk, *data));
+}
+
+bool LCCAFWriter::appendData(std::span<const std::byte> data, const LCChunkIdentifier& identifier) {
+  return setUUIDChunk(audioFile().userDataCount(kUUIDChunkCode), lc::uuidChunk(identifier, data));
+}
+
+bool LCCAFWriter::setUUIDChunk(size_t index, std::span<const std::byte> chunk) {
+  return logged(kUUIDChunkCode, audioFile().setUserData(kUUIDChunkCode, index, chunk));
 }

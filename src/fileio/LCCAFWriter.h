@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 class LCCAFWriter : public lc::ChunkWriter {
@@ -26,4 +27,8 @@ class LCCAFWriter : public lc::ChunkWriter {
   bool removeUUIDChunksUUIDChunkID(const LCChunkIdentifier& identifier);
   // Removes those that are there and, when there are data, appends a new one.
   bool writeData(const std::optional<vesk::Bytes>& data, const LCChunkIdentifier& forCAFChunk);
+
+ private:
+  bool appendData(std::span<const std::byte> data, const LCChunkIdentifier& identifier);
+  bool setUUIDChunk(size_t index, std::span<const std::byte> chunk);
 };

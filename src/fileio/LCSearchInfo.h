@@ -32,8 +32,8 @@ struct LCSearchInfo {
   // to their first NUL. A payload above the largest size is written, but never read back.
   std::vector<std::byte> encode() const;
 
-  // `payload` with `value` under `key`, which is ASCII, in the place where it stood; a new key comes last. nullopt takes
-  // the key out. All other entries keep their bytes and their order, and so does what is behind them.
+  // `payload` with `value` under `key`, which is ASCII, in the place where it stood; a new key comes last. nullopt
+  // takes the key out. All other entries keep their bytes and their order, and so does what is behind them.
   static std::vector<std::byte> edited(std::span<const std::byte> payload, std::string_view key,
                                        const std::optional<std::string>& value);
 

@@ -56,8 +56,8 @@ class Tagging {
   Refusal run() {
     switch (familyOf(m_file.file().kind())) {
       case Family::aiff:
-        return firstOf({&Tagging::editTexts, &Tagging::editComments, &Tagging::editBasicTagging,
-                        &Tagging::editCategory, &Tagging::editCollection, &Tagging::editAdditionalDataChunk});
+        return firstOf({&Tagging::editTexts, &Tagging::editComments, &Tagging::editBasicTagging, &Tagging::editCategory,
+                        &Tagging::editCollection, &Tagging::editAdditionalDataChunk});
       case Family::caf:
         return firstOf({&Tagging::refuseWhatCAFLacks, &Tagging::editInfo, &Tagging::editSearchInfo,
                         &Tagging::editAdditionalUUIDChunk});
@@ -369,9 +369,9 @@ Refusal Tagging::editAdditionalDataChunk() {
 
 // Of several the last one that says anything counts.
 Refusal Tagging::editAdditionalUUIDChunk() {
-  const auto index = lc::lastUUIDChunk(
-      m_file, kAdditionalDataIdentifier,
-      [](std::span<const std::byte> payload) { return LCAdditionalDataChunk::decode(payload).has_value(); });
+  const auto index = lc::lastUUIDChunk(m_file, kAdditionalDataIdentifier, [](std::span<const std::byte> payload) {
+    return LCAdditionalDataChunk::decode(payload).has_value();
+  });
   std::string refusal;
   const auto edited = additionalData(index ? lc::uuidPayload(m_file, *index) : std::nullopt, refusal);
   if (!edited) return refusal.empty() ? std::nullopt : Refusal(refusal);

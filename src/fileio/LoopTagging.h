@@ -1,6 +1,6 @@
-// Puts single tags into an opened audio file, each into its chunk and each chunk from the bytes that are there: reserved
-// bytes, other comments, other versions and entries that nobody here knows stay. Only edits in memory; the caller looks
-// at the result (AudioFileEdit::preview) and commits. Pure but for the file that it edits; nothing throws.
+// Puts single tags into an opened audio file, each into its chunk and each chunk from the bytes that are there:
+// reserved bytes, other comments, other versions and entries that nobody here knows stay. Only edits in memory; the
+// caller looks at the result (AudioFileEdit::preview) and commits. Pure but for the file that it edits; nothing throws.
 #pragma once
 
 #include <optional>
