@@ -1,6 +1,6 @@
-// Writes the inputs from which fuzzing starts to FOLDER/audiofile, FOLDER/parsers and FOLDER/payloads: a small file of
-// every container with a bit of everything, what belongs to a Sound Designer II file, and a payload of every kind. They
-// are made byte by byte, without our own writers.
+// Writes the inputs from which fuzzing starts to FOLDER/audiofile, FOLDER/parsers, FOLDER/edit and FOLDER/payloads: a
+// small file of every container with a bit of everything, also with a script of edits, what belongs to a Sound Designer
+// II file, and a payload of every kind. They are made byte by byte, without our own writers.
 #include "support/AudioFixture.h"
 
 #include <cstdio>
@@ -104,6 +104,18 @@ Seeds payloads() {
   };
 }
 
+// Each file with edits in front of it: one appended, one replaced, one removed, and an info text.
+Seeds edits() {
+  Seeds seeds;
+  for (const auto& [name, bytes] : files()) {
+    const bool isOnDisk = seeds.size() % 4 == 0;
+    Builder script;
+    script.u8(isOnDisk ? 0x84 : 4).raw(bytesFromHex("02000541 2E010342 28010000 01000343"));
+    seeds.emplace_back(name, script.raw(bytes).bytes);
+  }
+  return seeds;
+}
+
 void write(const std::filesystem::path& folder, const Seeds& seeds) {
   std::filesystem::create_directories(folder);
   for (const auto& [name, bytes] : seeds) writeFile(folder / name, bytes);
@@ -117,6 +129,7 @@ int main(int argc, char** argv) {
   write(folder / "audiofile", files());
   write(folder / "audiofile", forks());
   write(folder / "parsers", files());
+  write(folder / "edit", edits());
   write(folder / "payloads", payloads());
   return 0;
 }
