@@ -65,8 +65,8 @@ void FileTagging::tag() {
   open();
   readRecord();
   edit();
-  if (!m_file->hasChanges()) return;
   preview();
+  if (!m_file->hasChanges()) return;
   if (m_options.isDryRun) return tellChange();
   copyToBackup();
   noteInJournal();

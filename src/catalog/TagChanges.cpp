@@ -23,7 +23,7 @@ vesk::StringSet wordsOf(const std::optional<vesk::StringSet>& descriptors) {
 
 void setField(LCFileData& record, LCTagField field, const std::string& text) {
   if (auto reason = lc::setTagText(record, field, text)) {
-    throw TagRefusal{LCTagProblem::invalidValue, fmt::format("{}: “{}”: {}", lc::tagFieldName(field), text, *reason)};
+    throw TagRefusal{LCTagProblem::invalidValue, fmt::format("{}: \"{}\": {}", lc::tagFieldName(field), text, *reason)};
   }
 }
 
@@ -103,15 +103,15 @@ vesk::StringSet wordsOf(const LCFileData& record, LCTagField field) {
   }
   const bool isOther = LCKeywordHelper::keywordCategoryForKeyword(word) != 0;
   throw TagRefusal{LCTagProblem::unknownKeyword,
-                   isOther ? fmt::format("“{}” is a keyword, but no {}", word, rule.noun)
-                           : fmt::format("unknown {} “{}”", rule.noun, word),
+                   isOther ? fmt::format("\"{}\" is a keyword, but no {}", word, rule.noun)
+                           : fmt::format("unknown {} \"{}\"", rule.noun, word),
                    near.best()};
 }
 
 // --- Comparing ---
 
 std::string quoted(const std::optional<std::string>& text) {
-  return text ? fmt::format("“{}”", *text) : "nothing";
+  return text ? fmt::format("\"{}\"", *text) : "empty";
 }
 
 void requireTag(const LCFileData& expected, const LCFileData& found, LCTagField field, bool isWanted) {

@@ -122,6 +122,7 @@ TEST_F(TagRun, RefusesWithTheReasonAndLeavesTheFileAlone) {
   add("A.aif");
   add("P.aif", fixture::loopFile({}, {chunk("PTCH", "x")}));
   add("C.caf", cafLoop());
+  add("long.caf", fixture::cafFile({fixture::cafInfoChunk({{"title", std::string(70000, 'x')}})}));
   add("W.wav", wavLoop());
   add("text.txt", fixture::bytesOf("no audio"));
   add("L.loopdata", fixture::bytesOf("no archive"));
@@ -139,12 +140,13 @@ TEST_F(TagRun, RefusesWithTheReasonAndLeavesTheFileAlone) {
     std::string detail;  // a part of it
     bool allowsUnknown = false;
   } cases[] = {
-      {"A.aif", setting(genre, "Jaz"), "unknownKeyword", "unknown genre “Jaz”"},
+      {"A.aif", setting(genre, "Jaz"), "unknownKeyword", "unknown genre \"Jaz\""},
       {"A.aif", setting(genre, "Drums"), "unknownKeyword", "a keyword, but no genre"},
       {"A.aif", {.kind = Kind::addDescriptor, .text = "Wet"}, "unknownKeyword", "Wet"},
-      {"A.aif", setting(beats, "many"), "invalidValue", "beats: “many”"},
-      {"A.aif", setting(genre, std::string(60, 'x')), "notCarried", "it would read back as “xx", true},
-      {"P.aif", clearing(patchInfo), "", "", true},  // none to clear: 1 is what the chunk says
+      {"A.aif", setting(beats, "many"), "invalidValue", "beats: \"many\""},
+      {"A.aif", setting(genre, std::string(60, 'x')), "notCarried", "it would read back as \"xx", true},
+      {"P.aif", clearing(patchInfo), "notCarried", "would read back as \"1\""},
+      {"long.caf", {.kind = Kind::addDescriptor, .text = "Dark"}, "irregular", "may not be whole"},
       {"C.caf", setting(theme, "Night"), "notCarried", "theme"},
       {"C.caf", setting(fileType, "one-shot"), "notCarried", "fileType"},
       {"C.caf", setting(key, "69"), "notCarried", "48"},
@@ -165,7 +167,14 @@ TEST_F(TagRun, RefusesWithTheReasonAndLeavesTheFileAlone) {
   }
   tag({"A.aif"}, {setting(genre, "Jaz")});
   EXPECT_EQ(told.last.nearNames.at(0), "Jazz");
+  tag({"A.aif"}, {setting(subInstrument, "Kick"), setting(instrument, "Bass")}, {.isDryRun = true});
+  EXPECT_EQ(told.last.notes, Rows{"Kick is a kind of Drums, and the instrument is Bass"});
   EXPECT_TRUE(history().empty());
+  tag({"names.aif"}, {setting(genre, "Jazz")}, {.copiesBack = true});
+  EXPECT_TRUE(bytes("two.aif") == bytes("names.aif") && bytes("two.aif") != bytes("A.aif"));
+  EXPECT_EQ(undo(), Rows{"names.aif: hasOtherNames"});
+  undo(std::nullopt, {.copiesBack = true});
+  EXPECT_TRUE(bytes("two.aif") == bytes("A.aif"));
 }
 
 TEST_F(TagRun, GivesFilesTheirFormerBytesBack) {
