@@ -58,9 +58,10 @@ void change(LCFileData& record, const LCTagChange& change) {
   }
 }
 
-LCTagField fieldOf(const LCTagChange& change) {
-  const bool isOfField = change.kind == Kind::set || change.kind == Kind::clear;
-  return isOfField ? change.field : LCTagField::descriptors;
+// The field whose words are to be in the file, be they in its path or not.
+std::optional<LCTagField> givenField(const LCTagChange& change) {
+  if (change.kind == Kind::set) return change.field;
+  return change.kind == Kind::addDescriptor ? std::optional(LCTagField::descriptors) : std::nullopt;
 }
 
 // --- Keywords ---
@@ -161,13 +162,13 @@ std::optional<std::string> tempoText(const LCFileData& record) {
 
 lc::WantedTags lc::wantedTags(const LCFileData& record, std::span<const LCTagChange> changes) {
   WantedTags wanted{.record = record, .fields = {}};
-  std::set<LCTagField> named;
+  std::set<LCTagField> given;
   for (const auto& each : changes) {
     change(wanted.record, each);
-    named.insert(fieldOf(each));
+    if (const auto field = givenField(each)) given.insert(*field);
   }
   for (const LCTagField field : tagFields()) {
-    const bool mayComeFromPath = named.contains(field) && isKeywordField(field);
+    const bool mayComeFromPath = given.contains(field) && isKeywordField(field);
     if (mayComeFromPath || !haveSameTag(record, wanted.record, field)) wanted.fields.push_back(field);
   }
   return wanted;

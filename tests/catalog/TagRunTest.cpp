@@ -3,7 +3,6 @@
 #include "VeskLoopManagement/catalog/LCTagEdit.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 namespace {
 
@@ -83,7 +82,6 @@ Bytes oddLoop(const std::string& genre) {
   basic[40] = std::byte{9};
   fixture::Chunk odd = chunk("odd ", "abc");
   odd.pad = 5;
-  Bytes file = fixture::loopFile({}, {});
   return fixture::formFile(
       "FORM", "AIFF",
       {fixture::commChunk(1, 400, 8, fixture::extended(100)), chunk("cate", category), odd, fixture::ssndChunk(400),
@@ -115,7 +113,12 @@ TEST_F(TagRun, ChangesNothingButTheField) {
   EXPECT_EQ(fs::last_write_time(path("A.aif")), fs::file_time_type{});
   EXPECT_NE(told.last.oldId, told.last.newId);
   EXPECT_EQ(tag({"A.aif"}, {setting(genre, "Jazz"), clearing(title)}), Rows{"A.aif: -"});
-  EXPECT_EQ(history(), Rows{"1 0 true"});  // no run without a file
+  EXPECT_EQ(history(), Rows{"1 0 true"});    // no run without a file
+  add("Jazz/Dark.caf", fixture::cafFile());  // words of the path become the file's when they are given, and not else
+  EXPECT_EQ(tag({"Jazz/Dark.caf"}, {{.kind = Kind::removeDescriptor, .text = "Dry"}, clearing(instrument)}),
+            Rows{"Dark.caf: -"});
+  EXPECT_EQ(tag({"Jazz/Dark.caf"}, {setting(genre, "Jazz")}), Rows{"Dark.caf: fileType=one-shot"});
+  EXPECT_EQ(told.last.oldId, told.last.newId);
 }
 
 TEST_F(TagRun, RefusesWithTheReasonAndLeavesTheFileAlone) {
@@ -321,6 +324,10 @@ TEST_F(TagRun, NothingIsTaggedWithoutItsJournal) {
   fs::remove(journal());
   EXPECT_EQ(tag({"A.aif"}, {setting(genre, "Jazz")}), Rows{"A.aif: genre=Jazz"});
   EXPECT_EQ(fs::status(journal()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  constexpr uint64_t kTooMuch = uint64_t{300} << 20;  // that is no audio; none of it is on the disk
+  add("huge.caf", fixture::cafFile({{.id = "free", .declaredSize = kTooMuch}}));
+  fs::resize_file(path("huge.caf"), fs::file_size(path("huge.caf")) + kTooMuch);
+  EXPECT_EQ(tag({"huge.caf"}, {setting(title, "T")}), Rows{"huge.caf: journalFailed"});
   execute("CREATE TRIGGER refusing BEFORE INSERT ON Files BEGIN SELECT RAISE(ABORT, 'x'); END", journal());
   EXPECT_EQ(tag({"A.aif"}, {setting(genre, "Funk")}), Rows{"A.aif: journalFailed"});
 }
