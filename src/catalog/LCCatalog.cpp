@@ -59,6 +59,10 @@ std::optional<LCLoopPlace> findPlace(lc::LoopRows& rows, const LCLoopReference& 
 LCLoopPlace requiredPlace(lc::LoopRows& rows, const LCLoopReference& reference) {
   if (auto place = findPlace(rows, reference)) return *place;
   LCFailure failure{.kind = LCFailureKind::notFound, .message = "no such loop", .subject = wordsFor(reference)};
+  if (reference.url && vesk::path::isDeadLink(reference.url->path())) {
+    failure.message = "the link leads nowhere";
+    throw CatalogError{std::move(failure)};
+  }
   if (!reference.id && (reference.url || reference.name)) {
     failure.nearNames = rows.namesLike(reference.url ? reference.url->lastPathComponent() : *reference.name);
   }

@@ -263,11 +263,19 @@ std::optional<LCLoopPlace> lc::LoopRows::placeWithURL(const vesk::URL& url) {
   return firstRow(byURL, placeAt);
 }
 
+// "…" stands for what a table left out, unless it is a part of the name.
 std::vector<LCLoopPlace> lc::LoopRows::placesWithName(std::string_view name) {
-  for (const char* condition :
-       {"fileName = ?1 COLLATE NOCASE", "substr(fileName, 1, length(?1)) = ?1 COLLATE NOCASE"}) {
+  const std::string exact = vesk::text::precomposed(name);
+  std::string pattern = exact;
+  for (const char* special : {"\\", "%", "_"}) {
+    pattern = vesk::text::replacingAll(pattern, special, std::string("\\") + special);
+  }
+  const std::string shortened = vesk::text::replacingAll(pattern, "…", "%");
+  for (const auto& [condition, value] : {std::pair("fileName = ?1 COLLATE NOCASE", exact),
+                                         {R"(fileName LIKE ?1 ESCAPE '\')", pattern + "%"},
+                                         {R"(fileName LIKE ?1 ESCAPE '\')", shortened}}) {
     LCStatement statement(m_connection, std::string(kSelectPlaces) + condition + " ORDER BY fileName, fileURL, id");
-    statement.bind(1, vesk::text::precomposed(name));
+    statement.bind(1, value);
     if (auto places = placesOf(statement); !places.empty()) return places;
   }
   return {};

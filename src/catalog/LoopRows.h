@@ -35,7 +35,8 @@ class LoopRows {
   std::optional<LCCatalogLoop> loopWithId(int64_t loopId);
   std::optional<LCLoopPlace> placeWithId(int64_t loopId);
   std::optional<LCLoopPlace> placeWithURL(const vesk::URL& url);
-  // Of this file name or, when there is none, of those that begin with it, by name; upper and lower case are the same.
+  // Of this file name or, when there is none, of those that begin with it or, at last, have something in the place of
+  // its "…"; by name, upper and lower case are the same.
   std::vector<LCLoopPlace> placesWithName(std::string_view name);
   // Loops that stand under this URL, too: of files that were tagged anew since. Localized names are not found.
   std::vector<int64_t> otherIdsWithURL(const vesk::URL& url, int64_t loopId);

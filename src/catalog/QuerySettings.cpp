@@ -152,16 +152,16 @@ LCWordRestriction wordRestriction(const LCLoopQuery& query, std::span<const std:
   return restriction;
 }
 
-// A folder that is gone still has its loops.
-void applyFolder(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRows& rows) {
-  if (!query.folder) return engine.setPathPrefix(std::nullopt);
+// A restriction, for the engine's own setting takes "_" and "%20" for patterns. A folder that is gone still has its
+// loops.
+std::string requiredFolder(const LCLoopQuery& query, lc::LoopRows& rows) {
+  if (!query.folder) return {};
   const std::string folder = vesk::path::resolvingSymlinks(*query.folder);
-  engine.setPathPrefix(folder);
-  if (vesk::path::isDirectory(folder)) return;
+  std::string url = vesk::URL::fileURLWithPath(folder, true).absoluteString();
+  if (vesk::path::isDirectory(folder)) return url;
   bool hasLoops = false;
-  rows.forEachPlaceBelow(vesk::URL::fileURLWithPath(folder, true).absoluteString(), std::nullopt,
-                         [&](const LCLoopPlace&) { return !(hasLoops = true); });
-  if (hasLoops) return;
+  rows.forEachPlaceBelow(url, std::nullopt, [&](const LCLoopPlace&) { return !(hasLoops = true); });
+  if (hasLoops) return url;
   throw lc::CatalogError{{.kind = LCFailureKind::notFound, .message = "no such folder", .subject = *query.folder}};
 }
 
@@ -209,9 +209,11 @@ void applyMusic(const LCLoopQuery& query, LCSearchEngine& engine) {
                              query.signature ? query.signature->bottom : -1);
 }
 
-void applyRestrictions(const LCLoopQuery& query, LCSearchEngine& engine, std::span<const std::string> libraryFolders) {
+void applyRestrictions(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRows& rows,
+                       std::span<const std::string> libraryFolders) {
   engine.setSearchForFavorites(query.onlyFavorites);
   engine.setRestrictions({.text = wordRestriction(query, libraryFolders),
+                          .folder = requiredFolder(query, rows),
                           .textInName = query.name.value_or(""),
                           .keys = keyPatterns(query),
                           .onlyWithKey = query.withKey,
@@ -244,9 +246,8 @@ bool applyKeywords(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRow
 
 bool lc::applyQuery(const LCLoopQuery& query, LCSearchEngine& engine, LoopRows& rows,
                     std::span<const std::string> libraryFolders) {
-  applyRestrictions(query, engine, libraryFolders);
+  applyRestrictions(query, engine, rows, libraryFolders);
   applyMusic(query, engine);
-  applyFolder(query, engine, rows);
   applyPackage(query, engine, rows);
   engine.setEnabledLoopTypes(query.loopTypes);
   engine.setSortDescriptors(sortDescriptors(query.order));

@@ -37,9 +37,11 @@ struct ScanLog : LCScanObserver {
   }
   void noted(const std::string& text) override { notes.push_back(text); }
   void warned(const std::string& text, const std::string&) override { warnings.push_back(text); }
+  void advanced(int64_t count, const std::string&) override { done = count; }
   bool shouldContinue() override { return !mayGoOn || mayGoOn(); }
 
   Rows failures, notes, warnings;
+  int64_t done = 0;
   std::function<bool()> mayGoOn;
 };
 

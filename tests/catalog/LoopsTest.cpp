@@ -30,7 +30,14 @@ TEST_F(Loops, AreNamedByIdURLPathAndName) {
   scan({.paths = {"l"}});
   const auto catalog = open();
   const LCLoopPlace bassoon = place("Bassoon.aif");
-  EXPECT_EQ(valueOf(catalog->place({.name = "bassO"})), bassoon);
+  for (const char* name : {"bassO", "BASSO….aif", "b…oon.aif"}) {
+    EXPECT_EQ(valueOf(catalog->place({.name = name})), bassoon) << name;
+  }
+  for (const char* name : {"Bass_on", "%oon", "oon", "…oon.ai"}) {
+    EXPECT_EQ(kindOf(catalog->place({.name = name})), "notFound") << name;
+  }
+  fs::create_symlink("nothing", path("dead.aif"));
+  EXPECT_EQ(catalog->place(Reference::ofPath(path("dead.aif"))).failure().message, "the link leads nowhere");
   EXPECT_EQ(kindOf(catalog->place({.url = Reference::ofPath(path("l")).url, .name = "bassO"})), "notFound");
   const LCFailure several = catalog->place({.name = "BASS.aif"}).failure();
   EXPECT_EQ(several.nearNames, (Rows{path("l/Bass.aif"), path("l/x/Bass.aif")}));

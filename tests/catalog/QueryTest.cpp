@@ -30,10 +30,11 @@ struct Query : CatalogTest {
                                  {chunk("NAME", "The title"), chunk("(c) ", "The copyright"),
                                   chunk("COMT", fixture::comtPayload({"The comment"})),
                                   chunk("coll", fixture::collPayload("The collection", "The theme"))}));
-    add("b/" + kLead, loopFile({"Piano", "", "Zorp", {}, 71, 3}, {chunk("midi", "MThd"), chunk("AUTH", "Some One")}));
-    add("b/" + kUnknown, loopFile({"Piano", "", "", {"Single"}, 0, 0, 8, 0}));
+    add("bZ20/" + kLead, loopFile({"Piano", "", "Zorp", {}, 71, 3}, {chunk("midi", "MThd"), chunk("AUTH", "Some One")}));
+    add("bZ20/" + kUnknown, loopFile({"Piano", "", "", {"Single"}, 0, 0, 8, 0}));
     scan({.paths = {"a"}, .package = "Pack A"});
-    scan({.paths = {"b"}});
+    scan({.paths = {"bZ20"}});
+    for (const char* empty : {"b ", "b__0"}) folder.addFolder(empty);
     execute("INSERT INTO UserData SELECT id, 1, 4, 'so \"good\"' FROM Loops WHERE fileName = 'Lead.aif'");
   }
 };
@@ -67,6 +68,8 @@ TEST_F(Query, FindsTheLoopsThatPassEveryFilterInBothLayouts) {
       {{.minimumRating = 4}, {kLead}},
       {{.package = "pack a"}, {kFunk1, kFunk2, kBass}},
       {{.folder = path("a/x")}, {kBass}},
+      {{.folder = path("b ")}, {}},  // neither its "%20" nor "_" is a pattern for "bZ20"
+      {{.folder = path("b__0")}, {}},
       {{.name = "b"}, {kFunk1, kFunk2, kBass}},
   };
   for (const auto layout : {LCCatalogLayout::desktop, LCCatalogLayout::mobile}) {

@@ -42,6 +42,7 @@ TEST_F(Scan, CountsEveryFileOnceAndSaysWhyTheBrokenOnesAreNotIn) {
   const auto report = scan({.paths = {"loops", "none.aif", "loops/pipe.aif", "loops/sub"}});
   EXPECT_EQ(counts(report),
             (Counts{{"walked", 9}, {"indexed", 4}, {"untagged", 1}, {"unsupported", 1}, {"failed", 4}}));
+  EXPECT_EQ(log.done, 9);
   EXPECT_EQ(log.failures,
             (Rows{"broken.aif: malformed", "gone.aif: unreadable", "none.aif: notFound", "pipe.aif: unreadable"}));
   EXPECT_EQ(paths(), (Rows{"loops/A.aif", "loops/sub/B.aif", "loops/C.aif", "outside/E.aif"}));

@@ -33,16 +33,27 @@ TEST(LoopColumns, AreFieldsBetweenTabsInFullForScripts) {
   EXPECT_THROW(columnsForWords("name,tone"), Failure);
 }
 
-TEST(LoopTable, TakesTheColumnsThatHaveRoom) {
-  StringSink sink;
-  sink.resultStream.columns = 44;
-  Output output(sink, {});
-  const LoopTable table(output, {});
-  table.printHeader();
-  table.printRow(kLoop);
-  EXPECT_EQ(sink.result,
-            "Name                        Tempo  Key     \n"
-            "Funk \uFFFD[31m\uFFFD.aif                90  D min\n");
+TEST(LoopTable, TakesTheColumnsThatHaveRoomAndNeverWraps) {
+  const std::string name = "Funk \uFFFD[31m\uFFFD.aif", id = "-9223372036854775808";
+  const std::tuple<size_t, const char*, std::string> cases[] = {
+      {10, "", "Name\nFunk …aif\n"},
+      {60, "",
+       "Name                      Folder            Tempo  Key\n" + name +
+           "           /l                   90  D min\n"},
+      {60, "name,id",
+       "Name                                                     Id\n" + name + std::string(24, ' ') + id + "\n"},
+      {30, "id,path,tempo", std::string(18, ' ') + "Id  Path\n" + id + "  /l….aif\n"},
+  };
+  for (const auto& [width, columns, printed] : cases) {
+    StringSink sink;
+    sink.resultStream.columns = width;
+    Output output(sink, {});
+    const LoopTable table(output, *columns == 0 ? LoopColumns() : columnsForWords(columns));
+    table.printHeader();
+    table.printRow(kLoop);
+    EXPECT_EQ(sink.result, printed);
+    for (const auto& line : linesOf(sink.result)) EXPECT_LT(displayWidth(line), width);
+  }
 }
 
 TEST(KeywordList, StandsInGroupsForPeopleAndInFieldsForScripts) {
@@ -58,16 +69,20 @@ TEST(KeywordList, StandsInGroupsForPeopleAndInFieldsForScripts) {
     return sink.result;
   };
   EXPECT_EQ(printed(false), "Funk\t1\tgenre\t\t1\nDrum Kit\t3\tinstrument\tDrums\t2\nZo\uFFFDrp\t9\tother\t\t50\n");
-  EXPECT_TRUE(printed(true).starts_with("genre                                Loops      Id  Part of\n"));
+  EXPECT_TRUE(printed(true).starts_with("genre                                Loops      Id  Part of\n  Funk"));
   EXPECT_EQ(compactJSON(jsonOfKeyword(keywords[1])),
             R"({"keyword":"Drum Kit","id":3,"category":"instrument","parent":"Drums","count":2})");
 }
 
-TEST(Progress, ShowsTheFirstAndTheLastAndAtMostTenASecond) {
+TEST(Progress, ShowsTheFirstAndTheLastOfEveryPhaseAndAtMostTenASecond) {
   StringSink sink;
   Output output(sink, {.progress = ProgressStyle::json});
   const auto began = std::chrono::steady_clock::now();
   Progress progress(output);
+  const auto shown = [](const std::string& rest) { return R"({"event":"progress","phase":")" + rest + "}"; };
+  progress.begin("scan", {}), progress.step(2, "b"), progress.end();
+  EXPECT_EQ(linesOf(sink.messages), (std::vector{shown(R"(scan","done":0)"), shown(R"(scan","done":2,"path":"b")")}));
+  sink.messages.clear();
   progress.begin("index", 5000);
   for (int done = 1; done <= 5000; ++done) progress.step(done, "/l/\xFF.aif");
   progress.end();
@@ -75,8 +90,8 @@ TEST(Progress, ShowsTheFirstAndTheLastAndAtMostTenASecond) {
   const auto lines = linesOf(sink.messages);
   ASSERT_GE(lines.size(), 2u);
   EXPECT_LE(lines.size(), static_cast<size_t>(tenths) + 2);
-  EXPECT_EQ(lines.front(), R"({"event":"progress","phase":"index","done":0,"total":5000})");
-  EXPECT_EQ(lines.back(), R"({"event":"progress","phase":"index","done":5000,"total":5000,"path":"/l/�.aif"})");
+  EXPECT_EQ(lines.front(), shown(R"(index","done":0,"total":5000)"));
+  EXPECT_EQ(lines.back(), shown(R"(index","done":5000,"total":5000,"path":"/l/�.aif")"));
   EXPECT_EQ(sink.result, "");
 }
 
@@ -117,6 +132,8 @@ TEST(TerminalText, WhatIsTooWideLosesItsMiddle) {
                                                                 {"e\u0301e\u0301", 3, "e\u0301e\u0301 "},
                                                                 {"abc", 1, "…"}};
   for (const auto& [text, width, shown] : cases) EXPECT_EQ(paddedToWidth(text, width), shown);
+  EXPECT_EQ(cutPathToWidth("/home/me/Loops/Drums/Kick", 12), "/hom…ms/Kick");
+  EXPECT_EQ(wrappedToWidth("one two  音音音 longer", 8), (std::vector<std::string>{"one two", "音音音", "longer"}));
   EXPECT_EQ(paddedLeftToWidth("8", 3), "  8");
 }
 

@@ -60,7 +60,8 @@ struct LCMarkedLoop {
 struct LC_EXPORT LCLoopReference {
   std::optional<int64_t> id = {};     // decides when given
   std::optional<vesk::URL> url = {};  // as stored, or of a file that a link leads to
-  // The file name, or a beginning that one loop alone has. Asked when there is neither a loop nor a file at `url`.
+  // The file name, a beginning that one loop alone has, or the name as a table shortens it, with "…" in the middle.
+  // Asked when there is neither a loop nor a file at `url`.
   std::optional<std::string> name = {};
   std::string text = {};  // as it was given, for messages
 
@@ -114,7 +115,8 @@ class LC_EXPORT LCCatalog {
   LCOutcome<LCCatalogLoop> loop(const LCLoopReference& reference);
   // Cheaper. With near names when not found; a name that stands for several is `ambiguous`, with their paths.
   LCOutcome<LCLoopPlace> place(const LCLoopReference& reference);
-  // Whose file name is `name`, or, when there is none, begins with it; upper and lower case are the same.
+  // Whose file name is `name`, or, when there is none, begins with it, or else has anything in the place of its "…";
+  // upper and lower case are the same.
   LCOutcome<std::vector<LCLoopPlace>> placesWithName(std::string_view name);
   LCOutcome<std::vector<LCLoopPlace>> places(const LCPlaceQuery& query);
   // Those of `places` that fit; the folder is not asked for.
