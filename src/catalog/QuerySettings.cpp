@@ -37,7 +37,7 @@ std::vector<LCTempoRange> tempoRanges(const LCLoopQuery& query) {
   if (!query.tempo) return {};
   const LCTempoSpan& span = *query.tempo;
   const bool isSpan = span.highest > 0 && span.lowest <= span.highest;  // false for NaN, too
-  if (!isSpan) refuse("a tempo is missing its range", "The lower end stands first, and the higher one is above 0.");
+  if (!isSpan) refuse("the range of tempos is empty", "The lower end stands first, and the higher one is above 0.");
   std::vector<LCTempoRange> ranges;
   for (const double factor : {1.0, 0.5, 2.0}) {
     ranges.push_back({storedTempo(span.lowest * factor), storedTempo(span.highest * factor)});
@@ -282,5 +282,5 @@ LCPackage lc::requiredPackage(LoopRows& rows, std::string_view identifierOrName)
                       .message = "no such package",
                       .subject = std::string(identifierOrName),
                       .nearNames = near.best(),
-                      .nextStep = "The list of packages says what there is."}};
+                      .nextStep = "See the list of packages."}};
 }

@@ -24,10 +24,10 @@ TEST(Usage, WrongArgumentsDoNothingAndSayWhatIsWrong) {
       {{"serch"}, "Did you mean \"search\""},
       {{"--limit", "3", "search"}, "Write veskloops search --limit"},
       {{"search", "--limt", "3"}, "Did you mean \"--limit\""},
-      {{"search", "--min-rating", "6"}, "--min-rating"},
-      {{"search", "--random", "--offset", "1"}, "excludes"},
-      {{"search", "--columns", "name,tone"}, "\"tone\" is no column"},
-      {{"keywords", "--genre", "Jazz"}, "requires --available"},
+      {{"search", "--min-rating", "6"}, "--min-rating must be a number from 1 to 5, not \"6\""},
+      {{"search", "--random", "--offset", "1"}, "--random does not go together with --offset"},
+      {{"search", "--columns", "name,tone"}, "\"tone\" is not a column"},
+      {{"keywords", "--genre", "Jazz"}, "--genre needs --available"},
       {{"family", "a.aif", "b.aif"}, "needs one loop"},
       {{"index", "-x", "a.aif"}, "unknown option: -x"},
       {{"tag", "a.aif"}, "unknown command"},
@@ -35,13 +35,15 @@ TEST(Usage, WrongArgumentsDoNothingAndSayWhatIsWrong) {
       {{"help", "nothing"}, "unknown command"},
       {{"index"}, "no folders are remembered"},
       {{"index", "--copy-to", "x"}, "needs a file or folder"},
-      {{"search", "--facets", "--limit", "1"}, "excludes"},
+      {{"search", "--facets", "--limit", "1"}, "does not go together"},
       {{"folders", "add"}, "DIR"},
-      {{"index", "--move", "a.aif"}, "--copy-to"},
-      {{"index", "--batch", "0", "a.aif"}, "--batch"},
-      {{"index", "-0", "a.aif"}, "--null"},
+      {{"index", "--move", "a.aif"}, "--move needs --copy-to"},
+      {{"comment", "a.aif", "--claer"}, "Did you mean \"--clear\""},
+      {{"index", "--batch", "0", "a.aif"}, "--batch must be"},
+      {{"search", "--limit", "1", "--limit", "2"}, "only once"},
+      {{"index", "-0", "a.aif"}, "--null needs a list"},
       {{"remove"}, "--missing"},
-      {{"--color", "pink", "search"}, "pink"},
+      {{"--color", "pink", "search"}, "must be auto, always or never, not \"pink\""},
   };
   for (const auto& [arguments, message] : cases) {
     const Outcome run = program.run(with(arguments, {"--json"}));  // asked for behind what is wrong
@@ -58,15 +60,32 @@ TEST(Usage, VersionTellsWhatItStandsOn) {
   EXPECT_TRUE(version["sqlite"].is_string() && version["icu"].is_string());
 }
 
-TEST(Usage, ArgumentsThatLookLikeSyntaxAreTakenAsTheyAre) {
+TEST(Usage, EveryCommandHasHelpWithAnExampleThatFitsAndSaysWhatIsRequired) {
   const Program program;
-  const Words folders = {"[a,b]", "++", "-dash", "{}", "id:x", "a'b \"c\" $d"};
-  for (const auto& folder : folders) program.add(folder + "/" + folder + ".aif");
-  const Outcome index = program.run({"index", "--json", "--", "[a,b]", "++", "-dash", "{}", "id:x", "a'b \"c\" $d"});
-  EXPECT_EQ(index.json()["indexed"], folders.size()) << index.err;
-  EXPECT_EQ(program.run({"search", "--name", "[a,b]"}).names(), Words{"[a,b].aif"});
-  EXPECT_EQ(program.run({"index", "--exclude", "[+]+", "--json", "[a,b]", "++"}).json()["walked"], 2);
-  EXPECT_EQ(program.run({"index", "--exclude", "[+]*", "--json", "[a,b]", "++"}).json()["walked"], 1);
+  const std::pair<Words, std::string> commands[] = {{{"index"}, "[PATH…]"},
+                                                    {{"folders", "add"}, "DIR…"},
+                                                    {{"remove"}, "[LOOP…]"},
+                                                    {{"search"}, "[TEXT…]"},
+                                                    {{"keywords"}, "[TEXT…]"},
+                                                    {{"family"}, "LOOP"},
+                                                    {{"info"}, "LOOP…"},
+                                                    {{"favorite"}, "LOOP…"},
+                                                    {{"rate"}, "LOOP… N"},
+                                                    {{"comment"}, "LOOP… TEXT"},
+                                                    {{"crates", "show"}, "CRATE…"},
+                                                    {{"crates", "create"}, "NAME"},
+                                                    {{"crates", "remove"}, "CRATE…"}};
+  const auto isFirstByte = [](char byte) { return (byte & 0xC0) != 0x80; };
+  for (const auto& [words, arguments] : commands) {
+    const std::string command = "veskloops " + words[0] + (words.size() > 1 ? " " + words[1] : "");
+    const Outcome help = program.run(with({"help"}, words));
+    EXPECT_EQ(program.run(with(words, {"--help"})).out, help.out);
+    EXPECT_TRUE(holds(help.out, "Usage: " + command + " [OPTIONS] " + arguments + "\n")) << help.out;
+    EXPECT_TRUE(holds(help.out, "\nExample:\n  " + command + " ")) << help.out;
+    EXPECT_EQ(holds(help.out, "(required)"), arguments[0] != '[') << help.out;
+    for (const auto& line : help.lines()) EXPECT_LE(std::count_if(line.begin(), line.end(), isFirstByte), 100) << line;
+  }
+  EXPECT_TRUE(holds(program.run({"help", "search"}).out, "only with --tempo"));
 }
 
 TEST(Usage, TablesAreForTerminalsAndPathsForScripts) {
@@ -89,7 +108,11 @@ TEST(Usage, ProgressAsJSONEndsWithTheCodeAndLeavesTheResultAlone) {
   program.add("f/A.aif");
   const Outcome run = program.run({"--json", "--progress", "json", "index", "f"});
   EXPECT_EQ(run.json()["indexed"], 1);
-  EXPECT_TRUE(run.err.starts_with("{\"event\":\"progress\",")) << run.err;
+  for (const char* phase : {"scan", "index"}) {
+    for (const char* done : {"0", "1"}) {
+      EXPECT_TRUE(holds(run.err, std::string("\"phase\":\"") + phase + "\",\"done\":" + done)) << run.err;
+    }
+  }
   EXPECT_TRUE(run.err.ends_with("{\"event\":\"done\",\"code\":0}\n")) << run.err;
 }
 

@@ -30,7 +30,8 @@ struct Query : CatalogTest {
                                  {chunk("NAME", "The title"), chunk("(c) ", "The copyright"),
                                   chunk("COMT", fixture::comtPayload({"The comment"})),
                                   chunk("coll", fixture::collPayload("The collection", "The theme"))}));
-    add("bZ20/" + kLead, loopFile({"Piano", "", "Zorp", {}, 71, 3}, {chunk("midi", "MThd"), chunk("AUTH", "Some One")}));
+    add("bZ20/" + kLead,
+        loopFile({"Piano", "", "Zorp", {}, 71, 3}, {chunk("midi", "MThd"), chunk("AUTH", "Some One")}));
     add("bZ20/" + kUnknown, loopFile({"Piano", "", "", {"Single"}, 0, 0, 8, 0}));
     scan({.paths = {"a"}, .package = "Pack A"});
     scan({.paths = {"bZ20"}});

@@ -2,7 +2,9 @@
 #include "KeywordList.h"
 #include "KnownLoop.h"
 #include "LoopColumns.h"
+#include "LoopLists.h"
 #include "Output.h"
+#include "PackageList.h"
 #include "Progress.h"
 #include "TerminalText.h"
 #include "VeskLoopManagement/model/LCKeywordHelper.h"
@@ -56,20 +58,53 @@ TEST(LoopTable, TakesTheColumnsThatHaveRoomAndNeverWraps) {
   }
 }
 
+// What a list prints on a terminal of 60 columns, and elsewhere.
+template <typename Print>
+std::pair<std::string, std::string> onTerminalAndElsewhere(Print print) {
+  StringSink terminal, pipe;
+  terminal.resultStream = {.isTerminal = true, .columns = 60};
+  for (StringSink* sink : {&terminal, &pipe}) {
+    Output output(*sink, {});
+    print(output);
+  }
+  for (const auto& line : linesOf(terminal.result)) EXPECT_LT(displayWidth(line), 60u) << line;
+  return {terminal.result, pipe.result};
+}
+
+TEST(LoopLists, ShowMarksAndFoldersToPeopleAndExactPathsToScripts) {
+  const std::vector<LCMarkedLoop> marked = {{.place = kLoop.place, .marks = *kLoop.marks}};
+  const auto [table, lines] = onTerminalAndElsewhere([&](Output& output) { printMarkedLoops(output, marked); });
+  EXPECT_EQ(
+      table,
+      "Name             Fav.  Rating  Comment  Folder\nFunk \uFFFD[31m\uFFFD.aif  yes        4  a\uFFFDb      /l\n");
+  EXPECT_EQ(lines, "/l/Funk \x1b[31m\xFF.aif\tyes\t4\ta\uFFFDb\n");
+}
+
+TEST(PackageList, ShowsAllThatIsKnown) {
+  const std::vector<LCPackage> packages = {{.identifier = "com.x." + std::string(60, 'y') + ".Pack",
+                                            .name = "Pa\tck",
+                                            .manufacturer = "Me",
+                                            .loopCount = 7}};
+  const std::string fields = packages[0].identifier + "\tPa\uFFFDck\tMe\t\t7\n";
+  const auto [table, lines] = onTerminalAndElsewhere([&](Output& output) { printPackages(output, packages); });
+  EXPECT_TRUE(table.find("7  com") != std::string::npos && table.ends_with("yyy.Pack\n")) << table;
+  EXPECT_EQ(lines, fields);
+  StringSink sink;
+  sink.resultStream.isTerminal = true;
+  Output output(sink, {});
+  printPackagesInDetail(output, packages);
+  EXPECT_EQ(sink.result, "Pa\uFFFDck\n  Identifier    " + packages[0].identifier +
+                             "\n  Manufacturer  Me\n  Virtual       no\n  Loops         7\n");
+}
+
 TEST(KeywordList, StandsInGroupsForPeopleAndInFieldsForScripts) {
   const std::vector<LCFacet> keywords = {
       {.keyword = {1, "Funk"}, .category = kCategoryGenre, .loopCount = 1},
       {.keyword = {3, "Drum Kit"}, .category = kCategoryInstrumentSubType, .loopCount = 2, .parent = "Drums"},
       {.keyword = {9, "Zo\trp"}, .category = 99, .loopCount = 50}};
-  const auto printed = [&](bool isTerminal) {
-    StringSink sink;
-    sink.resultStream.isTerminal = isTerminal;
-    Output output(sink, {});
-    printKeywords(output, keywords);
-    return sink.result;
-  };
-  EXPECT_EQ(printed(false), "Funk\t1\tgenre\t\t1\nDrum Kit\t3\tinstrument\tDrums\t2\nZo\uFFFDrp\t9\tother\t\t50\n");
-  EXPECT_TRUE(printed(true).starts_with("genre                                Loops      Id  Part of\n  Funk"));
+  const auto [table, lines] = onTerminalAndElsewhere([&](Output& output) { printKeywords(output, keywords); });
+  EXPECT_EQ(lines, "Funk\t1\tgenre\t\t1\nDrum Kit\t3\tinstrument\tDrums\t2\nZo\uFFFDrp\t9\tother\t\t50\n");
+  EXPECT_TRUE(table.starts_with("genre                   Loops      Id  Part of\n  Funk")) << table;
   EXPECT_EQ(compactJSON(jsonOfKeyword(keywords[1])),
             R"({"keyword":"Drum Kit","id":3,"category":"instrument","parent":"Drums","count":2})");
 }
