@@ -29,7 +29,7 @@ std::string wordsFor(const LCLoopReference& reference) {
   LCFailure failure{.kind = LCFailureKind::ambiguous,
                     .message = "the name stands for " + std::to_string(places.size()) + " loops",
                     .subject = wordsFor(reference),
-                    .nextStep = "Name the one by its path."};
+                    .nextStep = "Name the one you mean by its path."};
   for (const auto& place : places) {
     if (failure.nearNames.size() < kMostPaths) failure.nearNames.push_back(place.path());
   }
