@@ -142,7 +142,8 @@ TEST_F(Query, OrdersByEveryFieldAndThenByName) {
       {{{Field::length}}, {kFunk1, kLead, kUnknown, kFunk2, kBass}},
       {{{Field::type, true}}, {kLead, kFunk1, kFunk2, kBass, kUnknown}},
       {{{Field::rating, true}}, {kLead, kFunk1, kFunk2, kBass, kUnknown}},
-      {{{Field::genre}}, {kBass, kFunk1, kFunk2, kLead, kUnknown}},  // Jazz, Rock/Blues, two without
+      {{{Field::genre}}, {kBass, kFunk1, kFunk2, kLead, kUnknown}},        // Jazz, Rock/Blues, Zorp
+      {{{Field::genre, true}}, {kLead, kFunk1, kFunk2, kBass, kUnknown}},  // Zorp, which only a file knows
       {{{Field::instrument, true}, {Field::tempo}}, {kLead, kUnknown, kFunk1, kFunk2, kBass}},
       {{{Field::id}}, rows("SELECT fileName FROM Loops ORDER BY id")},
       {{{Field::favorite, true}}, {kLead, kFunk1, kFunk2, kBass, kUnknown}}};
