@@ -89,7 +89,7 @@ int removePackages(Context& context, const CratesArguments& arguments) {
   const auto catalog = openForChange(context, arguments);
   const auto packages = namedPackages(*catalog, arguments.names);
   if (!arguments.dryRun && !arguments.yes) {
-    requireConsent(context.output, counted(packages.size(), "package"), "Its loops stay.");
+    requireConsent(context.output, counted(packages.size(), "package"), "The loops stay.");
   }
   for (const auto& package : packages) valueOf(catalog->removePackage(package.identifier, arguments.dryRun));
   return report(context.output, packages, Detail::line, arguments.dryRun);

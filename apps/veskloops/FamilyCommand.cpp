@@ -23,7 +23,7 @@ int runFamily(Context& context, const FamilyArguments& arguments) {
   const auto catalog = openForReading(context);
   const LCCatalogLoop given = valueOf(catalog->loop(reference));
   const bool hasKey = given.rootNote > 0;
-  if (arguments.inKey && !hasKey) output.note("the loop has no key; its variants of every key are listed");
+  if (arguments.inKey && !hasKey) output.note("the loop has no key; its variants in every key are listed");
   const auto rootNote = arguments.inKey && hasKey ? std::optional(given.rootNote) : std::nullopt;
   const auto family = valueOf(catalog->family(given.place.id, rootNote));
 

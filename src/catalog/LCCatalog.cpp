@@ -27,7 +27,7 @@ std::string wordsFor(const LCLoopReference& reference) {
 [[noreturn]] void failAmbiguous(const LCLoopReference& reference, const std::vector<LCLoopPlace>& places) {
   constexpr size_t kMostPaths = 20;
   LCFailure failure{.kind = LCFailureKind::ambiguous,
-                    .message = "the name stands for " + std::to_string(places.size()) + " loops",
+                    .message = "the name fits " + std::to_string(places.size()) + " loops",
                     .subject = wordsFor(reference),
                     .nextStep = "Name the one you mean by its path."};
   for (const auto& place : places) {

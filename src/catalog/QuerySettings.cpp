@@ -37,7 +37,7 @@ std::vector<LCTempoRange> tempoRanges(const LCLoopQuery& query) {
   if (!query.tempo) return {};
   const LCTempoSpan& span = *query.tempo;
   const bool isSpan = span.highest > 0 && span.lowest <= span.highest;  // false for NaN, too
-  if (!isSpan) refuse("the range of tempos is empty", "The lower end stands first, and the higher one is above 0.");
+  if (!isSpan) refuse("the range of tempos is empty", "Give the lower end first, and a higher one above 0.");
   std::vector<LCTempoRange> ranges;
   for (const double factor : {1.0, 0.5, 2.0}) {
     ranges.push_back({storedTempo(span.lowest * factor), storedTempo(span.highest * factor)});
@@ -90,7 +90,7 @@ std::vector<LCSortDescriptor> sortDescriptors(const std::vector<LCSortKey>& orde
   std::vector<LCSortDescriptor> descriptors;
   for (const auto& key : order) {
     if (key.field == LCSortField::random) {
-      if (order.size() > 1) refuse("random order stands alone");
+      if (order.size() > 1) refuse("random order cannot be combined with another order");
       return {LCSortDescriptor::random()};
     }
     descriptors.push_back({.key = columnOf(key.field), .ascending = !key.isDescending, .by = meaningOf(key.field)});
@@ -141,7 +141,7 @@ LCWordRestriction wordRestriction(const LCLoopQuery& query, std::span<const std:
   if (text.empty()) return {};
   if (text.size() > kMostBytesOfWords ||
       std::count(text.begin(), text.end(), ' ') >= static_cast<ptrdiff_t>(kMostWords)) {
-    refuse("these are too many words for one search",
+    refuse("there are too many words for one search",
            fmt::format("At most {} words of {} bytes together.", kMostWords, kMostBytesOfWords));
   }
   LCWordRestriction restriction{.words = query.words};
@@ -236,7 +236,7 @@ bool applyKeywords(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRow
     canMatch = canMatch && facet.loopCount > 0;
   }
   if (names.size() > kMostKeywords) {
-    refuse("these are too many keywords for one search", fmt::format("At most {}.", kMostKeywords));
+    refuse("there are too many keywords for one search", fmt::format("At most {}.", kMostKeywords));
   }
   engine.setSearchKeywords(names);
   return canMatch;

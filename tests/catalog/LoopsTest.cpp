@@ -41,7 +41,7 @@ TEST_F(Loops, AreNamedByIdURLPathAndName) {
   EXPECT_EQ(kindOf(catalog->place({.url = Reference::ofPath(path("l")).url, .name = "bassO"})), "notFound");
   const LCFailure several = catalog->place({.name = "BASS.aif"}).failure();
   EXPECT_EQ(several.nearNames, (Rows{path("l/Bass.aif"), path("l/x/Bass.aif")}));
-  EXPECT_EQ(catalog->place({.name = "bass"}).failure().message, "the name stands for 4 loops");
+  EXPECT_EQ(catalog->place({.name = "bass"}).failure().message, "the name fits 4 loops");
   Reference mistyped = Reference::ofPath(path("l/Basson.aif"));
   mistyped.text = "Basson";
   EXPECT_EQ(catalog->place(mistyped).failure(), (LCFailure{.kind = LCFailureKind::notFound,
