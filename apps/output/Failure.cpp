@@ -5,8 +5,8 @@ namespace {
 int exitCodeFor(LCFailureKind kind) {
   switch (kind) {
     case LCFailureKind::notFound:
-      return kExitNotFound;
     case LCFailureKind::ambiguous:
+      return kExitNotFound;
     case LCFailureKind::invalidRequest:
       return kExitUsage;
     case LCFailureKind::resultOutdated:
@@ -26,6 +26,8 @@ std::string nextStepFor(const LCFailure& failure) {
       return "Index your folders again: veskloops index FOLDER.";
     case LCFailureKind::databaseNewer:
       return "Use that version, or name another file with --database.";
+    case LCFailureKind::databaseForeign:
+      return "Name another file with --database.";
     default:
       return failure.nextStep;
   }
@@ -39,5 +41,6 @@ Failure failureFrom(const LCFailure& failure) {
           .message = failure.message,
           .subject = failure.subject,
           .suggestions = failure.nearNames,
+          .isAmbiguous = failure.kind == LCFailureKind::ambiguous,
           .nextStep = nextStepFor(failure)};
 }

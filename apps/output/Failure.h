@@ -24,6 +24,7 @@ struct Failure {
   std::string message;                        // for people, without a full stop
   std::string subject = {};                   // what was asked for, as it was given
   std::vector<std::string> suggestions = {};  // near names, best first
+  bool isAmbiguous = false;                   // then they are all that the subject stands for, or the first of them
   std::string nextStep = {};                  // what to do about it
 };
 

@@ -35,6 +35,7 @@ std::string messageText(const Failure& failure) {
 
 std::string nextStepText(const Failure& failure) {
   if (failure.suggestions.empty()) return failure.nextStep;
+  if (failure.isAmbiguous) return fmt::format("{}\n  {}", fmt::join(failure.suggestions, "\n  "), failure.nextStep);
   const std::string text = fmt::format("Did you mean {}?", quotedChoices(failure.suggestions));
   return failure.nextStep.empty() ? text : text + " " + failure.nextStep;
 }

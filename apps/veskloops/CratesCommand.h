@@ -1,4 +1,4 @@
-// veskloops crates: the content packages of the database.
+// veskloops crates: the content packages of the database, listed, made and removed.
 #pragma once
 
 #include "Context.h"

@@ -6,7 +6,6 @@
 #include "LoopJSON.h"
 #include "Output.h"
 #include "TerminalText.h"
-#include "VeskLoopManagement/model/LCMusicalKey.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
@@ -23,15 +22,13 @@ struct FamilyArguments {
   bool print0 = false;
 };
 
-JSON jsonOfMember(const LCFamilyMember& member, bool isGiven) {
-  JSON object = jsonOfPlace(member.place);
-  object["fileName"] = vesk::text::lossyUTF8(member.fileName);
-  addIfPresent(object, "loopType", lc::loopTypeName(member.loopType));
+JSON jsonOfMember(const LCCatalogLoop& member, bool isGiven) {
+  JSON object = jsonOfLoop(member);
   object["isGiven"] = isGiven;
   return object;
 }
 
-void printList(Output& output, const std::vector<LCFamilyMember>& members, int64_t givenId) {
+void printList(Output& output, const std::vector<LCCatalogLoop>& members, int64_t givenId) {
   size_t width = 0;
   for (const auto& member : members) width = std::max(width, displayWidth(printable(member.fileName)));
   for (const auto& member : members) {
@@ -41,10 +38,9 @@ void printList(Output& output, const std::vector<LCFamilyMember>& members, int64
   }
 }
 
-void printPaths(Output& output, std::vector<LCFamilyMember> members, const FamilyArguments& arguments,
-                int64_t givenId) {
+void printPaths(Output& output, std::vector<LCCatalogLoop> members, const FamilyArguments& arguments, int64_t givenId) {
   std::stable_partition(members.begin(), members.end(),
-                        [&](const LCFamilyMember& member) { return member.place.id == givenId; });
+                        [&](const LCCatalogLoop& member) { return member.place.id == givenId; });
   for (const auto& member : members) output.rawText(member.place.path() + (arguments.print0 ? '\0' : '\n'));
 }
 
@@ -54,13 +50,15 @@ int runFamily(Context& context, const FamilyArguments& arguments) {
   Output& output = context.output;
   const auto catalog = openForReading(context);
   const LCCatalogLoop given = valueOf(catalog->loop(reference));
-  const bool hasKey = LCMusicalKey::engineRootKeyForNote(given.rootNote) != 0;
+  const bool hasKey = given.rootNote > 0;
   if (arguments.inKey && !hasKey) output.note("the loop has no key; its variants of every key are listed");
   const auto rootNote = arguments.inKey && hasKey ? std::optional(given.rootNote) : std::nullopt;
   const auto family = valueOf(catalog->family(given.place.id, rootNote));
 
   output.beginDocument("veskloops.family/1");
   output.field("family", vesk::text::lossyUTF8(family.name));
+  output.field("total", family.members.size());
+  output.field("offset", 0);
   output.beginList("loops");
   for (const auto& member : family.members) output.item(jsonOfMember(member, member.place.id == given.place.id));
   output.endList();
@@ -80,5 +78,10 @@ CommandRunner addFamilyCommand(CLI::App& app) {
   addArguments(app, "LOOP", arguments->loops, "One of the variants; where paths are printed, its own stands first");
   app.add_flag("--key", arguments->inKey, "Only variants in the loop's key or two semitones around it, or without key");
   app.add_flag("--print0", arguments->print0, "End every path with a NUL character");
-  return [arguments](Context& context) { return runFamily(context, *arguments); };
+  return [arguments](Context& context) {
+    if (arguments->print0 && context.options.format != ResultFormat::text) {
+      throw usageFailure("--print0 excludes --json and --jsonl");
+    }
+    return runFamily(context, *arguments);
+  };
 }

@@ -91,6 +91,7 @@ LCScanRequest requestFor(const IndexArguments& arguments) {
                         .withHidden = arguments.hidden,
                         .isDryRun = arguments.dryRun,
                         .batchSize = arguments.batchSize};
+  request.scansRememberedFolders = arguments.paths.arguments.empty();
   for (const auto& argument : arguments.paths.arguments) {
     if (argument != "-") request.paths.push_back(absolutePath(argument));
   }
@@ -160,7 +161,8 @@ int runIndex(Context& context, const IndexArguments& arguments) {
 
 CommandRunner addIndexCommand(CLI::App& app) {
   auto arguments = std::make_shared<IndexArguments>();
-  addPathList(app, arguments->paths, "PATH", "Files and folders with loops");
+  addPathList(app, arguments->paths, "PATH",
+              "Files and folders with loops, which are remembered; none: the remembered folders again");
   addText(app, "--crate", arguments->crate, "Put the loops into this content package; a new name makes a new one",
           "ID|NAME");
   auto* copyTo = addText(app, "--copy-to", arguments->copyTo,
@@ -179,8 +181,9 @@ CommandRunner addIndexCommand(CLI::App& app) {
            "Leave out names that match, or paths below PATH when the pattern has a /; repeatable", "GLOB");
   app.add_flag("-n,--dry-run", arguments->dryRun, "Only tell what would be done");
   return [arguments](Context& context) {
-    if (arguments->paths.arguments.empty())
-      throw usageFailure("index needs a file or folder", "See veskloops help index.");
+    if (arguments->paths.arguments.empty() && arguments->copyTo) {
+      throw usageFailure("--copy-to needs a file or folder to copy", "See veskloops help index.");
+    }
     checkPathList(arguments->paths);
     if (arguments->crate && arguments->crate->empty()) throw usageFailure("--crate needs a name");
     return runIndex(context, *arguments);

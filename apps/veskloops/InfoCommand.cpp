@@ -109,6 +109,7 @@ void InfoRun::addFile(JSON& object, const Subject& subject) {
   const LCLoopFile file = LCLoopFile::read(subject.place, m_arguments.enhanced);
   if (file.record) {
     object["record"] = jsonOfRecord(*file.record);
+    if (!file.notes.empty()) object["notes"] = file.notes;
     return;
   }
   m_anyFailed = true;
@@ -163,7 +164,7 @@ void InfoRun::printFields(const std::string& path, const std::string& prefix, co
 
 CommandRunner addInfoCommand(CLI::App& app) {
   auto arguments = std::make_shared<InfoArguments>();
-  addPathList(app, arguments->loops, "LOOP", "Files, file URLs, or loops by id:NUMBER");
+  addPathList(app, arguments->loops, "LOOP", "Files, file URLs, or loops by name or id:NUMBER");
   app.add_flag("--chunks", arguments->chunks, "List the chunks of the file, too");
   app.add_flag("--enhanced", arguments->enhanced,
                "Read MIDI, generated-instrument, event and step-sequencer data, too (bytes in base 64)");

@@ -26,7 +26,7 @@ std::vector<LCFacet> keywordsAskedFor(Context& context, const KeywordsArguments&
   const LCLoopQuery query = queryFor(arguments.filters);
   const auto catalog = openForReading(context);
   if (!arguments.available) return valueOf(catalog->keywords(arguments.all));
-  return valueOf(valueOf(catalog->search(query)).facets());
+  return valueOf(valueOf(catalog->search(query)).facets(LCFacetScope::all));
 }
 
 bool isAskedFor(const LCFacet& facet, const KeywordsArguments& arguments) {
@@ -59,14 +59,13 @@ CommandRunner addKeywordsCommand(CLI::App& app) {
           fmt::format("Only of this category: {}", fmt::join(keywordKindWords(), ", ")), "WORD")
       ->check(CLI::IsMember(keywordKindWords()));
   auto* all = app.add_flag("--all", arguments->all, "Also the keywords that no loop carries");
-  auto* available = app.add_flag("--available", arguments->available,
-                                 "Those that would narrow a search, and how many of its loops carry them; all options "
-                                 "below say what is searched for")
-                        ->excludes(all);
+  auto* available =
+      app.add_flag("--available", arguments->available,
+                   "Those of the loops that a search finds, and how many of its loops carry them; all options "
+                   "below say what is searched for")
+          ->excludes(all);
   auto filters = addSearchFilters(app, arguments->filters);
-  filters.push_back(addTexts(app, "--text", arguments->filters.words,
-                             "What search takes as TEXT: words of the file name, or a part of the path, comment, "
-                             "title, author, collection or theme"));
+  filters.push_back(addTexts(app, "--text", arguments->filters.words, "What search takes as TEXT"));
   for (auto* filter : filters) filter->needs(available)->group("Filters of --available");
   return [arguments](Context& context) { return runKeywords(context, *arguments); };
 }

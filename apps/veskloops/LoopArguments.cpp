@@ -27,7 +27,9 @@ LCLoopReference referenceFor(const std::string& text) {
     if (!url) throw usageFailure(fmt::format("\"{}\" is no file URL", text), "Blanks stand as %20 in URLs.");
     return LCLoopReference::ofURL(*url);
   }
-  return LCLoopReference::ofPath(absolutePath(text));
+  LCLoopReference reference = LCLoopReference::ofPath(absolutePath(text));
+  if (text.find('/') == std::string::npos) reference.name = text;
+  return reference;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// LOOP arguments: a path, a file URL or "id:" with the loop's number.
+// LOOP arguments: a path, a file URL, "id:" with the loop's number, or a file name or its beginning.
 #pragma once
 
 #include "VeskLoopManagement/catalog/LCCatalog.h"

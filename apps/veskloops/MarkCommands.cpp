@@ -87,7 +87,7 @@ int mark(Context& context, const MarkArguments& arguments, const LCMarkChange& c
 
 void addMarkOptions(CLI::App& app, MarkArguments& arguments, const std::string& mark, const std::string& clear,
                     const std::string& clearDescription) {
-  addPathList(app, arguments.loops, "LOOP", "Files, file URLs, or loops by id:NUMBER" + mark);
+  addPathList(app, arguments.loops, "LOOP", "Files, file URLs, or loops by name or id:NUMBER" + mark);
   app.add_flag(clear, arguments.clear, clearDescription);
   app.add_flag("-n,--dry-run", arguments.dryRun, "Only tell what would be marked");
 }

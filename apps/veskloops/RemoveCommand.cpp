@@ -1,6 +1,7 @@
 #include "RemoveCommand.h"
 
 #include "Arguments.h"
+#include "Consent.h"
 #include "Database.h"
 #include "English.h"
 #include "LoopArguments.h"
@@ -38,7 +39,6 @@ class RemoveRun {
   void select();
   void selectArgument(LCCatalog& catalog, const LCLoopReference& reference);
   void add(const std::vector<LCLoopPlace>& places);
-  void requireConsent() const;
   void removeSelected();
   void tell(const LCLoopPlace& place);
   int report();
@@ -55,7 +55,9 @@ class RemoveRun {
 
 int RemoveRun::run() {
   select();
-  if (!m_selected.empty() && !m_arguments.dryRun) requireConsent();
+  if (!m_selected.empty() && !m_arguments.dryRun && !m_arguments.yes) {
+    requireConsent(m_output, counted(m_selected.size(), "loop"), "The audio files stay.");
+  }
   m_output.beginDocument("veskloops.remove/1", Output::Summary::alsoAsLastLine);
   m_output.beginList("loops");
   const InterruptionGuard guard;
@@ -82,16 +84,20 @@ void RemoveRun::select() {
   for (const auto& reference : references) selectArgument(*catalog, reference);
 }
 
-// A loop, or a folder with all loops below it.
+// A loop by path or id, a folder with all loops below it, though it may be gone, or a loop by name.
 void RemoveRun::selectArgument(LCCatalog& catalog, const LCLoopReference& reference) {
-  const auto place = catalog.place(reference);
-  if (place) return add(valueOf(catalog.placesAmong({&*place, 1}, placesIn(std::nullopt))));
-  if (!reference.url || place.failure().kind != LCFailureKind::notFound) throw failureFrom(place.failure());
-  const std::string path = reference.url->path();
-  const bool anyBelow = !valueOf(catalog.places({.folder = path})).empty();
-  std::error_code error;
-  if (!anyBelow && !std::filesystem::is_directory(path, error)) throw failureFrom(place.failure());
-  add(valueOf(catalog.places(placesIn(path))));
+  LCLoopReference byPath = reference;
+  byPath.name.reset();
+  auto place = catalog.place(byPath);
+  if (!place && reference.url && place.failure().kind == LCFailureKind::notFound) {
+    const std::string path = reference.url->path();
+    const bool anyBelow = !valueOf(catalog.places({.folder = path})).empty();
+    std::error_code error;
+    if (anyBelow || std::filesystem::is_directory(path, error)) return add(valueOf(catalog.places(placesIn(path))));
+    place = catalog.place(reference);
+  }
+  const LCLoopPlace found = valueOf(std::move(place));
+  add(valueOf(catalog.placesAmong({&found, 1}, placesIn(std::nullopt))));
 }
 
 void RemoveRun::add(const std::vector<LCLoopPlace>& places) {
@@ -101,18 +107,6 @@ void RemoveRun::add(const std::vector<LCLoopPlace>& places) {
 }
 
 // --- Taking them out ---
-
-void RemoveRun::requireConsent() const {
-  if (m_arguments.yes) return;
-  const std::string count = counted(m_selected.size(), "loop");
-  if (!m_output.canAsk()) {
-    throw usageFailure(fmt::format("{} would be taken out of the database", count),
-                       "Say --yes to do it, or --dry-run to see which.");
-  }
-  if (!m_output.confirm(fmt::format("Take {} out of the database? The audio files stay.", count))) {
-    throw Failure{.code = kExitFailed, .kind = "declined", .message = "nothing was taken out"};
-  }
-}
 
 void RemoveRun::removeSelected() {
   if (m_selected.empty()) return;
@@ -160,7 +154,7 @@ int RemoveRun::report() {
 
 CommandRunner addRemoveCommand(CLI::App& app) {
   auto arguments = std::make_shared<RemoveArguments>();
-  addPathList(app, arguments->loops, "LOOP", "Files, folders, file URLs, or loops by id:NUMBER");
+  addPathList(app, arguments->loops, "LOOP", "Files, folders, file URLs, or loops by name or id:NUMBER");
   app.add_flag("--missing", arguments->missing, "Only loops whose files are gone");
   addText(app, "--crate", arguments->crate, "Only loops of this content package", "ID|NAME");
   app.add_flag("-n,--dry-run", arguments->dryRun, "Only list what would be taken out");

@@ -40,10 +40,18 @@ struct SortWord {
   std::string_view word;
   LCSortField field;
 };
-constexpr SortWord kSortWords[] = {{"name", LCSortField::name},   {"path", LCSortField::path},
-                                   {"tempo", LCSortField::tempo}, {"beats", LCSortField::beats},
-                                   {"key", LCSortField::key},     {"length", LCSortField::length},
-                                   {"type", LCSortField::type},   {"favorite", LCSortField::favorite}};
+constexpr SortWord kSortWords[] = {{"name", LCSortField::name},
+                                   {"path", LCSortField::path},
+                                   {"tempo", LCSortField::tempo},
+                                   {"beats", LCSortField::beats},
+                                   {"key", LCSortField::key},
+                                   {"length", LCSortField::length},
+                                   {"type", LCSortField::type},
+                                   {"favorite", LCSortField::favorite},
+                                   {"rating", LCSortField::rating},
+                                   {"genre", LCSortField::genre},
+                                   {"instrument", LCSortField::instrument},
+                                   {"id", LCSortField::id}};
 
 std::vector<std::string> sortWords() {
   std::vector<std::string> words;
@@ -204,17 +212,19 @@ void SearchRun::printFacets() {
 CommandRunner addSearchCommand(CLI::App& app) {
   auto arguments = std::make_shared<SearchArguments>();
   constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
-  addArguments(app, "TEXT", arguments->filters.words,
-               "Words of the file name, or a part of the path, comment, title, author, collection or theme");
+  addArguments(
+      app, "TEXT", arguments->filters.words,
+      "Words of the file name, or a part of the comment, title, author, collection, theme, or of the path below "
+      "the folder that was indexed");
   addSearchFilters(app, arguments->filters);
   auto* sort = addText(app, "--sort", arguments->sort,
                        "Order: " + choices(sortWords()) + "; with :desc; several with commas", "KEY[:desc],…");
   auto* random =
       app.add_flag("--random", arguments->isRandom, "In random order, with --limit a random choice")->excludes(sort);
-  app.add_option("--limit", arguments->limit, "At most N loops; 0: all")
-      ->type_name("N")
-      ->check(CLI::Range(int64_t{0}, kMost))
-      ->capture_default_str();
+  auto* limit = app.add_option("--limit", arguments->limit, "At most N loops; 0: all")
+                    ->type_name("N")
+                    ->check(CLI::Range(int64_t{0}, kMost))
+                    ->capture_default_str();
   app.add_option("--offset", arguments->offset, "Pass over the first N")
       ->type_name("N")
       ->check(CLI::Range(int64_t{0}, kMost))
@@ -233,11 +243,17 @@ CommandRunner addSearchCommand(CLI::App& app) {
                               "The keywords that would narrow the result, with the number of its loops that carry "
                               "them: as text instead of the loops, in JSON behind them")
                      ->excludes(columns)
-                     ->excludes(count);
+                     ->excludes(count)
+                     ->excludes(limit);
   app.add_flag("--print0", arguments->print0, "End every path with a NUL character")
       ->excludes(columns)
       ->excludes(count)
       ->excludes(facets);
   app.add_flag("--fail-empty", arguments->failWhenEmpty, "Exit with 3 when nothing is found");
-  return [arguments](Context& context) { return SearchRun(context, *arguments).run(); };
+  return [arguments](Context& context) {
+    if (arguments->print0 && context.options.format != ResultFormat::text) {
+      throw usageFailure("--print0 excludes --json and --jsonl");
+    }
+    return SearchRun(context, *arguments).run();
+  };
 }

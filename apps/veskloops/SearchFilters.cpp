@@ -19,7 +19,7 @@ LCTempoSpan tempoFor(const std::string& text) {
 
 LCMusicalKey keyFor(const std::string& text) {
   if (const auto key = LCMusicalKey::fromText(text)) return *key;
-  throw usageFailure(fmt::format("\"{}\" is no key", text), "Keys look like C, F#, Bb or Am.");
+  throw usageFailure(fmt::format("\"{}\" is no key", text), "Keys look like C, F#, Bb, Am, \"Db major\" or 8A.");
 }
 
 LCScale scaleFor(const std::string& text) {
@@ -45,6 +45,11 @@ std::set<LCVireoLoopType> loopTypesFor(const std::vector<std::string>& words) {
   return types;
 }
 
+LCKeyMatch keyMatchFor(const std::string& word) {
+  if (word == "compatible") return LCKeyMatch::compatible;
+  return word == "exact" ? LCKeyMatch::exact : LCKeyMatch::near;
+}
+
 template <typename Read>
 auto read(const std::optional<std::string>& text, Read reader) -> std::optional<decltype(reader(*text))> {
   if (!text) return std::nullopt;
@@ -54,26 +59,24 @@ auto read(const std::optional<std::string>& text, Read reader) -> std::optional<
 }  // namespace
 
 LCLoopQuery queryFor(const SearchFilters& filters) {
-  LCLoopQuery query{.words = filters.words,
-                    .keywords = filters.keywords,
-                    .genre = filters.genre,
-                    .instrument = filters.instrument,
-                    .tempo = read(filters.tempo, tempoFor),
-                    .withHalfAndDoubleTempo = filters.halfAndDoubleTempo,
-                    .key = read(filters.key, keyFor),
-                    .keyMatch = filters.keyMatch == "exact" ? LCKeyMatch::exact : LCKeyMatch::near,
-                    .scale = read(filters.scale, scaleFor),
-                    .signature = read(filters.signature, signatureFor),
-                    .loopTypes = loopTypesFor(filters.types),
-                    .onlyFavorites = filters.onlyFavorites,
-                    .minimumRating = filters.minimumRating,
-                    .package = filters.crate,
-                    .folder = read(filters.folder, absolutePath),
-                    .name = filters.name};
-  if (query.key && query.key->scale && query.scale && *query.key->scale != *query.scale) {
-    throw usageFailure("--key and --scale name different scales");
-  }
-  return query;
+  return LCLoopQuery{.words = filters.words,
+                     .inWholePath = filters.inPath,
+                     .keywords = filters.keywords,
+                     .genre = filters.genre,
+                     .instrument = filters.instrument,
+                     .tempo = read(filters.tempo, tempoFor),
+                     .withHalfAndDoubleTempo = filters.halfAndDoubleTempo,
+                     .key = read(filters.key, keyFor),
+                     .keyMatch = keyMatchFor(filters.keyMatch),
+                     .withKey = filters.withKey,
+                     .scale = read(filters.scale, scaleFor),
+                     .signature = read(filters.signature, signatureFor),
+                     .loopTypes = loopTypesFor(filters.types),
+                     .onlyFavorites = filters.onlyFavorites,
+                     .minimumRating = filters.minimumRating,
+                     .package = filters.crate,
+                     .folder = read(filters.folder, absolutePath),
+                     .name = filters.name};
 }
 
 std::vector<CLI::Option*> addSearchFilters(CLI::App& app, SearchFilters& filters) {
@@ -88,11 +91,14 @@ std::vector<CLI::Option*> addSearchFilters(CLI::App& app, SearchFilters& filters
   auto* tempo = add(addText(app, "--tempo", filters.tempo,
                             "Of this tempo: 120, 118-124 or 120~5%, compared in whole beats per minute", "TEMPO"));
   add(app.add_flag("--half-double", filters.halfAndDoubleTempo, "Also of half and of double the tempo"))->needs(tempo);
-  add(addText(app, "--key", filters.key, "In this key (Am, F#, C) or without one", "KEY"));
-  add(app.add_option("--key-match", filters.keyMatch, "Only this key, or also two semitones up and down"))
+  add(addText(app, "--key", filters.key, "In this key, in any octave, or without one: Am, \"F# major\", Bb, C, 8A",
+              "KEY"));
+  add(app.add_option("--key-match", filters.keyMatch,
+                     "Only this key; also two semitones up and down; or its fifths and its relative major or minor"))
       ->type_name("WORD")
-      ->check(CLI::IsMember({"exact", "near"}))
+      ->check(CLI::IsMember({"exact", "near", "compatible"}))
       ->capture_default_str();
+  add(app.add_flag("--with-key", filters.withKey, "Leave out loops without a key"));
   add(addText(app, "--scale", filters.scale, "Scale: " + choices(lc::scaleNames()), "SCALE"));
   add(addText(app, "--signature", filters.signature, "In this time signature (4/4) or without one", "N/N"));
   add(addTexts(app, "--type", filters.types,
@@ -104,5 +110,7 @@ std::vector<CLI::Option*> addSearchFilters(CLI::App& app, SearchFilters& filters
   add(addText(app, "--crate", filters.crate, "Of this content package", "ID|NAME"));
   add(addText(app, "--folder", filters.folder, "Below this folder", "DIR"));
   add(addText(app, "--name", filters.name, "With this text in the file name"));
+  add(app.add_flag("--in-path", filters.inPath,
+                   "Words match the whole path, not only what lies below the folders that were indexed"));
   return options;
 }

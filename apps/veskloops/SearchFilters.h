@@ -19,6 +19,7 @@ struct SearchFilters {
   bool halfAndDoubleTempo = false;
   std::optional<std::string> key;
   std::string keyMatch = "near";
+  bool withKey = false;
   std::optional<std::string> scale;
   std::optional<std::string> signature;
   std::vector<std::string> types;
@@ -27,6 +28,7 @@ struct SearchFilters {
   std::optional<std::string> crate;
   std::optional<std::string> folder;
   std::optional<std::string> name;
+  bool inPath = false;
 };
 
 // Adds the option of every filter but the words, which each command takes in its own way; answers the options.

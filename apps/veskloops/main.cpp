@@ -5,6 +5,7 @@
 #include "CratesCommand.h"
 #include "Failure.h"
 #include "FamilyCommand.h"
+#include "FoldersCommand.h"
 #include "IndexCommand.h"
 #include "InfoCommand.h"
 #include "KeywordsCommand.h"
@@ -26,7 +27,8 @@
 namespace {
 
 constexpr const char* kFooter =
-    "LOOP is a path, a file URL or id:NUMBER. The options above stand before or behind the command.\n"
+    "LOOP is a path, a file URL, id:NUMBER, or a file name or its beginning where one loop alone has it.\n"
+    "The options above stand before or behind the command.\n"
     "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 not found, 4 some files failed, 5 database missing, locked, "
     "damaged\n"
     "or newer than this program, 130 and 143 interrupted.\n";
@@ -61,6 +63,7 @@ struct Program {
     app.footer(kFooter);
     addGlobalOptions();
     addCommand("index", "Put the loops of files and folders into the database", addIndexCommand);
+    addCommand("folders", "List the folders that index remembers", addFoldersCommand);
     addCommand("remove", "Take loops out of the database; audio files stay", addRemoveCommand);
     addCommand("search", "Find loops", addSearchCommand);
     addCommand("keywords", "List what loops are tagged with", addKeywordsCommand);
@@ -69,7 +72,7 @@ struct Program {
     addCommand("favorite", "Mark loops as favourites", addFavoriteCommand);
     addCommand("rate", "Rate loops from 0 to 5", addRateCommand);
     addCommand("comment", "Put a comment on loops", addCommentCommand);
-    addCommand("crates", "List the content packages", addCratesCommand);
+    addCommand("crates", "List, make and remove content packages", addCratesCommand);
     help = app.add_subcommand("help", "Show the help of a command")->fallthrough();
     addArguments(*help, "COMMAND", helpWords, "Which one");
   }
@@ -205,12 +208,14 @@ std::string overview(const Program& program) {
 
 int showHelp(Context& context, const Program& program) {
   const CLI::App* subject = &program.app;
+  std::string above = "veskloops";
   for (const auto& word : program.helpWords) {
     const auto found = subject->get_subcommands([&](const CLI::App* app) { return app->get_name() == word; });
     if (found.empty()) throw unknownWord(program, word);
+    if (subject != &program.app) above += " " + subject->get_name();
     subject = found.front();
   }
-  const std::string text = subject == &program.app ? overview(program) : subject->help("veskloops");
+  const std::string text = subject == &program.app ? overview(program) : subject->help(above);
   return printHelp(context.output, text);
 }
 

@@ -55,6 +55,7 @@
 #include "VeskLoopManagement/catalog/LCCatalog.h"
 #include "VeskLoopManagement/catalog/LCCatalogLoop.h"
 #include "VeskLoopManagement/catalog/LCFailure.h"
+#include "VeskLoopManagement/catalog/LCLibraryFolders.h"
 #include "VeskLoopManagement/catalog/LCLibraryScan.h"
 #include "VeskLoopManagement/catalog/LCLibraryVersions.h"
 #include "VeskLoopManagement/catalog/LCLoopFile.h"

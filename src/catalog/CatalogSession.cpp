@@ -5,6 +5,7 @@
 #include "catalog/FileStates.h"
 #include "catalog/QuerySettings.h"
 #include "database/LCTransaction.h"
+#include "VeskLoopManagement/catalog/LCLibraryFolders.h"
 #include "VeskLoopManagement/model/LCKeywordHelper.h"
 #include "VeskLoopManagement/platform/Environment.h"
 
@@ -30,7 +31,9 @@ lc::CatalogSession::Found lc::CatalogSession::search(const LCLoopQuery& query) {
   m_folds.reset();
   m_hasResult = false;
   m_dataVersion = dataVersion();
-  if (!applyQuery(query, *m_engine, m_rows)) return {.generation = m_generation};
+  const bool needsFolders = !query.words.empty() && !query.inWholePath;
+  const auto folders = needsFolders ? LCLibraryFolders(m_databaseFile).list() : std::vector<std::string>();
+  if (!applyQuery(query, *m_engine, m_rows, folders)) return {.generation = m_generation};
   m_engine->refreshKeywordsCache();
   m_engine->doSearch();
   if (const auto& failure = m_engine->lastSearchFailure()) {
@@ -66,7 +69,7 @@ const std::vector<LCFoldedFamily>& lc::CatalogSession::folds() {
   return *m_folds;
 }
 
-std::vector<LCFacet> lc::CatalogSession::facets() {
+std::vector<LCFacet> lc::CatalogSession::facets(LCFacetScope scope) {
   if (!m_hasResult) return {};
   LCKeywordCounts counts = m_engine->availableKeywordsWithCounts();
   std::vector<LCFacet> facets;
@@ -83,6 +86,10 @@ std::vector<LCFacet> lc::CatalogSession::facets() {
                       .category = LCKeywordHelper::keywordCategoryForKeyword(name),
                       .loopCount = count,
                       .parent = LCKeywordHelper::parentKeywordForKeyword(name)});
+  }
+  if (scope == LCFacetScope::narrowing) {
+    const int64_t all = m_engine->numberOfLoops();
+    std::erase_if(facets, [all](const LCFacet& facet) { return facet.loopCount >= all; });
   }
   sortForReading(facets);
   return facets;

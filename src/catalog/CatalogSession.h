@@ -38,7 +38,7 @@ class CatalogSession {
   bool isCurrent(int64_t generation);
   void requireCurrent(int64_t generation);
   const std::vector<LCFoldedFamily>& folds();  // made at the first question
-  std::vector<LCFacet> facets();
+  std::vector<LCFacet> facets(LCFacetScope scope);
 
  private:
   int64_t dataVersion();

@@ -1,6 +1,9 @@
 #include "catalog/DatabaseOpening.h"
 
 #include "catalog/CatalogError.h"
+#include "catalog/DatabaseOwnership.h"
+#include "database/DatabaseDamage.h"
+#include "database/DatabaseLocations.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
@@ -44,6 +47,14 @@ namespace fs = std::filesystem;
 
 // --- Questions that the system answers ---
 
+// Before SQLite sees it, for its opening and closing alone may write. An empty file is nobody's.
+void requireOurs(const std::string& file) {
+  std::error_code error;
+  if (fs::file_size(file, error) == 0 || lc::isOurDatabase(file)) return;
+  fail(LCFailureKind::databaseForeign, "this file is no loop database; it is left as it is", file,
+       "Name another file.");
+}
+
 // Says why `file` cannot be opened at all, before SQLite answers with a bare number.
 void requireOpenable(const std::string& file, int flags) {
   if (vesk::path::isDirectory(file)) failUnopenable(file, EISDIR);
@@ -61,10 +72,6 @@ void requireWritableFolder(const std::string& file) {
   }
   // Of the rights that the process acts with, as opening does.
   if (faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) failUnopenable(file, errno);
-}
-
-std::string damageMark(const std::string& file) {
-  return vesk::path::appending(vesk::path::deletingLastComponent(file), kCorruptDatabaseFileIndicatorName);
 }
 
 // --- Questions that the database answers ---
@@ -90,10 +97,6 @@ void requireUnlocked(sqlite3* connection, LCOpenMode mode, const std::string& fi
   if (result == SQLITE_BUSY || result == SQLITE_LOCKED) throw lc::CatalogError{lc::databaseFailure(result, file)};
 }
 
-bool isDamaged(sqlite3* connection, const std::string& file) {
-  return vesk::path::exists(damageMark(file)) || !LCSQLiteUtilities::checkSQLiteDatabase(connection, true);
-}
-
 void requireKnownVersion(sqlite3* connection, const std::string& file) {
   if (LCSQLiteUtilities::databaseSchemaVersionForSQLite(connection) <= kDefaultDatabaseSchemaVersion) return;
   fail(LCFailureKind::databaseNewer, "the loop database was made by a newer version of this program", file,
@@ -108,9 +111,10 @@ void requireLoops(sqlite3* connection, const std::string& file) {
 LCConnection checkedConnection(const std::string& file, LCOpenMode mode) {
   if (!vesk::path::exists(file)) failMissing(file);
   requireOpenable(file, mode == LCOpenMode::readOnly ? O_RDONLY : O_RDWR);
+  requireOurs(file);
   LCConnection connection = connectionTo(file, mode);
   requireUnlocked(connection.get(), mode, file);
-  if (isDamaged(connection.get(), file)) failDamaged(file);
+  if (lc::damage::isSuspected(file, connection.get())) failDamaged(file);
   requireKnownVersion(connection.get(), file);
   requireLoops(connection.get(), file);
   return connection;
@@ -154,14 +158,21 @@ std::string putAside(const std::string& file) {
   return kept;
 }
 
+// The default file of an earlier version becomes this one's, which then opens as any older database does.
+void bringOlderDefaultForward(const std::string& file) {
+  if (file != lc::locations::databasePlace() || vesk::path::exists(file)) return;
+  if (LCDatabaseConfiguration::hasOlderDefaultDatabase()) LCDatabaseConfiguration::defaultDatabaseFile();
+}
+
 // A connection for writing to the database as it is, or, when it is missing or damaged, to a new one.
 LCConnection connectionToOldOrNew(const std::string& file, std::optional<std::string>& damagedFileKeptAs) {
   constexpr auto kMode = LCOpenMode::readWriteCreate;
   if (vesk::path::exists(file)) {
     requireOpenable(file, O_RDWR);
+    requireOurs(file);
     LCConnection connection = connectionTo(file, kMode);
     requireUnlocked(connection.get(), kMode, file);
-    if (!isDamaged(connection.get(), file)) {
+    if (!lc::damage::isSuspected(file, connection.get())) {
       requireKnownVersion(connection.get(), file);
       return connection;
     }
@@ -171,7 +182,7 @@ LCConnection connectionToOldOrNew(const std::string& file, std::optional<std::st
     requireWritableFolder(file);
   }
   std::error_code ignored;
-  fs::remove(damageMark(file), ignored);  // what it spoke of is out of the way
+  fs::remove(lc::damage::markerBeside(file), ignored);  // what it spoke of is out of the way
   return connectionTo(file, kMode);
 }
 
@@ -193,6 +204,7 @@ std::unique_ptr<LCFileIndexing> makeIndexer(const std::string& file) {
 }  // namespace
 
 lc::OpenedEngine lc::openEngine(const std::string& databaseFile, const LCCatalogOptions& options) {
+  bringOlderDefaultForward(databaseFile);
   const bool isReading = options.access == LCCatalogAccess::read;
   const LCDatabaseConfiguration configuration(databaseFile, isReading, kDefaultDatabaseSchemaVersion);
   OpenedEngine opened;
@@ -200,6 +212,7 @@ lc::OpenedEngine lc::openEngine(const std::string& databaseFile, const LCCatalog
       options.access == LCCatalogAccess::create
           ? connectionToOldOrNew(databaseFile, opened.damagedFileKeptAs)
           : checkedConnection(databaseFile, isReading ? LCOpenMode::readOnly : LCOpenMode::readWriteCreate);
+  if (options.access == LCCatalogAccess::create) rememberDatabase(databaseFile);
   opened.engine = engineOn(std::move(connection), configuration, options.layout);
   if (!opened.engine->isIndexFileVersionValid()) {
     fail(LCFailureKind::databaseOlder, "the loop database was made by an older version of this program", databaseFile,

@@ -4,9 +4,10 @@
 #include "catalog/CatalogSession.h"
 #include "catalog/DatabaseOpening.h"
 #include "catalog/LoopRemoval.h"
+#include "catalog/Packages.h"
 #include "catalog/QuerySettings.h"
+#include "database/DatabaseLocations.h"
 #include "platform/Path.h"
-#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 #include <algorithm>
@@ -19,23 +20,57 @@ using lc::outcomeOf;
 
 std::string wordsFor(const LCLoopReference& reference) {
   if (!reference.text.empty()) return reference.text;
-  return reference.id ? "id:" + std::to_string(*reference.id) : reference.url ? reference.url->path() : "";
+  if (reference.id) return "id:" + std::to_string(*reference.id);
+  return reference.url ? reference.url->path() : reference.name.value_or("");
+}
+
+[[noreturn]] void failAmbiguous(const LCLoopReference& reference, const std::vector<LCLoopPlace>& places) {
+  constexpr size_t kMostPaths = 20;
+  LCFailure failure{.kind = LCFailureKind::ambiguous,
+                    .message = "the name stands for " + std::to_string(places.size()) + " loops",
+                    .subject = wordsFor(reference),
+                    .nextStep = "Name the one by its path."};
+  for (const auto& place : places) {
+    if (failure.nearNames.size() < kMostPaths) failure.nearNames.push_back(place.path());
+  }
+  throw CatalogError{std::move(failure)};
+}
+
+// As it is stored, or of the file that links lead to.
+std::optional<LCLoopPlace> findFile(lc::LoopRows& rows, const vesk::URL& url) {
+  if (auto place = rows.placeWithURL(url)) return place;
+  const std::string path = url.path();
+  const std::string resolvedPath = vesk::path::resolvingSymlinks(path);
+  return path == resolvedPath ? std::nullopt : rows.placeWithURL(vesk::URL::fileURLWithPath(resolvedPath, false));
 }
 
 std::optional<LCLoopPlace> findPlace(lc::LoopRows& rows, const LCLoopReference& reference) {
   if (reference.id) return rows.placeWithId(*reference.id);
-  if (!reference.url) return std::nullopt;
-  if (auto place = rows.placeWithURL(*reference.url)) return place;
-  const std::string path = reference.url->path();
-  const std::string resolvedPath = vesk::path::resolvingSymlinks(path);
-  return path == resolvedPath ? std::nullopt : rows.placeWithURL(vesk::URL::fileURLWithPath(resolvedPath, false));
+  if (reference.url) {
+    if (auto place = findFile(rows, *reference.url)) return place;
+    if (vesk::path::exists(reference.url->path())) return std::nullopt;  // that file is meant
+  }
+  if (!reference.name || reference.name->empty()) return std::nullopt;  // every name begins with nothing
+  const auto places = rows.placesWithName(*reference.name);
+  if (places.size() > 1) failAmbiguous(reference, places);
+  return places.empty() ? std::nullopt : std::optional(places.front());
 }
 
 LCLoopPlace requiredPlace(lc::LoopRows& rows, const LCLoopReference& reference) {
   if (auto place = findPlace(rows, reference)) return *place;
   LCFailure failure{.kind = LCFailureKind::notFound, .message = "no such loop", .subject = wordsFor(reference)};
-  if (!reference.id && reference.url) failure.nearNames = rows.namesLike(reference.url->lastPathComponent());
+  if (!reference.id && (reference.url || reference.name)) {
+    failure.nearNames = rows.namesLike(reference.url ? reference.url->lastPathComponent() : *reference.name);
+  }
   throw CatalogError{std::move(failure)};
+}
+
+// For those who write on a connection of their own.
+const std::string& writableFile(CatalogSession& session) {
+  if (!session.engine().databaseConfiguration().readonly()) return session.databaseFile();
+  throw CatalogError{{.kind = LCFailureKind::databaseRefused,
+                      .message = "the loop database was opened for reading",
+                      .subject = session.databaseFile()}};
 }
 
 bool isMissing(const LCLoopPlace& place) {
@@ -47,29 +82,27 @@ std::string familyNameOf(const std::string& fileName) {
   return LCSearchEngine::familyNameForLoopName(fileName).value_or(vesk::path::deletingExtension(fileName));
 }
 
-LCFamilyMember memberOf(const LCCatalogLoop& loop) {
-  return {.place = loop.place, .fileName = vesk::path::lastComponent(loop.place.path()), .loopType = loop.loopType};
+bool isInKey(const LCCatalogLoop& loop, std::optional<int64_t> rootNote) {
+  if (!rootNote || loop.rootNote <= 0) return true;
+  return lc::semitonesBetween(loop.rootNote, *rootNote) <= lc::kNearSemitones;
 }
 
 // The engine's family is everything that begins with the family's name, folders included ("Pad" brings "Pads/Slow 1"
 // and "Pad Swell 01"); of these only the variants are meant.
-LCLoopFamily familyOf(CatalogSession& session, const LCCatalogLoop& given, int64_t engineRootKey) {
-  const LCFamilyMember givenMember = memberOf(given);
-  LCLoopFamily family{.name = familyNameOf(givenMember.fileName)};
-  const auto candidates = session.engine().loopFamilyForLoopId(given.place.id, std::nullopt, engineRootKey);
+LCLoopFamily familyOf(CatalogSession& session, const LCCatalogLoop& given, std::optional<int64_t> rootNote) {
+  LCLoopFamily family{.name = familyNameOf(vesk::path::lastComponent(given.place.path()))};
+  bool hasGiven = false;
+  const auto candidates = session.engine().loopFamilyForLoopId(given.place.id, std::nullopt, 0);
   for (const auto& candidate : candidates.value_or(std::vector<LCLoopFamilyMember>())) {
-    if (!candidate.url) continue;
-    const std::string fileName = candidate.url->lastPathComponent();
-    if (!vesk::text::equalIgnoringCase(familyNameOf(fileName), family.name)) continue;
-    family.members.push_back({.place = {.id = candidate.loopId,
-                                        .urlText = candidate.url->absoluteString(),
-                                        .isPlaceholder = candidate.isWebLoop},
-                              .fileName = fileName,
-                              .loopType = candidate.vireoLoopType});
+    const bool isVariant =
+        candidate.url && vesk::text::equalIgnoringCase(familyNameOf(candidate.url->lastPathComponent()), family.name);
+    auto loop = isVariant ? session.rows().loopWithId(candidate.loopId) : std::nullopt;
+    if (!loop) continue;
+    const bool isGiven = candidate.loopId == given.place.id;
+    if (isGiven || isInKey(*loop, rootNote)) family.members.push_back(*std::move(loop));
+    hasGiven = hasGiven || isGiven;
   }
-  const bool hasGiven = std::any_of(family.members.begin(), family.members.end(),
-                                    [&](const LCFamilyMember& member) { return member.place.id == given.place.id; });
-  if (!hasGiven) family.members.insert(family.members.begin(), givenMember);  // nothing but a number is its name
+  if (!hasGiven) family.members.insert(family.members.begin(), given);  // nothing but a number is its name
   return family;
 }
 
@@ -92,7 +125,7 @@ LCLoopReference LCLoopReference::ofPath(std::string_view absolutePath) {
 // --- Opening ---
 
 std::string LCCatalog::defaultDatabaseFile() {
-  return LCSQLiteUtilities::databaseFile();
+  return lc::locations::databasePlace();
 }
 
 LCOutcome<std::unique_ptr<LCCatalog>> LCCatalog::open(const std::string& databaseFile,
@@ -180,10 +213,7 @@ LCOutcome<std::vector<std::string>> LCCatalog::keywordsOfLoop(int64_t loopId) {
 LCOutcome<LCLoopFamily> LCCatalog::family(int64_t loopId, std::optional<int64_t> rootNote) {
   const auto given = loop(LCLoopReference::ofId(loopId));
   if (!given) return given.failure();
-  return outcomeOf([&] {
-    const int64_t key = rootNote ? LCMusicalKey::engineRootKeyForNote(*rootNote) : 0;
-    return familyOf(*m_session, *given, key);
-  });
+  return outcomeOf([&] { return familyOf(*m_session, *given, rootNote); });
 }
 
 // --- Keywords and packages ---
@@ -210,6 +240,22 @@ LCOutcome<LCPackage> LCCatalog::package(std::string_view identifierOrName) {
 LCOutcome<std::vector<LCMarkedLoop>> LCCatalog::mark(std::span<const LCLoopPlace> places, const LCMarkChange& change,
                                                      bool dryRun) {
   return outcomeOf([&] { return m_session->mark(places, change, dryRun); });
+}
+
+LCOutcome<LCPackage> LCCatalog::createPackage(const LCNewPackage& package, bool dryRun) {
+  return outcomeOf([&] {
+    const LCPackage made = lc::packageFor(package, m_session->rows());
+    if (!dryRun) lc::writePackage(made, writableFile(*m_session));
+    return made;
+  });
+}
+
+LCOutcome<LCPackage> LCCatalog::removePackage(std::string_view identifierOrName, bool dryRun) {
+  return outcomeOf([&] {
+    const LCPackage package = lc::requiredPackage(m_session->rows(), identifierOrName);
+    if (!dryRun) lc::removePackage(package.identifier, writableFile(*m_session));
+    return package;
+  });
 }
 
 LCOutcome<int64_t> LCCatalog::remove(std::span<const LCLoopPlace> places, const LCRemovalObserver& observer) {

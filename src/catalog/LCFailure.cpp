@@ -8,6 +8,8 @@ std::string lc::failureKindName(LCFailureKind kind) {
       return "databaseLocked";
     case LCFailureKind::databaseDamaged:
       return "databaseDamaged";
+    case LCFailureKind::databaseForeign:
+      return "databaseForeign";
     case LCFailureKind::databaseNewer:
       return "databaseNewer";
     case LCFailureKind::databaseOlder:

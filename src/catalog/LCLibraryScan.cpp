@@ -8,9 +8,11 @@
 #include "catalog/LoopCounter.h"
 #include "catalog/LoopRemoval.h"
 #include "catalog/LoopRows.h"
+#include "catalog/Packages.h"
 #include "catalog/QuerySettings.h"
 #include "database/LCTransaction.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/catalog/LCLibraryFolders.h"
 #include "VeskLoopManagement/catalog/LCLoopFile.h"
 #include "VeskLoopManagement/database/LCCrateManager.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
@@ -91,10 +93,12 @@ class Scan {
   LCScanReport run();
 
  private:
+  void choosePaths();
   void openDatabase();
   void openForDryRun();
   void choosePackage();
   std::optional<int64_t> countFiles();
+  void rememberFolder(const std::string& path);
 
   void walkAll(lc::WalkHandlers handlers);
 
@@ -134,6 +138,9 @@ class Scan {
   std::unique_ptr<lc::CarriedLoops> m_carried;
   std::optional<LCTransaction> m_batch;
   std::optional<std::string> m_packageIdentifier;
+  std::vector<LCPackage> m_emptyPackages;  // before the scan
+  std::vector<std::string> m_paths;        // of the request, and the remembered folders
+  bool m_canRemember = true;
   int64_t m_inBatch = 0;  // written since the last commit
   lc::LoopCounter m_loops;
   size_t m_pathsInGroups = 0;
@@ -142,6 +149,7 @@ class Scan {
 LCScanReport Scan::run() {
   const auto began = std::chrono::steady_clock::now();
   const PathKeywordSwitch pathKeywords(m_request.readsPathKeywords);
+  choosePaths();
   openDatabase();
   choosePackage();
   m_observer.phaseBegan(LCScanPhase::indexing, countFiles());
@@ -153,6 +161,7 @@ LCScanReport Scan::run() {
            .deadLink = [this](const std::string& path) { meetDeadLink(path); },
            .missing = [this](const std::string& path) { failUnwalked(path, LCFileProblem::notFound, {}); }});
   commitBatch();
+  if (m_request.copyTo) rememberFolder(*m_request.copyTo);
   carry();
   if (!isInterrupted() && m_request.prunes) prune();
   m_observer.phaseEnded(LCScanPhase::indexing);
@@ -164,6 +173,27 @@ LCScanReport Scan::run() {
 
 // --- Before the first file ---
 
+void Scan::choosePaths() {
+  m_paths = m_request.paths;
+  if (!m_request.scansRememberedFolders) return;
+  for (auto& folder : LCLibraryFolders(m_databaseFile).list()) m_paths.push_back(std::move(folder));
+  if (!m_paths.empty()) return;
+  throw CatalogError{{.kind = LCFailureKind::invalidRequest,
+                      .message = "no folders are remembered for this loop database",
+                      .nextStep = "Name a file or folder."}};
+}
+
+// What fails here costs the user no loops.
+void Scan::rememberFolder(const std::string& path) {
+  if (!m_indexer || !m_canRemember || !vesk::path::isDirectory(path)) return;
+  const auto added = LCLibraryFolders(m_databaseFile).add(path);
+  if (!added) {
+    m_canRemember = false;
+    m_observer.warned(fmt::format("{}: {}", added.failure().message, added.failure().subject),
+                      added.failure().nextStep);
+  }
+}
+
 void Scan::openDatabase() {
   if (m_request.isDryRun) {
     openForDryRun();
@@ -171,12 +201,13 @@ void Scan::openDatabase() {
   } else {
     lc::OpenedIndexer opened = lc::openOrCreateIndexer(m_databaseFile);
     if (opened.damagedFileKeptAs) {
-      m_observer.warned(fmt::format("the loop database was damaged and starts anew; the old file is kept as {}",
-                                    *opened.damagedFileKeptAs),
+      m_observer.warned(fmt::format("the loop database {} was damaged and starts anew; the old file is kept as {}",
+                                    m_databaseFile, *opened.damagedFileKeptAs),
                         "Scan your other folders again, too.");
     }
     m_indexer = std::move(opened.indexer);
     m_rows = std::make_unique<lc::LoopRows>(m_indexer->sqlite3Connection());
+    m_emptyPackages = lc::emptyPackages(*m_rows);
   }
   const auto use = m_indexer ? lc::FileStates::Use::readWrite : lc::FileStates::Use::readOnly;
   m_states = std::make_unique<lc::FileStates>(m_databaseFile, use);
@@ -213,13 +244,8 @@ void Scan::choosePackage() {
   }
   m_packageIdentifier = LCCrateManager::crateIdentifierForManufacturer(LCFileIndexingUserLoopsManufacturer, word, true);
   if (m_request.isDryRun) return;
-  const LCDatabaseConfiguration configuration(m_databaseFile, false, kDefaultDatabaseSchemaVersion);
-  const auto manager = LCCrateManager::initWithDatabaseConfiguration(configuration);
-  if (!manager ||
-      !manager->createCrateWithIdentifier(*m_packageIdentifier, word, LCFileIndexingUserLoopsManufacturer, false)) {
-    throw CatalogError{
-        {.kind = LCFailureKind::databaseRefused, .message = "the package could not be made", .subject = word}};
-  }
+  const std::string manufacturer(LCFileIndexingUserLoopsManufacturer);
+  lc::writePackage({.identifier = *m_packageIdentifier, .name = word, .manufacturer = manufacturer}, m_databaseFile);
 }
 
 // The number of files to come; a list that becomes known on the way can be walked only once.
@@ -247,11 +273,13 @@ void Scan::walkAll(lc::WalkHandlers handlers) {
   lc::FolderWalk walk({.excludedPatterns = m_request.excludedPatterns, .withHidden = m_request.withHidden},
                       std::move(handlers), [this] { return !isInterrupted(); });
   if (m_request.copyTo) walk.skipFolder(*m_request.copyTo);
-  for (const auto& path : m_request.paths) {
+  for (const auto& path : m_paths) {
+    if (!m_request.copyTo) rememberFolder(path);
     walk.walk(path);
     if (isInterrupted()) return;
   }
   while (const auto path = m_request.nextPath ? m_request.nextPath() : std::nullopt) {
+    if (!m_request.copyTo) rememberFolder(*path);
     walk.walk(*path);
     if (isInterrupted()) return;
   }
@@ -410,7 +438,7 @@ void Scan::carry() {
 
 void Scan::prune() {
   if (!m_rows) return;
-  for (const auto& path : m_request.paths) {
+  for (const auto& path : m_paths) {
     if (vesk::path::isDirectory(path)) pruneBelow(vesk::path::resolvingSymlinks(path));
   }
 }
@@ -438,6 +466,7 @@ void Scan::finish() {
   if (m_indexer) {
     m_observer.phaseBegan(LCScanPhase::finishing, std::nullopt);
     m_indexer->finishIndexingInBlock(true);
+    lc::writePackages(m_emptyPackages, m_databaseFile);
     m_indexer->setIndexFileSchemaVersion(kDefaultDatabaseSchemaVersion, kIndexingProgram);
     m_observer.phaseEnded(LCScanPhase::finishing);
   }

@@ -39,7 +39,7 @@ std::unique_ptr<LCFileParser> parserFor(const std::string& path, LCParserFailure
 }  // namespace
 
 LCLoopFile LCLoopFile::read(const std::string& resolvedPath, const vesk::URL& url, bool isEnhanced) {
-  LCLoopFile file{.record = std::nullopt, .failure = {.path = url.path()}};
+  LCLoopFile file{.record = std::nullopt, .notes = {}, .failure = {.path = url.path()}};
   LCParserFailure failure;
   const auto parser = parserFor(resolvedPath, failure);
   if (!parser) {
@@ -53,7 +53,8 @@ LCLoopFile LCLoopFile::read(const std::string& resolvedPath, const vesk::URL& ur
     file.failure.detail = "its metadata cannot be decoded";
     return file;
   }
-  file.record = *record;
+  file.record = parser->takeFileData();
+  file.notes = parser->notes();
   file.record->storedFileURL = url;
   return file;
 }

@@ -97,8 +97,8 @@ LCOutcome<int64_t> LCLoopResult::rowOfLoop(int64_t loopId) const {
   });
 }
 
-LCOutcome<std::vector<LCFacet>> LCLoopResult::facets() const {
-  return withCurrent(m_session, m_generation, [](lc::CatalogSession& session) { return session.facets(); });
+LCOutcome<std::vector<LCFacet>> LCLoopResult::facets(LCFacetScope scope) const {
+  return withCurrent(m_session, m_generation, [scope](lc::CatalogSession& session) { return session.facets(scope); });
 }
 
 LCOutcome<LCFoldedPage> LCLoopResult::families(const LCPageRequest& request) const {

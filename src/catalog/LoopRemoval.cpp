@@ -5,6 +5,7 @@
 #include "catalog/DatabaseOpening.h"
 #include "catalog/FileStates.h"
 #include "catalog/LoopRows.h"
+#include "catalog/Packages.h"
 #include "database/LCTransaction.h"
 
 #include <algorithm>
@@ -40,6 +41,7 @@ int64_t lc::removeLoops(const std::string& databaseFile, std::span<const LCLoopP
                         const LCRemovalObserver& observer) {
   const auto indexer = openIndexer(databaseFile);
   LoopRows rows(indexer->sqlite3Connection());
+  const auto emptyBefore = emptyPackages(rows);
   FileStates states(databaseFile, FileStates::Use::readWrite);
   size_t removed = 0;
   while (removed < places.size() && (!observer.shouldContinue || observer.shouldContinue())) {
@@ -52,6 +54,9 @@ int64_t lc::removeLoops(const std::string& databaseFile, std::span<const LCLoopP
     }
   }
   if (observer.finishing) observer.finishing();
-  if (removed > 0) indexer->finishIndexingInBlock(true);
+  if (removed > 0) {
+    indexer->finishIndexingInBlock(true);
+    writePackages(emptyBefore, databaseFile);
+  }
   return static_cast<int64_t>(removed);
 }

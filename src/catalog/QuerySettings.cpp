@@ -4,14 +4,21 @@
 #include "platform/Path.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
 #include "VeskLoopManagement/platform/Text.h"
+#include "VeskLoopManagement/platform/URL.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 namespace {
+
+// What SQLite lets one statement join and combine, with some room.
+constexpr size_t kMostKeywords = 60;
+constexpr size_t kMostWords = 900;
+constexpr size_t kMostBytesOfWords = 15000;
 
 [[noreturn]] void refuse(std::string message, std::string nextStep = {}) {
   throw lc::CatalogError{
@@ -59,10 +66,24 @@ std::string columnOf(LCSortField field) {
       return "hasMidi";
     case LCSortField::favorite:
       return "isFavorite";
+    case LCSortField::rating:
+      return "rating";
+    case LCSortField::genre:
+      return "genreId";
+    case LCSortField::instrument:
+      return "instrumentTypeId";
+    case LCSortField::id:
+      return "id";
     case LCSortField::random:
       break;
   }
   return {};
+}
+
+LCSortDescriptor::By meaningOf(LCSortField field) {
+  using By = LCSortDescriptor::By;
+  if (field == LCSortField::rating) return By::rating;
+  return field == LCSortField::genre || field == LCSortField::instrument ? By::keywordName : By::column;
 }
 
 std::vector<LCSortDescriptor> sortDescriptors(const std::vector<LCSortKey>& order) {
@@ -72,7 +93,7 @@ std::vector<LCSortDescriptor> sortDescriptors(const std::vector<LCSortKey>& orde
       if (order.size() > 1) refuse("random order stands alone");
       return {LCSortDescriptor::random()};
     }
-    descriptors.push_back({.key = columnOf(key.field), .ascending = !key.isDescending});
+    descriptors.push_back({.key = columnOf(key.field), .ascending = !key.isDescending, .by = meaningOf(key.field)});
   }
   descriptors.push_back({.key = "fileName"});  // what is alike stands in the order of names
   return descriptors;
@@ -115,27 +136,87 @@ std::vector<LCFacet> requiredKeywords(const LCLoopQuery& query, lc::LoopRows& ro
 
 // --- Settings ---
 
-void applyTexts(const LCLoopQuery& query, LCSearchEngine& engine) {
-  engine.setSearchString(query.words.empty() ? std::nullopt
-                                             : std::optional(fmt::format("{}", fmt::join(query.words, " "))));
-  engine.setSpecialNameSearchString(query.name);
-  engine.setPathPrefix(query.folder ? std::optional(vesk::path::resolvingSymlinks(*query.folder)) : std::nullopt);
+LCWordRestriction wordRestriction(const LCLoopQuery& query, std::span<const std::string> libraryFolders) {
+  const std::string text = fmt::format("{}", fmt::join(query.words, " "));
+  if (text.empty()) return {};
+  if (text.size() > kMostBytesOfWords ||
+      std::count(text.begin(), text.end(), ' ') >= static_cast<ptrdiff_t>(kMostWords)) {
+    refuse("these are too many words for one search",
+           fmt::format("At most {} words of {} bytes together.", kMostWords, kMostBytesOfWords));
+  }
+  LCWordRestriction restriction{.words = query.words};
+  if (query.inWholePath) restriction.folders.emplace_back("file://");
+  for (const auto& folder : libraryFolders) {
+    restriction.folders.push_back(vesk::URL::fileURLWithPath(folder, true).absoluteString());
+  }
+  return restriction;
+}
+
+// A folder that is gone still has its loops.
+void applyFolder(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRows& rows) {
+  if (!query.folder) return engine.setPathPrefix(std::nullopt);
+  const std::string folder = vesk::path::resolvingSymlinks(*query.folder);
+  engine.setPathPrefix(folder);
+  if (vesk::path::isDirectory(folder)) return;
+  bool hasLoops = false;
+  rows.forEachPlaceBelow(vesk::URL::fileURLWithPath(folder, true).absoluteString(), std::nullopt,
+                         [&](const LCLoopPlace&) { return !(hasLoops = true); });
+  if (hasLoops) return;
+  throw lc::CatalogError{{.kind = LCFailureKind::notFound, .message = "no such folder", .subject = *query.folder}};
+}
+
+// --- Keys ---
+
+constexpr int64_t kNotesPerOctave = 12;
+
+LCKeyPattern pattern(int64_t note, std::optional<LCScale> scale = std::nullopt) {
+  LCKeyPattern pattern{.note = (note % kNotesPerOctave + kNotesPerOctave) % kNotesPerOctave};
+  if (scale) pattern.withoutType = static_cast<int64_t>(*scale == LCScale::minor ? LCScale::major : LCScale::minor);
+  return pattern;
+}
+
+std::vector<LCKeyPattern> compatibleKeys(const LCMusicalKey& key) {
+  constexpr int64_t kFifth = 7, kRelative = 3;
+  std::vector<LCKeyPattern> patterns;
+  for (const auto& [scale, otherScale, relative] : {std::tuple(LCScale::minor, LCScale::major, kRelative),
+                                                    std::tuple(LCScale::major, LCScale::minor, -kRelative)}) {
+    if (key.scale == otherScale) continue;
+    for (const int64_t distance : {int64_t{0}, kFifth, -kFifth}) {
+      patterns.push_back(pattern(key.note + distance, scale));
+    }
+    patterns.push_back(pattern(key.note + relative, otherScale));
+  }
+  return patterns;
+}
+
+std::vector<LCKeyPattern> keyPatterns(const LCLoopQuery& query) {
+  if (!query.key) return {};
+  if (query.keyMatch == LCKeyMatch::compatible) return compatibleKeys(*query.key);
+  const int64_t reach = query.keyMatch == LCKeyMatch::near ? lc::kNearSemitones : 0;
+  std::vector<LCKeyPattern> patterns;
+  for (int64_t distance = -reach; distance <= reach; ++distance)
+    patterns.push_back(pattern(query.key->note + distance));
+  return patterns;
 }
 
 void applyMusic(const LCLoopQuery& query, LCSearchEngine& engine) {
-  const auto keyScale = query.key ? query.key->scale : std::nullopt;
+  const bool isScaleOfKeyMeant = query.key && query.keyMatch != LCKeyMatch::compatible;
+  const auto keyScale = isScaleOfKeyMeant ? query.key->scale : std::nullopt;
   if (keyScale && query.scale && *keyScale != *query.scale) refuse("the key and the scale name different scales");
   const auto scale = query.scale ? query.scale : keyScale;
-  engine.setRootKey(query.key ? query.key->engineRootKey() : 0);
-  engine.setFilterForMoreRelevantResults(query.keyMatch == LCKeyMatch::near);
   engine.setKeyType(scale ? static_cast<int64_t>(*scale) : 0);
   engine.setTimeSignatureTop(query.signature ? query.signature->top : -1,
                              query.signature ? query.signature->bottom : -1);
 }
 
-void applyMarks(const LCLoopQuery& query, LCSearchEngine& engine) {
+void applyRestrictions(const LCLoopQuery& query, LCSearchEngine& engine, std::span<const std::string> libraryFolders) {
   engine.setSearchForFavorites(query.onlyFavorites);
-  engine.setRestrictions({.tempos = tempoRanges(query), .minimumRating = query.minimumRating});
+  engine.setRestrictions({.text = wordRestriction(query, libraryFolders),
+                          .textInName = query.name.value_or(""),
+                          .keys = keyPatterns(query),
+                          .onlyWithKey = query.withKey,
+                          .tempos = tempoRanges(query),
+                          .minimumRating = query.minimumRating});
 }
 
 void applyPackage(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRows& rows) {
@@ -152,16 +233,20 @@ bool applyKeywords(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRow
     names.insert(facet.keyword.name);
     canMatch = canMatch && facet.loopCount > 0;
   }
+  if (names.size() > kMostKeywords) {
+    refuse("these are too many keywords for one search", fmt::format("At most {}.", kMostKeywords));
+  }
   engine.setSearchKeywords(names);
   return canMatch;
 }
 
 }  // namespace
 
-bool lc::applyQuery(const LCLoopQuery& query, LCSearchEngine& engine, LoopRows& rows) {
-  applyTexts(query, engine);
+bool lc::applyQuery(const LCLoopQuery& query, LCSearchEngine& engine, LoopRows& rows,
+                    std::span<const std::string> libraryFolders) {
+  applyRestrictions(query, engine, libraryFolders);
   applyMusic(query, engine);
-  applyMarks(query, engine);
+  applyFolder(query, engine, rows);
   applyPackage(query, engine, rows);
   engine.setEnabledLoopTypes(query.loopTypes);
   engine.setSortDescriptors(sortDescriptors(query.order));

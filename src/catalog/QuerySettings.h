@@ -5,10 +5,15 @@
 #include "VeskLoopManagement/catalog/LCLoopQuery.h"
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
+#include <span>
+
 namespace lc {
 
-// False when no loop can match, whatever the engine would answer.
-bool applyQuery(const LCLoopQuery& query, LCSearchEngine& engine, LoopRows& rows);
+constexpr int64_t kNearSemitones = 2;  // so far a note may be away that is near
+
+// False when no loop can match, whatever the engine would answer. `libraryFolders`: paths; words match what lies below.
+bool applyQuery(const LCLoopQuery& query, LCSearchEngine& engine, LoopRows& rows,
+                std::span<const std::string> libraryFolders);
 
 // By identifier or, ignoring case, by name; throws when there is none or when several have this name.
 LCPackage requiredPackage(LoopRows& rows, std::string_view identifierOrName);

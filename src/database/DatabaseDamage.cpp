@@ -16,13 +16,11 @@ bool insertFlag(sqlite3* connection) {
   return insert.run();
 }
 
-// The marker has one name, whatever the database file is called.
 void writeMarkerFile(sqlite3* connection) {
   const char* file = sqlite3_db_filename(connection, "main");
   if (file == nullptr || *file == '\0') return;  // no file: a database in memory
-  const std::string folder = vesk::path::deletingLastComponent(file);
-  if (!vesk::path::isDirectory(folder)) return;
-  vesk::path::writeFileAtomically(vesk::path::appending(folder, kCorruptDatabaseFileIndicatorName), "1");
+  if (!vesk::path::isDirectory(vesk::path::deletingLastComponent(file))) return;
+  vesk::path::writeFileAtomically(lc::damage::markerBeside(file), "1");
 }
 
 // Whether preparing and first stepping of `sql` show no sign of damage.
@@ -50,6 +48,14 @@ bool isFree(sqlite3* connection, Check check) {
   if (check == Check::thorough) return passesQuickCheck(connection);
   return isReadable(connection, "SELECT * FROM sqlite_master LIMIT 1;") &&
          isReadable(connection, "SELECT * FROM Loops LIMIT 1;");
+}
+
+bool isSuspected(const std::string& databaseFile, sqlite3* connection) {
+  return vesk::path::exists(markerBeside(databaseFile)) || (connection && !isFree(connection, Check::quick));
+}
+
+std::string markerBeside(const std::string& databaseFile) {
+  return vesk::path::appending(vesk::path::deletingLastComponent(databaseFile), kCorruptDatabaseFileIndicatorName);
 }
 
 bool isStatusOfDamage(int status) {

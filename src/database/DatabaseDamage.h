@@ -2,6 +2,8 @@
 // on the thread that uses them. Logs nothing.
 #pragma once
 
+#include <string>
+
 struct sqlite3;
 
 namespace lc::damage {
@@ -13,6 +15,10 @@ enum class Check {
 
 // False for a null connection and for a database in which damage is recorded. A missing table is no damage.
 bool isFree(sqlite3* connection, Check check);
+// Whether the database must not be used as it is: it is marked as damaged, or open and not free by the quick check.
+bool isSuspected(const std::string& databaseFile, sqlite3* connection);
+// The file that marks it: of one name in each folder, whatever the database is called.
+std::string markerBeside(const std::string& databaseFile);
 bool isStatusOfDamage(int status);  // SQLite's result codes of files that cannot be read
 bool isRecorded(sqlite3* connection);
 void record(sqlite3* connection);

@@ -54,6 +54,11 @@ std::string databaseFile() {
   return *path;
 }
 
+std::string databasePlace() {
+  if (auto path = kept(&Places::databaseFile)) return *path;
+  return LCDatabaseConfiguration::defaultDatabasePlace();
+}
+
 void setDatabaseFile(std::optional<std::string> path) {
   keep(&Places::databaseFile, std::move(path));
 }

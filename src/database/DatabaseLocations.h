@@ -7,6 +7,7 @@
 namespace lc::locations {
 
 std::string databaseFile();                             // computed at the first question and kept
+std::string databasePlace();                            // the same place; makes, copies and keeps nothing
 void setDatabaseFile(std::optional<std::string> path);  // nullopt: computed again at the next question
 std::optional<std::string> userDatabaseFolder();        // made when missing; nullopt when that fails
 std::optional<std::string> loudnessUserDatabaseFile();

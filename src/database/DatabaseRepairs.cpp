@@ -145,7 +145,8 @@ std::string transcript(const std::string& displayName) {
 
 // False when the names stay as they were: the transcript column is missing, or a row could not be written.
 bool rewriteNames(sqlite3* connection, const LCSQLiteUtilities::LocalizationBlock& block) {
-  LCTransaction transaction{connection};
+  LCTransaction transaction{connection, LCTransaction::Begin::immediately};
+  if (!transaction.isOpen()) return false;
   LCStatement loops(connection, "SELECT id, fileURL FROM Loops;");
   LCStatement update(connection, "UPDATE Loops SET fileName = ? , chineseTranscript = ?  WHERE id = ?;");
   if (!loops.isPrepared() || !update.isPrepared()) return false;
@@ -165,7 +166,8 @@ namespace lc::repairs {
 
 bool replacePaths(const std::string& oldPrefix, const std::string& newPrefix, sqlite3* connection) {
   if (connection == nullptr) return false;
-  LCTransaction transaction{connection};
+  LCTransaction transaction{connection, LCTransaction::Begin::immediately};
+  if (!transaction.isOpen()) return false;
   LCStatement loops(connection, "SELECT id, fileURL FROM Loops;");
   LCStatement update(connection, "UPDATE Loops SET fileURL = ? WHERE id = ?;");
   if (!loops.isPrepared() || !update.isPrepared()) return false;

@@ -1,7 +1,9 @@
 #include "VeskLoopManagement/database/LCCrateManager.h"
 
+#include "database/LCTransaction.h"
 #include "resources/ResourceTables.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
+#include "VeskLoopManagement/database/LCStatement.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 #include <string_view>
@@ -80,6 +82,13 @@ bool LCCrateManager::removeCrateWithIdentifier(const std::string& identifier) {
   return LCSQLiteUtilities(m_connection.get())
       .executeStatementWithNoReturnValue(
           lc::sqlFormat("DELETE FROM Crates WHERE identifier = \"%@\";", {lc::sqlDoubleQuoteEscaped(identifier)}));
+}
+
+bool LCCrateManager::removeCrateAndRelationsWithIdentifier(const std::string& identifier) {
+  LCTransaction transaction{m_connection.get(), LCTransaction::Begin::immediately};
+  LCStatement relations(m_connection.get(), "DELETE FROM CrateLoopRelation WHERE crateId = ?1");
+  relations.bind(1, identifier);
+  return transaction.isOpen() && relations.run() && removeCrateWithIdentifier(identifier) && transaction.commit();
 }
 
 std::string LCCrateManager::crateIdentifierForManufacturer(std::string_view manufacturer, std::string_view crateName,

@@ -21,12 +21,40 @@ void logError(const std::string& reason) {
   vesk::log(fmt::format("Error: {}", reason));
 }
 
-// Without a music folder of the system's, the usual place below the home folder; it may not exist.
+// Where the system gives no music folder; it may not exist.
+std::string usualMusicFolder() {
+  return vesk::path::appending(vesk::Environment::shared().homeFolder(), "Music");
+}
+
 std::string musicFolder() {
   std::string error;
   if (const auto folder = vesk::Environment::shared().musicFolder(&error)) return *folder;
   logError(error);
-  return vesk::path::appending(vesk::Environment::shared().homeFolder(), "Music");
+  return usualMusicFolder();
+}
+
+// Where the default database lies, and where those of earlier versions may.
+struct DefaultFiles {
+  explicit DefaultFiles(const std::string& musicFolder)
+      : folder(vesk::path::appending(vesk::path::appending(musicFolder, "Audio Vesk"), "Databases")) {}
+
+  std::string current() const { return resolved(kCurrentDatabaseName); }
+  std::string previous() const { return resolved(kPreviousDatabaseName); }
+  static std::string oldest() {
+    return vesk::path::appending(vesk::Environment::shared().homeFolder(), kOldestDatabase);
+  }
+
+  std::string folder;
+
+ private:
+  std::string resolved(const char* name) const {
+    return vesk::path::resolvingSymlinks(vesk::path::appending(folder, name));
+  }
+};
+
+DefaultFiles defaultFilesWithoutMakingAny() {
+  const vesk::Environment& environment = vesk::Environment::shared();
+  return DefaultFiles(environment.musicFolderPlace().value_or(usualMusicFolder()));
 }
 
 // Leaves an existing target alone and no half of a copy behind. Failures are ignored: an empty database is created
@@ -54,16 +82,25 @@ LCDatabaseConfiguration LCDatabaseConfiguration::defaultDatabaseConfiguration() 
 }
 
 std::string LCDatabaseConfiguration::defaultDatabaseFile() {
-  using namespace vesk::path;
-  const std::string folder = appending(appending(musicFolder(), "Audio Vesk"), "Databases");
-  const std::string oldest = appending(vesk::Environment::shared().homeFolder(), kOldestDatabase);
-  const std::string previous = resolvingSymlinks(appending(folder, kPreviousDatabaseName));
+  const DefaultFiles files(musicFolder());
+  const std::string previous = files.previous();
   std::string error;
-  if (!isDirectory(resolvingSymlinks(folder)) && !createDirectories(folder, &error)) logError(error);
-  copyForward(oldest, previous);
-  std::string current = resolvingSymlinks(appending(folder, kCurrentDatabaseName));
+  if (!vesk::path::isDirectory(vesk::path::resolvingSymlinks(files.folder)) &&
+      !vesk::path::createDirectories(files.folder, &error)) {
+    logError(error);
+  }
+  copyForward(DefaultFiles::oldest(), previous);
+  std::string current = files.current();
   copyForward(previous, current);
   return current;
+}
+
+std::string LCDatabaseConfiguration::defaultDatabasePlace() {
+  return defaultFilesWithoutMakingAny().current();
+}
+
+bool LCDatabaseConfiguration::hasOlderDefaultDatabase() {
+  return vesk::path::exists(DefaultFiles::oldest()) || vesk::path::exists(defaultFilesWithoutMakingAny().previous());
 }
 
 std::vector<std::string> LCDatabaseConfiguration::loopsTableColumnNamesForDatabaseSchemaVersion(int64_t schemaVersion) {

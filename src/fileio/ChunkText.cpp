@@ -5,13 +5,6 @@
 #include <algorithm>
 
 namespace lc {
-namespace {
-
-bool continuesCharacter(char c) {
-  return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
-}
-
-}  // namespace
 
 std::string_view characters(std::span<const std::byte> bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -20,12 +13,6 @@ std::string_view characters(std::span<const std::byte> bytes) {
 std::optional<std::string> utf8Text(std::span<const std::byte> bytes) {
   if (!vesk::text::isValidUTF8(bytes)) return std::nullopt;
   return std::string(characters(bytes));
-}
-
-std::string_view cutText(std::string_view text, size_t size) {
-  if (text.size() <= size) return text;
-  while (size > 0 && continuesCharacter(text[size])) --size;
-  return text.substr(0, size);
 }
 
 std::optional<std::string> textField(std::span<const std::byte> payload, size_t offset, size_t width) {
@@ -37,7 +24,7 @@ std::optional<std::string> textField(std::span<const std::byte> payload, size_t 
 
 void appendTextField(vesk::ByteWriter& writer, const std::optional<std::string>& text, size_t width) {
   const std::string_view whole = text ? std::string_view(*text) : std::string_view();
-  const std::string_view kept = cutText(whole.substr(0, whole.find('\0')), width - 1);
+  const std::string_view kept = vesk::text::cut(whole.substr(0, whole.find('\0')), width - 1);
   writer.raw(std::as_bytes(std::span(kept)));
   writer.zeros(width - kept.size());
 }

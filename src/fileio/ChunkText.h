@@ -16,9 +16,6 @@ std::string_view characters(std::span<const std::byte> bytes);
 // The whole of `bytes` as text; nullopt when they are no UTF-8.
 std::optional<std::string> utf8Text(std::span<const std::byte> bytes);
 
-// The longest part from the front of `text` that has at most `size` bytes and does not end inside a character.
-std::string_view cutText(std::string_view text, size_t size);
-
 // A field of `width` bytes at `offset`: UTF-8 that ends at the first NUL, or fills the field when there is none.
 // nullopt when the payload ends before the field begins or the text is no UTF-8.
 std::optional<std::string> textField(std::span<const std::byte> payload, size_t offset, size_t width);

@@ -85,7 +85,7 @@ LCAIFParser::Finding LCAIFParser::findCollectionChunk() {
 }
 
 LCAIFParser::Finding LCAIFParser::findGenInstChunk() {
-  const auto data = chunkData(kGenInstChunkCode);
+  const auto data = archiveData(kGenInstChunkCode);
   if (!data) return Finding::nothing;
   extractGenInstInfoFromData(*data);
   return Finding::authoredLoop;
@@ -100,7 +100,7 @@ LCAIFParser::Finding LCAIFParser::findEventSequenceChunk() {
 }
 
 LCAIFParser::Finding LCAIFParser::findAdditionalDataChunk() {
-  const auto data = chunkData(kAdditionalDataChunkCode);
+  const auto data = archiveData(kAdditionalDataChunkCode);
   if (!data) return Finding::nothing;
   extractAdditionalLoopDataFromData(*data);
   return Finding::authored;
@@ -124,10 +124,12 @@ LCAIFParser::Finding LCAIFParser::findPatchChunk() {
 
 // --- Helpers ---------------------------------------------------------------------------------------------------------
 
-std::optional<std::string> LCAIFParser::stringForChunk(vesk::FourCC code) const {
-  const auto data = chunkData(code);
+std::optional<std::string> LCAIFParser::stringForChunk(vesk::FourCC code) {
+  const auto data = chunkData(code, vesk::kMaximumTextSize + 1);
   if (!data || data->empty()) return std::nullopt;
-  return lc::utf8Text(*data);
+  const std::string_view kept = vesk::text::cut(lc::characters(*data), vesk::kMaximumTextSize);
+  if (kept.size() < data->size()) noteCutText();
+  return lc::utf8Text(std::as_bytes(std::span(kept)));
 }
 
 std::optional<std::string> LCAIFParser::stringForCommentsChunk() const {

@@ -15,8 +15,9 @@ class LCAIFParser : public LCFileParser {
   // Over a file that is open already, such as bytes in memory; `url` says where keywords and name come from.
   LCAIFParser(const vesk::URL& url, vesk::AudioFile audioFile, bool isBigEndian);
 
-  // The chunk's bytes as text, nothing taken off; nullopt when it is absent, empty, unreadable or no UTF-8.
-  std::optional<std::string> stringForChunk(vesk::FourCC code) const;
+  // The chunk's bytes as text, nothing taken off but, as a note says, what is behind 64 KiB; nullopt when it is absent,
+  // empty, unreadable or no UTF-8.
+  std::optional<std::string> stringForChunk(vesk::FourCC code);
   // The first comment, without white space at its ends; nullopt when there is none.
   std::optional<std::string> stringForCommentsChunk() const;
 

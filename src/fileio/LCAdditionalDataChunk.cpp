@@ -32,15 +32,11 @@ std::optional<vesk::Number> numberForKey(const vesk::Dictionary& dictionary, std
   return *value.number();
 }
 
-// The members of an array or a set; null for anything else.
-const vesk::Array* membersOf(const vesk::Value& collection) {
-  return collection.array() ? collection.array() : collection.setMembers();
-}
-
 }  // namespace
 
 std::optional<LCAdditionalDataChunk> LCAdditionalDataChunk::decode(std::span<const std::byte> payload) {
-  const vesk::Value root = vesk::unarchivedRoot(payload, kLCAdditionalData_Chunk_RootDict, LCMetaInfo::isMetaInfo);
+  const vesk::Value root = vesk::unarchivedRoot(payload, kLCAdditionalData_Chunk_RootDict, LCMetaInfo::isMetaInfo,
+                                                vesk::ArchivedSets::refused);
   if (!root.dictionary() || root.dictionary()->empty()) return std::nullopt;
   const vesk::Dictionary& dictionary = *root.dictionary();
   LCAdditionalDataChunk decoded;
@@ -52,7 +48,7 @@ std::optional<LCAdditionalDataChunk> LCAdditionalDataChunk::decode(std::span<con
     decoded.patchInfo = patchInfo->integerValue();
   }
   const vesk::Value metaInfos = vesk::valueForKey(&dictionary, kLCAdditionalData_MetaInfos_Key);
-  if (const vesk::Array* members = membersOf(metaInfos)) {
+  if (const vesk::Array* members = metaInfos.array()) {
     decoded.metaInfos = LCMetaInfo::fromArchivedObjects(*members, payload.size());
   }
   const vesk::Value taggings = vesk::valueForKey(&dictionary, kLCAdditionalData_Taggings_Key);

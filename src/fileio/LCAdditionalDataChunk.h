@@ -12,6 +12,7 @@
 #include "VeskLoopManagement/platform/PropertyList.h"
 
 struct LCAdditionalDataChunk {
+  // A figure that the payload lacks is none, and never 0.
   std::optional<double> integratedLoudness;        // LUFS
   std::optional<double> globalMaxTruePeak;         // dBTP
   std::optional<double> targetIntegratedLoudness;  // LUFS
@@ -21,8 +22,8 @@ struct LCAdditionalDataChunk {
   std::optional<std::vector<LCMetaInfo>> metaInfos;
   std::optional<vesk::Dictionary> taggings;
 
-  // nullopt when the payload is no such archive or its dictionary is empty. A value of a wrong kind is as good as
-  // absent.
+  // nullopt when the payload is no such archive, its dictionary is empty or a set is in it. A value of a wrong kind is
+  // as good as absent.
   static std::optional<LCAdditionalDataChunk> decode(std::span<const std::byte> payload);
   // The fields that are there, with a version of 1 beside them; entries that a payload had under other keys are
   // dropped. nullopt when there is nothing to write, or the taggings are deeper than an archive may be.

@@ -53,16 +53,16 @@ LCCAFParser::Finding LCCAFParser::findWebLoopChunk() {
 }
 
 LCCAFParser::Finding LCCAFParser::findGenInstChunk(size_t index) {
-  const auto payload = payloadOfChunk(index);
-  if (!payload) return Finding::nothing;
-  extractGenInstInfoFromData(*payload);
+  const auto archive = archiveOfChunk(index);
+  if (!archive) return Finding::nothing;
+  extractGenInstInfoFromData(*archive);
   return Finding::authoredLoop;
 }
 
 LCCAFParser::Finding LCCAFParser::findAdditionalDataChunk(size_t index) {
-  const auto payload = payloadOfChunk(index);
-  if (!payload) return Finding::nothing;
-  extractAdditionalLoopDataFromData(*payload);
+  const auto archive = archiveOfChunk(index);
+  if (!archive) return Finding::nothing;
+  extractAdditionalLoopDataFromData(*archive);
   return Finding::authored;
 }
 
@@ -125,9 +125,23 @@ std::optional<LCChunkIdentifier> LCCAFParser::identifierOfChunk(size_t index) co
   return identifier;
 }
 
+namespace {
+
+// Of a chunk that was not read, nothing.
+std::optional<vesk::Bytes> withoutIdentifier(std::optional<vesk::Bytes> chunk) {
+  if (!chunk || chunk->size() <= sizeof(LCChunkIdentifier)) return std::nullopt;
+  chunk->erase(chunk->begin(), chunk->begin() + sizeof(LCChunkIdentifier));
+  return chunk;
+}
+
+}  // namespace
+
 std::optional<vesk::Bytes> LCCAFParser::payloadOfChunk(size_t index) const {
-  auto data = m_audioFile->userData(kUUIDChunkCode, index);
-  if (!data || data->size() <= sizeof(LCChunkIdentifier)) return std::nullopt;
-  data->erase(data->begin(), data->begin() + sizeof(LCChunkIdentifier));
-  return data;
+  return withoutIdentifier(m_audioFile->userData(kUUIDChunkCode, index));
+}
+
+std::optional<vesk::Bytes> LCCAFParser::archiveOfChunk(size_t index) {
+  auto chunk = archiveData(kUUIDChunkCode, index);
+  const bool wasTooLarge = chunk && chunk->empty();
+  return wasTooLarge ? chunk : withoutIdentifier(std::move(chunk));
 }

@@ -40,4 +40,6 @@ class LCCAFParser : public LCFileParser {
   std::optional<LCChunkIdentifier> identifierOfChunk(size_t index) const;
   // The bytes behind the identifier; nullopt when there are none or they cannot be read.
   std::optional<vesk::Bytes> payloadOfChunk(size_t index) const;
+  // The same of an archive; empty when it is too large.
+  std::optional<vesk::Bytes> archiveOfChunk(size_t index);
 };

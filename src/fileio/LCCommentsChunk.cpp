@@ -27,7 +27,7 @@ std::optional<LCCommentsChunk> LCCommentsChunk::decode(std::span<const std::byte
 
 std::vector<std::byte> LCCommentsChunk::encode() const {
   const std::string stored = " " + vesk::text::trimmed(text);
-  const std::string_view kept = lc::cutText(stored, kLongestText);
+  const std::string_view kept = vesk::text::cut(stored, kLongestText);
   vesk::ByteWriter writer(std::endian::big);
   writer.u16(1);
   writer.zeros(kTimeAndMarkerSize);

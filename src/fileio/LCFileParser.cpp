@@ -17,8 +17,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <atomic>
-#include <cmath>
 
 namespace {
 
@@ -166,6 +166,7 @@ const LCFileData* LCFileParser::enhancedFileData() {
 
 void LCFileParser::parseEnhanced(bool enhanced) {
   if (!m_fileData) return;
+  m_notes.clear();
   m_fileData->enhancedFileDataAvailable = enhanced;
   findMidiChunk();
   findSearchInfo();
@@ -198,13 +199,6 @@ int64_t frameCountOf(const vesk::AudioFile& file, const vesk::AudioFormat& forma
   return frames;
 }
 
-// 0 where the sample rate makes no sense.
-float lengthInSecondsOf(int64_t frameCount, double sampleRate) {
-  if (!(sampleRate > 0)) return 0.0f;
-  const auto length = static_cast<float>(static_cast<double>(frameCount) / sampleRate);
-  return std::isfinite(length) ? length : 0.0f;
-}
-
 bool isPlausibleTempo(float tempo) {
   return tempo >= 5.0f && tempo <= 999.0f;
 }
@@ -226,13 +220,16 @@ void LCFileParser::findLengthAndCalcTempo() {
   const auto format = m_audioFile->dataFormat();
   if (!format) return;
   m_fileData->frameCount = frameCountOf(*m_audioFile, *format);
-  m_fileData->lengthInSeconds = lengthInSecondsOf(m_fileData->frameCount, format->sampleRate);
+  // Whatever the rate is: the tempo that comes of it is part of the loop's identity.
+  m_fileData->lengthInSeconds = static_cast<float>(static_cast<double>(m_fileData->frameCount) / format->sampleRate);
   const float tempo = tempoOf(*m_fileData);
   m_fileData->bpm = tempo > 0.0f ? tempo : -1.0f;
 }
 
 void LCFileParser::findFileInfo() {
-  const auto info = m_audioFile->infoDictionary();
+  bool isCut = false;
+  const auto info = m_audioFile->infoDictionary(&isCut);
+  if (isCut) noteCutText();
   if (!info) return;
   const auto textOf = [&](const char* key) -> std::optional<std::string> {
     const auto found = info->find(key);
@@ -260,6 +257,7 @@ void LCFileParser::completeKeywordsFromPath() {
 
 void LCFileParser::extractGenInstInfoFromData(std::span<const std::byte> data) {
   auto instrument = LCGenInstChunk::decode(data);
+  if (m_fileData->enhancedFileDataAvailable) m_fileData->genInstDictionary.reset();  // nil, unless it decodes
   if (!instrument) return;
   if (const auto type = instrument->loopType()) m_fileData->vireoLoopType = *type;
   if (auto identifier = instrument->contentIdentifier()) m_fileData->contentIdentifier = std::move(identifier);
@@ -288,6 +286,18 @@ void LCFileParser::extractStepSequencerDataFromData(std::span<const std::byte> d
 void LCFileParser::note(Finding finding) {
   if (finding == Finding::authored || finding == Finding::authoredLoop) setFoundAuthoredChunks();
   if (finding == Finding::loop || finding == Finding::authoredLoop) setFoundLoopChunks();
+}
+
+void LCFileParser::addNote(std::string_view sentence) {
+  if (std::find(m_notes.begin(), m_notes.end(), sentence) == m_notes.end()) m_notes.emplace_back(sentence);
+}
+
+std::optional<vesk::Bytes> LCFileParser::archiveData(vesk::FourCC code, size_t index) {
+  constexpr uint64_t kLargestArchive = uint64_t{16} << 20;
+  const bool isTooLarge = m_audioFile->userDataSize(code, index).value_or(0) > kLargestArchive;
+  auto data = m_audioFile->userData(code, index, isTooLarge ? std::optional<uint64_t>(0) : std::nullopt);
+  if (data && isTooLarge) addNote("tagging data of more than 16 MiB was not decoded");
+  return data;
 }
 
 std::optional<vesk::Bytes> LCFileParser::chunkData(vesk::FourCC code, std::optional<uint64_t> limit) const {

@@ -16,7 +16,8 @@ std::string textForKey(const vesk::Dictionary* dictionary, std::string_view key)
 }  // namespace
 
 std::optional<LCGenInstChunk> LCGenInstChunk::decode(std::span<const std::byte> payload) {
-  const vesk::Value root = vesk::unarchivedRoot(payload, kLCAdditionalData_Chunk_RootDict);
+  const vesk::Value root =
+      vesk::unarchivedRoot(payload, kLCAdditionalData_Chunk_RootDict, {}, vesk::ArchivedSets::refused);
   if (!root.dictionary()) return std::nullopt;
   return LCGenInstChunk{.dictionary = *root.dictionary()};
 }

@@ -13,7 +13,7 @@
 struct LCGenInstChunk {
   vesk::Dictionary dictionary;  // all of it, also what only a host understands
 
-  // nullopt when the payload is no archive of a dictionary.
+  // nullopt when the payload is no archive of a dictionary, or a set is in it.
   static std::optional<LCGenInstChunk> decode(std::span<const std::byte> payload);
   // The dictionary as it stands; nullopt when it is deeper than an archive may be.
   std::optional<vesk::Bytes> encode() const;

@@ -46,7 +46,7 @@ LCWAVParser::Finding LCWAVParser::findAcidChunk() {
 }
 
 LCWAVParser::Finding LCWAVParser::findAdditionalLoopDataChunk() {
-  const auto data = chunkData(kAdditionalDataChunkCode);
+  const auto data = archiveData(kAdditionalDataChunkCode);
   if (!data) return Finding::nothing;
   extractAdditionalLoopDataFromData(*data);
   return Finding::authored;

@@ -40,6 +40,8 @@ std::optional<LCMetaInfo> LCMetaInfo::fromArchivedObject(const vesk::Value& valu
   info.doubleValue = static_cast<float>(fields.number("doubleValueV1").value_or(vesk::Number()).doubleValue());
   info.integerValue = fields.number("integerValueV1").value_or(vesk::Number()).integerValue();
   info.type = fields.number("typeV1").value_or(vesk::Number()).integerValue();
+  const bool isWeighted = lc::isKindOfClass(*value.object(), "LCWeightedInstrumentKeyword");
+  if (isWeighted) info.type = kWeightedInstrumentKeyword;  // whatever was archived
   info.stringValue = fields.string("stringValueV1");
   return fields.isValid() ? std::optional(info) : std::nullopt;
 }

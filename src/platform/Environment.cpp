@@ -176,10 +176,14 @@ std::string DefaultEnvironment::homeFolder() const {
 }
 
 std::optional<std::string> DefaultEnvironment::musicFolder(std::string* error) const {
-  const std::string home = homeFolder();
-  const std::string folder = configuredMusicFolder(home).value_or(path::appending(home, "Music"));
-  if (!path::createDirectories(folder, error)) return std::nullopt;
+  auto folder = musicFolderPlace();
+  if (!path::createDirectories(*folder, error)) return std::nullopt;
   return folder;
+}
+
+std::optional<std::string> DefaultEnvironment::musicFolderPlace() const {
+  const std::string home = homeFolder();
+  return configuredMusicFolder(home).value_or(path::appending(home, "Music"));
 }
 
 std::vector<std::string> DefaultEnvironment::libraryFolders(Domain domain) const {

@@ -54,8 +54,8 @@ std::string_view unescapedKey(std::string_view key) {
 class ArchiveReader {
  public:
   // `graph` and `admits` are borrowed and outlive the reader.
-  ArchiveReader(const PlistGraph& graph, size_t archiveSize, const ArchivedObjectFilter& admits)
-      : m_graph(graph), m_admits(admits), m_weightLeft(weightLimit(archiveSize)) {}
+  ArchiveReader(const PlistGraph& graph, size_t archiveSize, const ArchivedObjectFilter& admits, ArchivedSets sets)
+      : m_graph(graph), m_admits(admits), m_sets(sets), m_weightLeft(weightLimit(archiveSize)) {}
 
   Value root(std::string_view rootKey) {
     const auto* top = mapAt(m_graph.root);
@@ -303,6 +303,7 @@ class ArchiveReader {
   }
 
   std::optional<Value> decodeSet(const Fields& fields, size_t depth) {
+    if (m_sets == ArchivedSets::refused) return fail();
     auto members = decodeMembers(fields, depth);
     return members ? Value(Value::Set{std::make_shared<const Array>(std::move(*members))}) : fail();
   }
@@ -369,6 +370,7 @@ class ArchiveReader {
 
   const PlistGraph& m_graph;
   const ArchivedObjectFilter& m_admits;
+  ArchivedSets m_sets;
   const PlistNode::List* m_objects = nullptr;
   std::vector<Decoded> m_decoded;
   std::map<uint64_t, ClassNames> m_classes;
@@ -587,9 +589,10 @@ std::optional<PlistGraph> parsedGraph(std::span<const std::byte> archive) {
 
 }  // namespace
 
-Value unarchivedRoot(std::span<const std::byte> archive, std::string_view rootKey, const ArchivedObjectFilter& admits) {
+Value unarchivedRoot(std::span<const std::byte> archive, std::string_view rootKey, const ArchivedObjectFilter& admits,
+                     ArchivedSets sets) {
   const auto graph = parsedGraph(archive);
-  return graph ? ArchiveReader(*graph, archive.size(), admits).root(rootKey) : Value();
+  return graph ? ArchiveReader(*graph, archive.size(), admits, sets).root(rootKey) : Value();
 }
 
 Bytes archivedRoot(const Value& root, std::string_view rootKey) {

@@ -15,15 +15,18 @@
 
 namespace vesk {
 
-// Says which objects of own classes an archive may hold. Containers, strings, numbers, dates, data, URLs and nulls are
-// always admitted, and so are boxed values ("NSValue"), which come back as objects. Empty: no own classes at all. An
-// object that is not admitted makes the whole archive decode to nil.
+// Says which objects of own classes an archive may hold. Arrays, dictionaries, strings, numbers, dates, data, URLs and
+// nulls are always admitted, and so are boxed values ("NSValue"), which come back as objects. Empty: no own classes at
+// all. An object that is not admitted makes the whole archive decode to nil.
 using ArchivedObjectFilter = std::function<bool(const ArchivedObject&)>;
+
+// Whether an archive may hold sets; one that may not decodes to nil when it does.
+enum class ArchivedSets { refused, admitted };
 
 // The object stored under `rootKey` ("root", "rootDict") of the archive; nil when there is none or the archive is
 // malformed. Mutable strings, data and containers come back as their plain kinds.
 Value unarchivedRoot(std::span<const std::byte> archive, std::string_view rootKey,
-                     const ArchivedObjectFilter& admits = {});
+                     const ArchivedObjectFilter& admits = {}, ArchivedSets sets = ArchivedSets::admitted);
 
 // The archive of `root` under `rootKey`. Whatever is equal is stored once, so equal values give equal bytes. Nil inside
 // of containers is left out. Empty when `root` is deeper than 512 levels. An ArchivedObject is written under its class

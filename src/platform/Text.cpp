@@ -199,6 +199,15 @@ bool isValidUTF8(std::span<const std::byte> bytes) {
   return isValidUTF8(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
 }
 
+std::string_view cut(std::string_view value, size_t size) {
+  if (value.size() <= size) return value;
+  constexpr size_t kMostContinuations = 3;  // more of them are no UTF-8
+  const auto continues = [&](size_t at) { return (static_cast<unsigned char>(value[at]) & 0xC0) == 0x80; };
+  size_t end = size;
+  while (end > 0 && size - end <= kMostContinuations && continues(end)) --end;
+  return value.substr(0, size - end <= kMostContinuations ? end : size);
+}
+
 bool isASCII(std::string_view value) {
   return std::all_of(value.begin(), value.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }

@@ -1,6 +1,7 @@
 // Opening: the file, its recovery when it is damaged, and the missing tables.
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
+#include "database/DatabaseDamage.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
@@ -18,13 +19,15 @@ std::string databaseFolder(const LCDatabaseConfiguration& configuration) {
   return folder.empty() ? "." : folder;
 }
 
-std::string damageIndicatorPath(const LCDatabaseConfiguration& configuration) {
-  return vesk::path::appending(databaseFolder(configuration), kCorruptDatabaseFileIndicatorName);
-}
-
 void removeFile(const std::string& path) {
   std::error_code ignored;
   std::filesystem::remove(path, ignored);
+}
+
+// Nobody was asked, so at least it is said.
+void deleteFileOfDamagedDatabase(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::remove(path, error)) vesk::log(fmt::format("Deleted with a damaged loop database: {}", path));
 }
 
 // The database with its journal, write-ahead log and shared memory. Folders stay: SQLite makes none.
@@ -37,8 +40,29 @@ void removeFilesBeginningWith(const std::string& name, const std::string& folder
     const bool isFolder = entry->is_directory(unknown) && !entry->is_symlink(unknown);
     if (!isFolder && entry->path().filename().string().starts_with(name)) found.push_back(entry->path().string());
   }
-  for (const std::string& path : found) removeFile(path);
+  for (const std::string& path : found) deleteFileOfDamagedDatabase(path);
 }
+
+// What is locked by another connection fails at once while this lives.
+class NoWaiting {
+ public:
+  explicit NoWaiting(sqlite3* connection) : m_connection(connection) {
+    LCStatement current(connection, "PRAGMA busy_timeout");
+    m_milliseconds = current.step() ? current.int64At(0) : 0;
+    set(0);
+  }
+  NoWaiting(const NoWaiting&) = delete;
+  NoWaiting& operator=(const NoWaiting&) = delete;
+  ~NoWaiting() { set(m_milliseconds); }
+
+ private:
+  void set(int64_t milliseconds) {
+    LCStatement(m_connection, fmt::format("PRAGMA busy_timeout = {}", milliseconds)).run();
+  }
+
+  sqlite3* m_connection;
+  int64_t m_milliseconds = 0;
+};
 
 }  // namespace
 
@@ -47,10 +71,10 @@ LCSearchEngine::LCSearchEngine(const LCDatabaseConfiguration& configuration) : m
 LCSearchEngine::~LCSearchEngine() = default;
 
 bool LCSearchEngine::databaseLooksDamaged(const LCDatabaseConfiguration& configuration) {
-  if (vesk::path::exists(damageIndicatorPath(configuration))) return true;
-  if (!vesk::path::exists(configuration.databaseFile())) return false;
-  const LCConnection connection = lc::openConnection(configuration.databaseFile(), LCOpenMode::readOnly);
-  return connection && !LCSQLiteUtilities::checkSQLiteDatabase(connection.get(), true);
+  const std::string& file = configuration.databaseFile();
+  LCConnection connection;
+  if (vesk::path::exists(file)) connection = lc::openConnection(file, LCOpenMode::readOnly);
+  return lc::damage::isSuspected(file, connection.get());
 }
 
 bool LCSearchEngine::setupWithDatabaseFile() {
@@ -62,10 +86,8 @@ bool LCSearchEngine::setupWithDatabaseFile() {
   }
   if (!openDatabase()) return false;
 
-  const std::string indicator = damageIndicatorPath(m_databaseConfiguration);
-  const bool isMarkedAsDamaged = vesk::path::exists(indicator);
-  if (isMarkedAsDamaged) removeFile(indicator);
-  if (isMarkedAsDamaged || !LCSQLiteUtilities::checkSQLiteDatabase(m_sqlite.get(), true)) {
+  if (lc::damage::isSuspected(m_databaseConfiguration.databaseFile(), m_sqlite.get())) {
+    removeFile(lc::damage::markerBeside(m_databaseConfiguration.databaseFile()));
     deleteDamagedDatabase();
     if (!openDatabase()) return false;
   }
@@ -78,12 +100,15 @@ void LCSearchEngine::setupWithConnection(LCConnection connection) {
   completeSetup();
 }
 
-// For writers, what the database lacks.
+// For writers, what the database lacks. Searching can do without the loudness table, which is made when figures are
+// saved, and without the repair of names, which the next opening tries again: neither waits for another writer.
 void LCSearchEngine::completeSetup() {
-  if (!m_databaseConfiguration.readonly()) {
+  const bool isWriter = !m_databaseConfiguration.readonly();
+  if (isWriter) {
     LCSQLiteUtilities::generateDatabaseTablesForSQLite(m_sqlite.get(), m_databaseConfiguration.schemaVersion());
-    LCLoudnessDatabase::generateDatabaseTablesForSQLite(m_sqlite.get());
   }
+  const NoWaiting noWaiting(m_sqlite.get());
+  if (isWriter) LCLoudnessDatabase::generateDatabaseTablesForSQLite(m_sqlite.get());
   LCSQLiteUtilities::fixFilenameUTF8EncodingForSQLite(m_sqlite.get());
 }
 
@@ -99,7 +124,7 @@ bool LCSearchEngine::openDatabase() {
 // Read-only engines do this too: their reopening then fails, and the next writer starts with an empty database.
 void LCSearchEngine::deleteDamagedDatabase() {
   closeDatabase();
-  removeFile(m_databaseConfiguration.databaseFile());
+  deleteFileOfDamagedDatabase(m_databaseConfiguration.databaseFile());
   removeFilesBeginningWith(vesk::path::lastComponent(m_databaseConfiguration.databaseFile()),
                            databaseFolder(m_databaseConfiguration));
   m_databaseWasCorruptAndNeedsReindexing = true;

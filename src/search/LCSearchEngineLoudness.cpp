@@ -1,6 +1,7 @@
 // Loudness and meta infos of single loops, by way of databases that borrow the engine's connection for one question.
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
+#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 #include "VeskLoopManagement/fileio/LCFileParser.h"
 #include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
 #include "VeskLoopManagement/loudness/LCMetaInfoDatabase.h"
@@ -47,6 +48,8 @@ std::optional<LCLoopLoudnessInfo> LCSearchEngine::findLoudnessInfoForURL(const v
 
 bool LCSearchEngine::saveLoadnessInfo(const LCLoopLoudnessInfo& info, const std::string& forFileName,
                                       int64_t andLoopId) {
+  const bool hasTable = LCSQLiteUtilities::isTableWithName("LoopsLoudnessV4", std::nullopt, m_sqlite.get());
+  if (!hasTable) LCLoudnessDatabase::generateDatabaseTablesForSQLite(m_sqlite.get());
   return LCLoudnessDatabase::loudnessDatabaseForSqlite(m_sqlite.get())->saveLoadnessInfo(info, forFileName, andLoopId);
 }
 

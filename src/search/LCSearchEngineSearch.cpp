@@ -44,6 +44,7 @@ bool isSortKey(const std::string& key) {
 }
 
 bool canSortBy(const LCSortDescriptor& descriptor) {
+  if (descriptor.by == LCSortDescriptor::By::rating) return true;
   if (!descriptor.isRandom) return isSortKey(descriptor.key);
   vesk::log("Not sorted at random, which only stands alone");
   return false;
@@ -51,6 +52,14 @@ bool canSortBy(const LCSortDescriptor& descriptor) {
 
 const char* directionName(bool ascending) {
   return ascending ? "ASC" : "DESC";
+}
+
+std::string sortedByMeaning(const LCSortDescriptor& descriptor, const std::string& loopsTable) {
+  const char* direction = directionName(descriptor.ascending);
+  if (descriptor.by == LCSortDescriptor::By::rating)
+    return lc::sqlFormat("ifnull(UserData.rating, 0) %@ ", {direction});
+  return lc::sqlFormat("(SELECT name FROM Keywords WHERE Keywords.id = %@.%@) COLLATE NOCASE %@ NULLS LAST ",
+                       {loopsTable, descriptor.key, direction});
 }
 
 // Loops of equally many beats are ordered by their length.
@@ -86,7 +95,7 @@ std::optional<LCCell> lc::ResultPage::cell(const std::string& column, int64_t ro
 // A step that fails does not keep the later ones from running, so that the result is the old one no longer.
 void LCSearchEngine::doSearch() {
   m_lastSearchFailure.reset();
-  const auto clauses = lc::restrictionClauses(m_settings.restrictions, m_tables.loops);
+  const auto clauses = lc::restrictionClauses(m_settings.restrictions, m_tables.loops, textSearchLikeFunction());
   const std::string statement = searchStatement(lc::conditionOf(clauses));
   sqlite3* connection = m_sqlite.get();
   runForSearch(LCStatement(connection, "DROP TABLE IF EXISTS tempTable"));
@@ -177,6 +186,10 @@ std::string LCSearchEngine::sortingString() const {
   if (m_sorting.descriptors->size() == 1 && m_sorting.descriptors->front().isRandom) return "ORDER BY random() ";
   for (const LCSortDescriptor& descriptor : *m_sorting.descriptors) {
     if (!canSortBy(descriptor)) continue;
+    if (descriptor.by != LCSortDescriptor::By::column) {
+      clause += (clause.empty() ? "ORDER BY " : ", ") + sortedByMeaning(descriptor, m_tables.loops);
+      continue;
+    }
     const std::string collation = descriptor.key == "fileName" ? textSearchCollate() : "";
     const std::string collationPart = collation.empty() ? "" : lc::sqlFormat(" COLLATE %@", {collation});
     const char* direction = directionName(descriptor.ascending);

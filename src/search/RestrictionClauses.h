@@ -20,8 +20,9 @@ struct RestrictionClause {
   std::vector<std::variant<int64_t, double, std::string>> values;
 };
 
-std::vector<RestrictionClause> restrictionClauses(const LCSearchRestrictions& restrictions,
-                                                  std::string_view loopsTable);
+// `likeFunction` is the SQL function that compares patterns that are not ASCII.
+std::vector<RestrictionClause> restrictionClauses(const LCSearchRestrictions& restrictions, std::string_view loopsTable,
+                                                  std::string_view likeFunction);
 std::string conditionOf(const std::vector<RestrictionClause>& clauses);  // all of them; "" when there are none
 // Binds the values of all clauses from the first parameter on.
 void bindRestrictions(const std::vector<RestrictionClause>& clauses, LCStatement& statement);

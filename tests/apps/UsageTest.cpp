@@ -18,6 +18,7 @@ Words with(Words words, const Words& more) {
 
 TEST(Usage, WrongArgumentsDoNothingAndSayWhatIsWrong) {
   const Program program;
+  program.add("a.aif");
   const std::pair<Words, std::string_view> cases[] = {
       {{}, "a command is missing"},
       {{"serch"}, "Did you mean \"search\""},
@@ -30,8 +31,11 @@ TEST(Usage, WrongArgumentsDoNothingAndSayWhatIsWrong) {
       {{"family", "a.aif", "b.aif"}, "needs one loop"},
       {{"index", "-x", "a.aif"}, "unknown option: -x"},
       {{"tag", "a.aif"}, "unknown command"},
+      {{"crates", "create"}, "needs a name"},
+      {{"help", "nothing"}, "unknown command"},
       {{"index"}, "needs a file or folder"},
       {{"index", "--move", "a.aif"}, "--copy-to"},
+      {{"index", "--batch", "0", "a.aif"}, "--batch"},
       {{"index", "-0", "a.aif"}, "--null"},
       {{"remove"}, "--missing"},
       {{"--color", "pink", "search"}, "pink"},
@@ -47,7 +51,19 @@ TEST(Usage, WrongArgumentsDoNothingAndSayWhatIsWrong) {
 
 TEST(Usage, VersionTellsWhatItStandsOn) {
   const JSON version = Program().run({"--version", "--json"}).json();
-  EXPECT_TRUE(version["schemaVersion"] == 100930 && version["sqlite"].is_string() && version["icu"].is_string());
+  EXPECT_EQ(version["schemaVersion"], 100930);
+  EXPECT_TRUE(version["sqlite"].is_string() && version["icu"].is_string());
+}
+
+TEST(Usage, ArgumentsThatLookLikeSyntaxAreTakenAsTheyAre) {
+  const Program program;
+  const Words folders = {"[a,b]", "++", "-dash", "{}", "id:x", "a'b \"c\" $d"};
+  for (const auto& folder : folders) program.add(folder + "/" + folder + ".aif");
+  const Outcome index = program.run({"index", "--json", "--", "[a,b]", "++", "-dash", "{}", "id:x", "a'b \"c\" $d"});
+  EXPECT_EQ(index.json()["indexed"], folders.size()) << index.err;
+  EXPECT_EQ(program.run({"search", "--name", "[a,b]"}).names(), Words{"[a,b].aif"});
+  EXPECT_EQ(program.run({"index", "--exclude", "[+]+", "--json", "[a,b]", "++"}).json()["walked"], 2);
+  EXPECT_EQ(program.run({"index", "--exclude", "[+]*", "--json", "[a,b]", "++"}).json()["walked"], 1);
 }
 
 TEST(Usage, TablesAreForTerminalsAndPathsForScripts) {

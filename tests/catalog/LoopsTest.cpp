@@ -2,6 +2,8 @@
 #include "CatalogTest.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
 
+#include <chrono>
+#include <future>
 #include <set>
 
 namespace {
@@ -27,9 +29,12 @@ TEST_F(Loops, AreNamedByIdURLPathAndName) {
   }
   scan({.paths = {"l"}});
   const auto catalog = open();
-  const auto named = [&](std::string_view name) { return valueOf(catalog->placesWithName(name)).size(); };
-  EXPECT_EQ((std::vector{named("BASS.aif"), named("bass"), named("oon")}), (std::vector<size_t>{2, 4, 0}));
   const LCLoopPlace bassoon = place("Bassoon.aif");
+  EXPECT_EQ(valueOf(catalog->place({.name = "bassO"})), bassoon);
+  EXPECT_EQ(kindOf(catalog->place({.url = Reference::ofPath(path("l")).url, .name = "bassO"})), "notFound");
+  const LCFailure several = catalog->place({.name = "BASS.aif"}).failure();
+  EXPECT_EQ(several.nearNames, (Rows{path("l/Bass.aif"), path("l/x/Bass.aif")}));
+  EXPECT_EQ(catalog->place({.name = "bass"}).failure().message, "the name stands for 4 loops");
   Reference mistyped = Reference::ofPath(path("l/Basson.aif"));
   mistyped.text = "Basson";
   EXPECT_EQ(catalog->place(mistyped).failure(), (LCFailure{.kind = LCFailureKind::notFound,
@@ -94,6 +99,20 @@ TEST_F(Loops, AreMarkedAllOrNone) {
   EXPECT_EQ(kindOf(open()->mark({&both[0], 1}, {.rating = 3})), "database");  // opened for reading
   scan({.paths = {"l"}});
   EXPECT_EQ(marks(), before);
+}
+
+TEST_F(Loops, AreMarkedBesideWhatAnotherProgramMarksMeanwhile) {
+  const auto both = twoLoops();
+  const auto catalog = open({.access = LCCatalogAccess::mark});
+  const LCConnection other = connection();
+  LCSQLiteUtilities otherProgram(other.get());
+  ASSERT_TRUE(otherProgram.executeStatementWithNoReturnValue(
+      "BEGIN IMMEDIATE; INSERT INTO UserData SELECT id, 1, 0, 'theirs' FROM Loops WHERE fileName = 'A.aif'"));
+  auto marking = std::async(std::launch::async, [&] { return kindOf(catalog->mark(both, {.rating = 3})); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_TRUE(otherProgram.executeStatementWithNoReturnValue("COMMIT"));
+  EXPECT_EQ(marking.get(), "");
+  EXPECT_EQ(marks(), (Rows{"A.aif|1|3|theirs", "B.aif|0|3|"}));
 }
 
 TEST_F(Loops, AreChosenByPlaceAndTakenOutInBatches) {

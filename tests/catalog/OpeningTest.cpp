@@ -15,8 +15,8 @@ struct Opening : CatalogTest {
     add("l/A.aif");
     scan({.paths = {"l"}});
   }
-  void copyWith(const std::string& name, const std::string& sql) const {
-    fs::copy_file(file, path(name));
+  void make(const std::string& name, const std::string& sql, bool isCopy = true) const {
+    if (isCopy) fs::copy_file(file, path(name));
     execute(sql, path(name));
   }
   std::string contents() const { return vesk::path::readFile(file).value_or("none"); }
@@ -31,11 +31,16 @@ struct Unprivileged {
 
 TEST_F(Opening, SaysWhatStandsInTheWayAndNeitherMakesNorChangesAnything) {
   folder.addFile("garbage.db", "garbage at the beginning" + contents().substr(24));
-  copyWith("older.db", "ALTER TABLE Loops DROP COLUMN ksLoopType");
-  copyWith("newer.db", "UPDATE DatabaseMigrationInfos SET integerValue = 100931 WHERE key = 'DATABASE_SCHEMA_VERSION'");
+  make("loopless.db", "DROP TABLE Loops");
+  make("foreign.db", "CREATE TABLE Loops (id INTEGER PRIMARY KEY, title TEXT)", false);
+  make("older.db", "ALTER TABLE Loops DROP COLUMN ksLoopType");
+  make("newer.db", "UPDATE DatabaseMigrationInfos SET integerValue = 100931 WHERE key = 'DATABASE_SCHEMA_VERSION'");
   const std::tuple<const char*, std::string, std::string, std::string> cases[] = {
       // For reading, for marking, for making and scanning; "-": it opens, and is written.
       {"none/x.db", "databaseMissing", "databaseMissing", "-"},
+      {"loopless.db", "databaseMissing", "databaseMissing", "-"},
+      {"foreign.db", "databaseForeign", "databaseForeign", "databaseForeign"},
+      {"l/A.aif", "databaseForeign", "databaseForeign", "databaseForeign"},
       {"/proc/self/x.db", "databaseMissing", "databaseMissing", "databaseUnopenable"},
       {"l", "databaseUnopenable", "databaseUnopenable", "databaseUnopenable"},
       {"older.db", "databaseOlder", "-", "-"},
@@ -73,16 +78,29 @@ TEST_F(Opening, PutsADamagedOneAsideAndNeverDeletesIt) {
     file = place.addFile(name, before);
     if (isMarked) place.addFile("LoopsDatabaseV10.db-isDamaged", "1");
     place.addFile(name + "-shm", "shared");
-    place.addFile(name + " notes.txt", "mine");  // no companion of the database
+    for (const char* end : {".backup", "-notes.txt"}) place.addFile(name + end, "mine");
     scan({.paths = {"l"}});
-    const std::string kept = log.warnings.back().substr(log.warnings.back().find('/'));
+    EXPECT_NE(log.warnings.back().find(file + " was damaged"), std::string::npos);
+    const std::string kept = log.warnings.back().substr(log.warnings.back().rfind(" /") + 1);
     EXPECT_FALSE(vesk::path::lastComponent(kept).starts_with(name));
     EXPECT_EQ(vesk::path::readFile(kept), before);
     EXPECT_EQ(vesk::path::readFile(kept + "-shm"), "shared");
-    EXPECT_EQ(vesk::path::readFile(file + " notes.txt"), "mine");
+    for (const char* end : {".backup", "-notes.txt"}) EXPECT_EQ(vesk::path::readFile(file + end), "mine");
     EXPECT_EQ(names(), Rows{"A.aif"});
     EXPECT_EQ(open({.access = Access::create})->damagedFileKeptAs(), std::nullopt);
+    place.addFile(name, "nothing of ours");  // but the place is remembered
+    EXPECT_TRUE(open({.access = Access::create})->damagedFileKeptAs());
   }
+}
+
+TEST_F(Opening, OfTheDefaultFileMakesNoFolderAndBringsAnOlderOneForward) {
+  const std::string home = environment->homeFolder(), oldest = home + "/Library/Application Support/Orrin";
+  const std::string before = std::exchange(file, LCCatalog::defaultDatabaseFile());
+  EXPECT_EQ(kindOf(LCCatalog::open(file)), "databaseMissing");
+  EXPECT_TRUE(fs::is_empty(home + "/Music"));
+  fs::create_directories(oldest);
+  fs::copy_file(before, oldest + "/LoopsDatabaseV09.db");
+  EXPECT_EQ(names(), Rows{"A.aif"});
 }
 
 TEST_F(Opening, WaitsForAnotherProgramAndThenSaysThatItIsLocked) {

@@ -120,6 +120,27 @@ TEST_F(Scan, PruningTakesOutWhatIsGoneBelowTheFolderOnlyAndKeepsPlaceholders) {
   EXPECT_EQ(names(), (Rows{"B.aif", "C.aif", "Web.caf"}));
 }
 
+TEST_F(Scan, WithoutWordsOfThePathAFileMayHaveNoTags) {
+  add("Drums/plain.aif", fixture::aiffFile());
+  EXPECT_EQ(counts(scan({.paths = {"Drums"}, .readsPathKeywords = false, .onlyTagged = true})),
+            (Counts{{"walked", 1}, {"untagged", 1}}));
+  EXPECT_EQ(scan({.paths = {"Drums"}, .onlyTagged = true}).indexed, 1);
+}
+
+TEST_F(Scan, EndsBetweenTwoFilesAndKeepsWhatItFinished) {
+  Rows list = {add("A.aif"), add("B.aif"), path("none.aif"), add("C.aif")};
+  for (const int64_t batchSize : {1, 500}) {
+    auto next = list.begin();
+    log.mayGoOn = [&] { return next - list.begin() < 3; };
+    const LCScanRequest request{.paths = {},
+                                .nextPath = [&] { return next == list.end() ? std::nullopt : std::optional(*next++); },
+                                .prunes = true,
+                                .batchSize = batchSize};
+    EXPECT_EQ(counts(scan(request)), (Counts{{"walked", 3}, {"indexed", 2}, {"failed", 1}, {"interrupted", 1}}));
+    EXPECT_EQ(names({.keywords = {"Dry"}}), (Rows{"A.aif", "B.aif"}));
+  }
+}
+
 // The database ends the transaction of itself when the second file is written.
 TEST_F(Scan, ABatchThatFailsEndsTheScanAndNothingIsRememberedOfItsFiles) {
   add("First.aif");

@@ -4,8 +4,7 @@
 
 TEST(CrateManager, KeepsTheFirstPackageOfAnIdentifierAndItsRelationsWhenItIsRemoved) {
   const TestDatabase database;
-  const auto manager =
-      LCCrateManager::initWithDatabaseConfiguration({database.file(), false, kDefaultDatabaseSchemaVersion});
+  const auto manager = LCCrateManager::initWithDatabaseConfiguration(database.configuration());
   std::string folder;
   EXPECT_TRUE(manager->createCrateWithIdentifier("a\"b", "Joe's \"Best\"", "it''s", true));
   EXPECT_TRUE(manager->createCrateWithIdentifier("a\"b", "Other", "Other", false));

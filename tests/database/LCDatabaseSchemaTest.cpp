@@ -1,8 +1,4 @@
-#include "VeskLoopManagement/database/LCDatabaseSchema.h"
-
 #include "database/TestDatabase.h"
-#include "platform/Path.h"
-#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
 
 TEST(DatabaseSchema, IsThePublishedOneAndGeneratingItAgainOnlyReads) {
   const auto schemaOf = [](const TestDatabase& database) {
@@ -60,12 +56,12 @@ TEST(DatabaseSchema, ALoopTakesItsRelationsAlongWhenItIsDeletedAndItsPlaceholder
 
 TEST(DatabaseSchema, BaseSelectsFillTheirResultTablesColumnByColumn) {
   const TestDatabase database;
-  for (const std::string& name : database.rows("SELECT name FROM pragma_table_info('Loops') WHERE name != 'id'")) {
-    database.run("INSERT INTO Loops (id, " + name + ") VALUES (7, '" + name + "') ON CONFLICT DO UPDATE SET " + name +
-                 " = '" + name + "'");
-  }
   database.run(
-      "INSERT INTO LoopsKeywords (loopId) VALUES (7); INSERT INTO UserData (loopId, isFavorite) VALUES (7, 1)");
+      "INSERT INTO Loops (id) VALUES (7); INSERT INTO LoopsKeywords (loopId) VALUES (7); INSERT INTO UserData (loopId, "
+      "isFavorite) VALUES (7, 1)");
+  for (const std::string& name : database.rows("SELECT name FROM pragma_table_info('Loops') WHERE name != 'id'")) {
+    database.run("UPDATE Loops SET " + name + " = '" + name + "'");
+  }
   const auto check = [&database](std::string_view createText, std::string_view selectText, size_t columnCount) {
     const std::string create = vesk::text::replacingAll(createText, "#PLACEHOLDER#", " ");
     const std::string select = vesk::text::replacingAll(selectText, "#PLACEHOLDER#", " ");
@@ -77,8 +73,9 @@ TEST(DatabaseSchema, BaseSelectsFillTheirResultTablesColumnByColumn) {
     const Rows names = database.rows("SELECT name FROM pragma_table_info('tempTable')");
     EXPECT_EQ(names.size(), columnCount);
     for (const std::string& name : names) {
-      const std::string expected = name == "id" ? "7" : name == "isFavorite" ? "1" : name;
-      EXPECT_EQ(database.rows("SELECT " + name + " FROM tempTable"), Rows{expected});
+      EXPECT_EQ(database.rows("SELECT " + name + " FROM tempTable"), Rows{name == "id"           ? "7"
+                                                                          : name == "isFavorite" ? "1"
+                                                                                                 : name});
     }
   };
   check(kCreateLoopsResultTableFormatString, kSelectLoopsFormatString, 34);

@@ -1,13 +1,11 @@
 // Statements, and the utilities but for the repairs.
 #include "database/TestDatabase.h"
-#include "platform/Path.h"
-#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
-
-#include <sqlite3.h>
 
 #include <limits>
 
 namespace {
+
+using U = LCSQLiteUtilities;
 
 // "column=sText;i7;b1; ": s for texts, i for integers, b for truth values.
 std::string described(const LCResultDictionary& result) {
@@ -28,7 +26,6 @@ struct SQLiteUtilities : testing::Test {
 }  // namespace
 
 TEST_F(SQLiteUtilities, ResultShapesDifferInTypesAndInNull) {
-  using U = LCSQLiteUtilities;
   U utilities(connection);
   using Collect = bool (U::*)(const std::string&, LCResultDictionary*);
   const std::tuple<Collect, const char*, const char*> cases[] = {
@@ -56,7 +53,6 @@ TEST_F(SQLiteUtilities, ResultShapesDifferInTypesAndInNull) {
 }
 
 TEST_F(SQLiteUtilities, WhatCannotBeLookedUpCountsAsPresentAndAMissingColumnIsAddedOnce) {
-  using U = LCSQLiteUtilities;
   for (const auto& [table, isThere] : {std::pair("Loops", true), std::pair("Absent", false)}) {
     EXPECT_EQ(U::isTableWithName(table, std::nullopt, connection), isThere);
     EXPECT_TRUE(U::isTableWithName(table, "nodb", connection));
@@ -70,14 +66,13 @@ TEST_F(SQLiteUtilities, WhatCannotBeLookedUpCountsAsPresentAndAMissingColumnIsAd
 }
 
 TEST_F(SQLiteUtilities, DroppingTheTablesKeepsWhatTheUserMade) {
-  EXPECT_TRUE(LCSQLiteUtilities::dropDatabaseTablesForSQLite(connection));
+  EXPECT_TRUE(U::dropDatabaseTablesForSQLite(connection));
   EXPECT_EQ(
       database.rows("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite_%' ORDER BY 1"),
       (Rows{"DatabaseMigrationInfos", "UserData", "keyword_distribution"}));
 }
 
 TEST_F(SQLiteUtilities, FactsAreUpdatedInPlaceAndHaveTheirOwnMarksWhenMissing) {
-  using U = LCSQLiteUtilities;
   const auto facts = [this] {
     return std::tuple(U::databaseSchemaVersionForSQLite(connection), U::lastExtraKeywordIdForSQLite(connection),
                       U::indexingAppIdentifierForSQLite(connection));
@@ -93,7 +88,7 @@ TEST_F(SQLiteUtilities, FactsAreUpdatedInPlaceAndHaveTheirOwnMarksWhenMissing) {
 }
 
 TEST_F(SQLiteUtilities, TheCheckTellsDamageFromAMissingTable) {
-  const auto check = LCSQLiteUtilities::checkSQLiteDatabase;
+  const auto check = U::checkSQLiteDatabase;
   const std::tuple<std::string, bool> files[] = {
       {"", true},
       {std::string(8192, 'x'), false},
@@ -104,7 +99,7 @@ TEST_F(SQLiteUtilities, TheCheckTellsDamageFromAMissingTable) {
   }
   for (const bool isGood : {true, false}) {
     for (const bool doFastCheck : {true, false}) EXPECT_EQ(check(connection, doFastCheck), isGood);
-    LCSQLiteUtilities::setDatabaseIsCorruptFlagForSQLite(connection);
+    U::setDatabaseIsCorruptFlagForSQLite(connection);
   }
 }
 
@@ -115,7 +110,7 @@ TEST_F(SQLiteUtilities, DamageMetByAStatementIsRecordedInTheDatabaseOrElseBeside
     database.close();
     std::string bytes = vesk::path::readFile(database.file()).value();
     bytes.replace((number - 1) * pageSize, pageSize, pageSize, '\xFF');
-    database.folder().addFile("x.db", bytes);
+    database.folder().addFile("loops.db", bytes);
     database.reopen();
     LCSQLiteUtilities utilities(database.connection());
     EXPECT_FALSE(utilities.executeStatementWithNoReturnValue("SELECT * FROM Loops"));
@@ -123,25 +118,21 @@ TEST_F(SQLiteUtilities, DamageMetByAStatementIsRecordedInTheDatabaseOrElseBeside
   };
   const std::string marker = database.folder().path("LoopsDatabaseV10.db-isDamaged");
   EXPECT_EQ(overwrite(page), SQLITE_CORRUPT);
-  EXPECT_TRUE(LCSQLiteUtilities::isDatabaseCorruptFlagSetForSQLite(database.connection()));
-  EXPECT_FALSE(vesk::path::exists(marker));
+  EXPECT_TRUE(U::isDatabaseCorruptFlagSetForSQLite(database.connection()) && !vesk::path::exists(marker));
   EXPECT_EQ(overwrite(1), SQLITE_NOTADB);
   EXPECT_EQ(vesk::path::readFile(marker), "1");
 }
 
 TEST_F(SQLiteUtilities, StatementsBindValuesAsTheyAre) {
   LCStatement statement(connection, "SELECT typeof(?1) || ' ' || ?1");
-  const std::pair<bool (*)(LCStatement&), const char*> cases[] = {
-      {[](LCStatement& bound) { return bound.bind(1, std::string_view()); }, "text "},  // an empty text is not NULL
-      {[](LCStatement& bound) { return bound.bind32(1, (int64_t{1} << 32) + 3); }, "integer 3"},
-      {[](LCStatement& bound) { return bound.bind(1, int64_t{-5506746406385753333}); }, "integer -5506746406385753333"},
-      // A missing text leaves the earlier value.
-      {[](LCStatement& bound) { return bound.bind(1, std::optional<std::string>()); }, "integer -5506746406385753333"},
-  };
-  for (const auto& [bind, result] : cases) {
-    EXPECT_TRUE(bind(statement) && statement.step());
-    EXPECT_EQ(statement.textAt(0), result);
+  const auto answer = [&statement](bool isBound) {
+    const std::string text = isBound && statement.step() ? statement.textAt(0) : "none";
     statement.reset();
-  }
+    return text;
+  };
+  EXPECT_EQ(answer(statement.bind(1, std::string_view())), "text ");  // an empty text is not NULL
+  EXPECT_EQ(answer(statement.bind(1, int64_t{-5506746406385753333})), "integer -5506746406385753333");
+  EXPECT_EQ(answer(statement.bind32(1, (int64_t{1} << 32) + 3)), "integer 3");
+  EXPECT_EQ(answer(statement.bind(1, std::optional<std::string>())), "integer 3");  // a missing text leaves the value
   EXPECT_FALSE(statement.bind(2, "there is no such parameter"));
 }

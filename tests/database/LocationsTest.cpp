@@ -1,10 +1,5 @@
-#include "platform/Path.h"
-#include "support/TestEnvironment.h"
-#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
+#include "database/TestDatabase.h"
 #include "VeskLoopManagement/database/LCPathUtilities.h"
-#include "VeskLoopManagement/database/LCSQLiteUtilities.h"
-
-#include <gtest/gtest.h>
 
 #include <array>
 #include <filesystem>
@@ -16,8 +11,8 @@ const std::string kFiles[] = {"home/Library/Application Support/Orrin/LoopsDatab
                               "home/Music/Audio Vesk/Databases/LoopsDatabaseV10.db"};
 
 void write(const std::string& file, const std::string& contents) {
-  ASSERT_TRUE(vesk::path::createDirectories(vesk::path::deletingLastComponent(file)));
-  ASSERT_TRUE(vesk::path::writeFileAtomically(file, contents));
+  ASSERT_TRUE(vesk::path::createDirectories(vesk::path::deletingLastComponent(file)) &&
+              vesk::path::writeFileAtomically(file, contents));
 }
 
 }  // namespace

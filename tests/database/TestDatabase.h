@@ -1,9 +1,11 @@
 // A loop database in a folder of its own, with short ways to ask it.
 #pragma once
 
+#include "platform/Path.h"
 #include "support/Rows.h"
 #include "support/TestEnvironment.h"
 #include "VeskLoopManagement/database/LCConnection.h"
+#include "VeskLoopManagement/database/LCDatabaseConfiguration.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
@@ -16,12 +18,14 @@ class TestDatabase {
   // Without tables for nullopt.
   explicit TestDatabase(std::optional<int64_t> schemaVersion = kDefaultDatabaseSchemaVersion) {
     run("PRAGMA synchronous = OFF");  // nobody needs this file after a crash
-    const auto generate = LCSQLiteUtilities::generateDatabaseTablesForSQLite;
-    EXPECT_TRUE(!schemaVersion || generate(connection(), *schemaVersion));
+    if (schemaVersion) LCSQLiteUtilities::generateDatabaseTablesForSQLite(connection(), *schemaVersion);
   }
 
   const TemporaryFolder& folder() const { return m_folder; }
-  std::string file() const { return m_folder.path("x.db"); }
+  LCDatabaseConfiguration configuration(bool readOnly = false) const {
+    return {file(), readOnly, kDefaultDatabaseSchemaVersion};
+  }
+  std::string file() const { return m_folder.path("loops.db"); }
   sqlite3* connection() const { return m_connection.get(); }
   bool isInTransaction() const { return sqlite3_get_autocommit(connection()) == 0; }
   void run(const std::string& sql) const { runSQL(connection(), sql); }

@@ -35,24 +35,21 @@ TEST(Transaction, InsideAnotherOneIsAPartOfItThatIsKeptOrUndoneByItself) {
 }
 
 TEST(WritingWhileAnotherConnectionWrites, WaitsAndThenCompletesTheDatabase) {
-  struct Case {
-    const char* missing;
-    void (*complete)(sqlite3* connection);
-    const char* question;
-    const char* answer;
-  };
   const auto generate = [](sqlite3* connection) {
     LCSQLiteUtilities::generateDatabaseTablesForSQLite(connection, kDefaultDatabaseSchemaVersion);
   };
-  const Case cases[] = {
+  // What is missing, what completes it, and the answer to a question then.
+  const std::tuple<const char*, void (*)(sqlite3*), const char*, const char*> cases[] = {
       {"ALTER TABLE Loops DROP COLUMN ksLoopType", generate, "SELECT count(*) FROM pragma_table_info('Loops')", "34"},
       {"DROP TRIGGER trigger_delete_loops_references_crates", generate,
        "SELECT count(*) FROM sqlite_master WHERE type = 'trigger'", "4"},
-      {"DELETE FROM Keywords", generate, "SELECT count(*) FROM Keywords", "146"},
       {"DELETE FROM Keywords", LCSQLiteUtilities::fillKeywordsTableForSQLite, "SELECT count(*) FROM Keywords", "146"},
       {"INSERT INTO Loops (fileName) VALUES ('e\u0301')",
        [](sqlite3* connection) { LCSQLiteUtilities::fixFilenameUTF8EncodingForSQLite(connection); },
        "SELECT fileName FROM Loops", "\u00E9"},
+      {"INSERT INTO Loops (fileURL) VALUES ('file:///a/x')",
+       [](sqlite3* connection) { LCSQLiteUtilities::replaceAbsolutePath("/a", "/b", connection); },
+       "SELECT fileURL FROM Loops", "file:///b/x"},
   };
   for (const auto& [missing, complete, question, answer] : cases) {
     SCOPED_TRACE(missing);

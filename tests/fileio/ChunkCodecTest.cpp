@@ -27,9 +27,7 @@ Bytes writtenBothWays(const Codec& value) {
   return written;
 }
 
-Bytes withoutIdentifier(const Bytes& payload) {
-  return {payload.begin() + 16, payload.end()};
-}
+const auto withoutIdentifier = [](const Bytes& payload) { return Bytes(payload.begin() + 16, payload.end()); };
 
 const std::string kWide(48, 'x');
 
@@ -83,6 +81,9 @@ TEST(ChunkCodecs, ArchivesComeBackWithEveryFieldTheyHave) {
   EXPECT_EQ(vesk::unarchivedRoot(writtenBothWays(LCGenInstChunk::decode(percussion).value()), "rootDict"),
             vesk::unarchivedRoot(percussion, "rootDict"));
   writtenBothWays(LCGenInstChunk{});
+  const vesk::Value set = vesk::Value::Set{std::make_shared<const vesk::Array>()};
+  const Bytes withSet = vesk::archivedRoot(vesk::Dictionary{{"IconID", 1}, {"MetaInfo", set}}, "rootDict");
+  EXPECT_FALSE(LCGenInstChunk::decode(withSet) || LCAdditionalDataChunk::decode(withSet)) << "sets have no place here";
 }
 
 TEST(LCGenInstChunk, DecidesTheLoopTypeAndTheContentIdentifier) {

@@ -13,12 +13,8 @@ LCFileData parsed(const std::vector<Chunk>& chunks, Parse parse = Parse::plain) 
   return recordOf("q.caf", cafFile(chunks), parse);
 }
 
-Chunk searchInfo(const Pairs& entries) {
-  return chunk("uuid", searchInfoPayload(entries));
-}
-Chunk uuid(std::string_view identifier, const Bytes& payload = {}) {
-  return chunk("uuid", uuidPayload(identifier, payload));
-}
+const auto searchInfo = [](const Pairs& entries) { return chunk("uuid", searchInfoPayload(entries)); };
+const auto uuid = [](std::string_view id, const Bytes& bytes = {}) { return chunk("uuid", uuidPayload(id, bytes)); };
 
 }  // namespace
 
@@ -42,6 +38,9 @@ TEST(LCCAFParser, SecondSearchInfoReplacesEveryFieldAndAnEmptyOneNone) {
   EXPECT_EQ(numbersOf(record), "0 0 0 0/0 2");
   EXPECT_EQ(tagsOf(parsed({first, searchInfo({})})), "Bass|-|Jazz|Dry|-|-|");
   EXPECT_EQ(parsed({searchInfo({{"descriptors", ""}})}).descriptors, vesk::StringSet{""});
+  Chunk cut = searchInfo({{"category", "Drums"}});
+  cut.declaredSize = cut.payload.size() + 1;
+  EXPECT_EQ(tagsOf(parsed({first, cut})), "Bass|-|Jazz|Dry|-|-|");
 }
 
 TEST(LCCAFParser, ConvertsTheTextsOfTheSearchInfo) {
@@ -101,6 +100,9 @@ TEST(LCCAFParser, IdentifiersDecideWhatAChunkTells) {
   const auto enhanced = parsed({uuid(kEventSequenceID, x)}, Parse::enhanced);
   EXPECT_EQ(enhanced.eventSequenceData, x);
   EXPECT_EQ(flagsOf(enhanced), "authored typed");
+  const auto undecodable = uuid(kGeneratedInstrumentID, x), instrument = uuid(kGeneratedInstrumentID, drummer);
+  EXPECT_TRUE(parsed({undecodable, instrument}, Parse::enhanced).genInstDictionary);
+  EXPECT_FALSE(parsed({instrument, undecodable}, Parse::enhanced).genInstDictionary) << "the last one counts";
   // A patch mark before the additional data is cleared by it, and raises it when it comes after.
   const auto icon = uuid(kAdditionalDataID, archiveNamed("additional-icon-only.archive"));
   EXPECT_EQ(parsed({uuid(kPatchMarkerID), icon}).patchInfo, 0);

@@ -64,15 +64,30 @@ TEST(LCFileParser, TakesATempoFromFiveTo999FromTheNameAndElseComputesIt) {
       {"Drip 4.5 bpm.aif", in3s, 80.0f},
       {"Low 5bpm.aif", in3s, 5.0f},
       {"High 999bpm.aif", in3s, 999.0f},
-      {"x 1200bpm 96bpm.aif", in3s, 80.0f},  // a later match is not looked at
       {"q.aif", loopOf(9, 8, 40000), 54.0f},
       {"q.aif", loopOf(3, 4, 2232), 645.1612548828125f},  // the length is narrowed first; else …613159
       {"q.aif", loopOf(-4, 4, 24000), -1.0f},
-      {"q.aif", loopOf(4, 4, 24000, 0), -1.0f},       // no sample rate, no length
-      {"Odd 1500bpm.aif", loopOf(4, 4, 0), 1500.0f},  // nothing to compute: the name's tempo, however odd
+      {"Odd 1500bpm.aif", loopOf(4, 4, 24000, 0), -1.0f},  // no sample rate: endless
+      {"Odd 1500bpm.aif", loopOf(4, 4, 0), 1500.0f},       // nothing to compute: the name's tempo, however odd
       {"Odd 2.5bpm.aif", loopOf(4, 0, 24000), 2.5f},
   };
   for (const auto& [name, file, bpm] : cases) EXPECT_EQ(recordOf(name, file).bpm, bpm) << name << " " << bpm;
+}
+
+TEST(LCFileParser, CutsTextsAndLeavesOutArchivesThatAreLongerThanAnybodyWrites) {
+  const std::string kept(65535, 'x'), text = kept + "\u00FC";
+  const Bytes large = uuidPayload(kAdditionalDataID, Bytes(16 << 20));
+  const std::tuple<const char*, Bytes, size_t> cases[] = {
+      {"q.aif", aiffFile({chunk("NAME", text), chunk("genI", large)}), 2},
+      {"q.aif", aiffFile({chunk("NAME", kept), chunk("genI", "no archive")}), 0},
+      {"q.wav", wavFile({chunk("LIST", infoListPayload({{"INAM", text}})), chunk("adLD", large)}), 2},
+      {"q.caf", cafFile({cafInfoChunk({{"title", text}}), chunk("uuid", large)}), 2},
+  };
+  for (const auto& [path, bytes, noteCount] : cases) {
+    const auto parser = LCFileParser::fileParserForURL(ParsedFile(path, bytes).url());
+    EXPECT_TRUE(parser->fileData()->title == kept && parser->fileData()->hasAuthoredChunks) << path;
+    EXPECT_EQ(parser->notes().size(), noteCount) << path;
+  }
 }
 
 TEST(LCFileParser, CountsValidFramesOfThePacketTableBeforePackets) {

@@ -34,9 +34,8 @@ std::optional<std::string> matchOfScanner(const std::string& name) {
 TEST(TempoFromFileName, IsTheNumberOfTheFirstMatch) {
   EXPECT_EQ(lc::findTempoInFileName("7.25.110bpm"), 25.110000610351562f);  // a number has one point
   EXPECT_EQ(lc::findTempoInFileName("1200bpm 96bpm"), 1200.0f);
-  EXPECT_EQ(lc::findTempoInFileName("\u0661\u0662\u0660bpm"),
-            0.0f);  // digits, but not ones that we can turn into a number
-  EXPECT_EQ(lc::findTempoInFileName("96\xFF bpm"), std::nullopt);  // no UTF-8
+  EXPECT_EQ(lc::findTempoInFileName("\u0661\u0662\u0660bpm"), 0.0f);  // digits, but not of a number that we read
+  EXPECT_EQ(lc::findTempoInFileName("96\xFF bpm"), std::nullopt);     // no UTF-8
   EXPECT_EQ(lc::findTempoInFileName("\xFF\xC3 96bpm\xE2"), 96.0f);
 }
 

@@ -1,21 +1,19 @@
 #include "IndexingTest.h"
 
-class LCFileIndexingCarry : public IndexingTest {
- protected:
+struct LCFileIndexingCarry : IndexingTest {
   // Loop 1 stands for a loop before it was renamed, 2 for the same one afterwards.
-  void addLoop(int64_t id, double seconds) {
+  void addLoop(int64_t id, float seconds = 4) {
     LCFileData loop = loopTagged(id, {"Jazz"});
-    loop.lengthInSeconds = static_cast<float>(seconds);
+    loop.lengthInSeconds = seconds;
     add(loop, "package " + std::to_string(id));
   }
-  void execute(const std::string& sql) { EXPECT_TRUE(indexer->executeStatementWithNoReturnValue(sql)) << sql; }
 };
 
 TEST_F(LCFileIndexingCarry, WhatTheNewLoopHasWinsAndNothingStaysWithTheOldOne) {
   struct Case {
     std::string table, oldRow, newRow;  // values behind the id
     Rows carried;
-    double newSeconds = 4;
+    float newSeconds = 4;
   };
   const std::string loudness = "LoopsLoudnessV4";
   const std::vector<Case> cases = {
@@ -33,9 +31,9 @@ TEST_F(LCFileIndexingCarry, WhatTheNewLoopHasWinsAndNothingStaysWithTheOldOne) {
       {"LoopsMetaInfos", "NULL, 0.5, 1, 1), (1, 'x', 0, 0, 1", "", {"NULL|0.5|1|1", "x|0.0|0|1"}},
       {"LoopsMetaInfos", "'Topper', 0.5, 1, 1", "'Drums', 1, 0, 2", {"Drums|1.0|0|2"}},
   };
-  indexer->executeStatementWithNoReturnValue(std::string(kCreateLoopsLoudnessTableString));
+  execute(std::string(kCreateLoopsLoudnessTableString));
   for (const auto& [table, oldRow, newRow, carried, newSeconds] : cases) {
-    addLoop(1, 4);
+    addLoop(1);
     addLoop(2, newSeconds);
     const std::string id = table == loudness ? "id" : "loopId";
     if (!oldRow.empty()) execute("INSERT INTO " + table + " VALUES (1, " + oldRow + ")");
@@ -52,7 +50,7 @@ TEST_F(LCFileIndexingCarry, WhatTheNewLoopHasWinsAndNothingStaysWithTheOldOne) {
 }
 
 TEST_F(LCFileIndexingCarry, ALoopIsNeverGivenUpForOneThatIsNotThere) {
-  addLoop(1, 4);
+  addLoop(1);
   execute("INSERT INTO UserData VALUES (1, 1, 2, '')");
   EXPECT_FALSE(indexer->carryLoopWithId(1, 2));
   EXPECT_TRUE(indexer->carryLoopWithId(1, 1));
@@ -62,16 +60,16 @@ TEST_F(LCFileIndexingCarry, ALoopIsNeverGivenUpForOneThatIsNotThere) {
 TEST_F(LCFileIndexingCarry, ManyAreCarriedInTheirOrderWithoutLoudnessAndMetaInfosAndLeaveNoIndexBehind) {
   std::vector<LCLoopCarry> carries;
   for (int64_t id = 1; id <= 20; ++id) {
-    addLoop(id, 4);
+    addLoop(id);
     carries.push_back({.loopId = id, .toLoopId = id + 1});
   }
-  addLoop(21, 4);
-  execute("INSERT INTO UserData VALUES (1, 0, 0, 'first'); DROP TABLE LoopsMetaInfos;");
-  execute("DROP TRIGGER IF EXISTS trigger_delete_loops_references_LoopsMetaInfos");
-  ASSERT_TRUE(indexer->beginBatch());
-  EXPECT_TRUE(indexer->carryLoopsWithIds(carries));
-  ASSERT_TRUE(indexer->commitBatch());
-  EXPECT_EQ(rows("SELECT Loops.id, userComment FROM Loops JOIN UserData ON loopId = Loops.id"), Rows{"21|first"});
-  EXPECT_EQ(rows("SELECT count(*) FROM CrateLoopRelation WHERE loopId = 21"), Rows{"21"});
+  addLoop(21);
+  execute(
+      "INSERT INTO UserData VALUES (1, 0, 0, 'first'); DROP TABLE LoopsMetaInfos; "
+      "DROP TRIGGER IF EXISTS trigger_delete_loops_references_LoopsMetaInfos");
+  EXPECT_TRUE(indexer->beginBatch() && indexer->carryLoopsWithIds(carries) && indexer->commitBatch());
+  EXPECT_EQ(rows("SELECT Loops.id, userComment, (SELECT count(*) FROM CrateLoopRelation WHERE loopId = 21) FROM Loops "
+                 "JOIN UserData ON loopId = Loops.id"),
+            Rows{"21|first|21"});
   EXPECT_EQ(indexes(), Rows{"index_loops_fileName_isWebLoop"});
 }

@@ -1,6 +1,6 @@
 #include "IndexingTest.h"
 
-class LCFileIndexingFinish : public IndexingTest {};
+using LCFileIndexingFinish = IndexingTest;
 
 TEST_F(LCFileIndexingFinish, MembersOfAGroupGetTheKeywordOfTheGroup) {
   int64_t id = 0;
@@ -19,8 +19,7 @@ TEST_F(LCFileIndexingFinish, MembersOfAGroupGetTheKeywordOfTheGroup) {
 }
 
 TEST_F(LCFileIndexingFinish, TablesOfEveryKeywordAndTheDistributionAreMadeAnewAndEmptyPackagesGo) {
-  indexer->executeStatementWithNoReturnValue(
-      "INSERT INTO Crates VALUES ('full', 'Full', 'USER', 0), ('empty', 'Empty', 'USER', 0)");
+  execute("INSERT INTO Crates VALUES ('full', 'Full', 'USER', 0), ('empty', 'Empty', 'USER', 0)");
   add(loopTagged(-5, {"Jazz"}), "full");
   add(loopTagged(7, {"Zorp"}));
   const std::vector<int64_t> others = {11, 12, 13, 14, 15, 16, 17, 18, 19, 20};

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-class LCFileIndexingStatements : public IndexingTest {};
+using LCFileIndexingStatements = IndexingTest;
 
 TEST_F(LCFileIndexingStatements, EveryFieldArrivesInItsColumnAndGoesWithItsLoop) {
   const std::vector<std::string> keywords = {"Horn/Wind", "Tuba",  "Jazz",     "Single",  "Fill",     "Electric",
@@ -22,14 +22,9 @@ TEST_F(LCFileIndexingStatements, EveryFieldArrivesInItsColumnAndGoesWithItsLoop)
                            &LCFileData::contentIdentifier}) {
     fileData.*field = "it's " + std::to_string(++number - (int64_t{1} << 32));
   }
-  fileData.collectionTag = "";
-  fileData.bpm = 101.5f;
-  fileData.vireoLoopType = kLoopTypeStepSequencer;
-  fileData.isWebLoop = true;
-  fileData.lengthInSeconds = 2.5f;
-  fileData.instrumentTypeTag = keywords[0];
-  fileData.instrumentSubTypeTag = keywords[1];
-  fileData.genreTag = keywords[2];
+  fileData.collectionTag = "", fileData.vireoLoopType = kLoopTypeStepSequencer, fileData.isWebLoop = true;
+  fileData.bpm = 101.5f, fileData.lengthInSeconds = 2.5f, fileData.genreTag = keywords[2];
+  fileData.instrumentTypeTag = keywords[0], fileData.instrumentSubTypeTag = keywords[1];
   fileData.metaInfos = {LCWeightedInstrumentKeyword{"Topper", 0.5}.metaInfo()};
   ASSERT_TRUE(add(fileData, "package"));
 
@@ -40,10 +35,10 @@ TEST_F(LCFileIndexingStatements, EveryFieldArrivesInItsColumnAndGoesWithItsLoop)
   EXPECT_EQ(rows("SELECT * FROM Loops"), Rows{row + "it's 62|57|" + std::to_string(fileData.ksLoopType())});
   EXPECT_EQ(rows("SELECT * FROM LoopsKeywords"), Rows{id + "|Horn/Wind|Tuba|Jazz|" + *fileData.descriptorsString()});
   EXPECT_EQ(rows("SELECT loopId, count(*) FROM Tagging GROUP BY loopId"), Rows{id + "|12"});
-  EXPECT_EQ(rows("SELECT * FROM CrateLoopRelation"), Rows{"package|" + id});
-  EXPECT_EQ(rows("SELECT loopId, stringValue, type FROM LoopsMetaInfos"), Rows{id + "|Topper|1"});
+  EXPECT_EQ(rows("SELECT crateId, loopId, stringValue, type FROM CrateLoopRelation JOIN LoopsMetaInfos USING (loopId)"),
+            Rows{"package|" + id + "|Topper|1"});
 
-  indexer->executeStatementWithNoReturnValue("INSERT INTO UserData VALUES (" + id + ", 1, 3, '')");
+  execute("INSERT INTO UserData VALUES (" + id + ", 1, 3, '')");
   EXPECT_TRUE(indexer->removeLoopWithId(fileData.hash));
   for (const std::string table : {"Loops", "LoopsKeywords", "Tagging", "CrateLoopRelation", "LoopsMetaInfos"}) {
     EXPECT_EQ(rows("SELECT * FROM " + table), Rows{}) << table;
@@ -59,7 +54,7 @@ TEST_F(LCFileIndexingStatements, ATempoIsRoundedWithHalvesAwayFromZero) {
 }
 
 TEST_F(LCFileIndexingStatements, ASchemaBeforeThePatchColumnsIsWrittenWithoutThem) {
-  indexer = LCFileIndexing::initWithDatabaseConfiguration({databaseFolder.path("old.db"), false, 100929});
+  indexer = LCFileIndexing::initWithDatabaseConfiguration({database.folder().path("old.db"), false, 100929});
   EXPECT_TRUE(add(loopTagged(5, {"Jazz"})));
 }
 
@@ -99,16 +94,11 @@ TEST_F(LCFileIndexingStatements, KeywordsGetTheirBuiltInIdOrTheNextFreeOne) {
 
 TEST_F(LCFileIndexingStatements, CategoriesComeFromTheDictionaryAlone) {
   LCKeywordHelper::setKeywordId(20001, kCategoryGenre, "Learned");
-  const std::pair<Rows, int32_t> cases[] = {// A group and what the taxonomy has learned are not in it.
-                                            {{"Brass", "Learned", "jazz", "Dark/Cheerful"}, 0},
-                                            {{"Jazz"}, 1},
-                                            {{"Dissonant"}, 2},
-                                            {{"Bass"}, 3},
-                                            {{"Mixed"}, 4},
-                                            {{"Tuba"}, 5}};
-  for (const auto& [keywords, category] : cases) {
-    for (const auto& keyword : keywords) EXPECT_EQ(indexer->keywordCategoryForKeyword(keyword), category);
-  }
+  // A group and what the taxonomy has learned are not in it.
+  const std::pair<const char*, int32_t> cases[] = {{"Brass", 0},         {"Learned", 0}, {"jazz", 0},
+                                                   {"Dark/Cheerful", 0}, {"Jazz", 1},    {"Dissonant", 2},
+                                                   {"Bass", 3},          {"Mixed", 4},   {"Tuba", 5}};
+  for (const auto& [keyword, category] : cases) EXPECT_EQ(indexer->keywordCategoryForKeyword(keyword), category);
 }
 
 TEST_F(LCFileIndexingStatements, TheLastStepDecidesTheResult) {
@@ -119,10 +109,10 @@ TEST_F(LCFileIndexingStatements, TheLastStepDecidesTheResult) {
   EXPECT_EQ(rows("SELECT loopId FROM Tagging"), Rows{"3"});
 
   const std::string failing = "CREATE TEMP TRIGGER fail%@ BEFORE INSERT ON main.%@ BEGIN SELECT RAISE(FAIL, 'no'); END";
-  indexer->executeStatementWithNoReturnValue(lc::sqlFormat(failing, {"Tagging", "Tagging"}));
+  execute(lc::sqlFormat(failing, {"Tagging", "Tagging"}));
   EXPECT_FALSE(add(loopTagged(8, {"Jazz"}), "package"));
   EXPECT_EQ(rows("SELECT count(*) FROM Loops"), Rows{"5"});  // its row is there all the same
-  indexer->executeStatementWithNoReturnValue(lc::sqlFormat(failing, {"LoopsKeywords", "LoopsKeywords"}));
+  execute(lc::sqlFormat(failing, {"LoopsKeywords", "LoopsKeywords"}));
   EXPECT_FALSE(add(loopTagged(9, {"Jazz"}), "package"));
   EXPECT_EQ(rows("SELECT loopId FROM CrateLoopRelation"), (Rows{"1", "8"}));  // after LoopsKeywords nothing is written
 }
@@ -135,14 +125,12 @@ TEST_F(LCFileIndexingStatements, LoudnessIsTakenFromTheRecordOrMeasured) {
   LCFileData fileData = loopTagged(2, {"Jazz"});
   fileData.integratedLoudness = -10;  // not enough
   indexer->addFileDataToDatabase(fileData, std::nullopt);
-  EXPECT_EQ(fileData.integratedLoudness, -14);
-  EXPECT_EQ(fileData.globalMaxTruePeak, -1);
-  fileData.hash = 1;
-  fileData.targetIntegratedLoudness = -18;
+  EXPECT_EQ(std::pair(fileData.integratedLoudness, fileData.globalMaxTruePeak),
+            std::pair(std::optional(-14.), std::optional(-1.)));
+  fileData.hash = 1, fileData.targetIntegratedLoudness = -18;
   add(fileData);
-
-  const auto stored =
-      LCLoudnessDatabase::initWithDatabaseFile(databaseFolder.path("LoudnessDatabaseV04.sqlite"), false);
+  const std::string file = database.folder().path("LoudnessDatabaseV04.sqlite");
+  const auto stored = LCLoudnessDatabase::initWithDatabaseFile(file, false);
   EXPECT_EQ(stored->loudnessInfoForLoopID(2), (LCLoopLoudnessInfo{-14, -1, -22}));  // the target is ours
   EXPECT_EQ(stored->loudnessInfoForLoopID(1), (LCLoopLoudnessInfo{-14, -1, -18}));
 }

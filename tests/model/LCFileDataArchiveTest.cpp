@@ -100,7 +100,11 @@ TEST(LCMetaInfo, KeepsItsNumberAsAShortFloatInAnArchive) {
   const vesk::Array many(3, LCMetaInfo{.stringValue = std::string(100, 'x')}.archivedObject());
   EXPECT_EQ(LCMetaInfo::fromArchivedObjects(many, 10), std::nullopt) << "far more than the archive itself";
 
-  const auto foreign = [](Dictionary fields) { return LCMetaInfo::fromArchivedObject(objectOf("Elsewhere", fields)); };
+  const auto read = [](const char* name, Dictionary fields) {
+    return LCMetaInfo::fromArchivedObject(objectOf(name, fields));
+  };
+  const auto foreign = [&](const Dictionary& fields) { return read("Elsewhere", fields); };
+  EXPECT_EQ(read("LCWeightedInstrumentKeyword", {{"typeV1", 3}, {"doubleValueV1", 1}})->type, 1) << "whatever it says";
   EXPECT_EQ(foreign({{"typeV1", 3}, {"doubleValueV1", 1}}), (LCMetaInfo{.doubleValue = 1, .type = 3}));
   EXPECT_EQ(foreign({{"typeV1", 3}}), std::nullopt);
   EXPECT_EQ(foreign({{"typeV1", 3}, {"doubleValueV1", 1}, {"stringValueV1", 5}}), std::nullopt);

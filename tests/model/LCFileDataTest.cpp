@@ -10,9 +10,7 @@
 
 namespace {
 
-vesk::URL url(std::string_view text) {
-  return *vesk::URL::fromString(text);
-}
+const auto url = [](std::string_view text) { return *vesk::URL::fromString(text); };
 
 TEST(LCFileData, AFactoryLoopShowsACafWhereverItsURLSaysLoopdata) {
   LCFileData record;

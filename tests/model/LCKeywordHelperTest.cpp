@@ -87,6 +87,7 @@ TEST(LCLocalizedKeyword, ShowsTheHostsTextAndComparesIt) {
   const LCLocalizedKeyword kick("Kick"), bass("Bass");
   EXPECT_EQ(kick.description(), "a drum");
   EXPECT_EQ(LCLocalizedKeyword("").description(), "<none>");
+  EXPECT_EQ(std::hash<LCLocalizedKeyword>()(kick), LCLocalizedKeyword("Kick").hash());
   EXPECT_GT(kick.localizedCompare(bass), 0);  // "a" stands behind "B" by code
   EXPECT_LT(kick.caseInsensitiveCompare(bass), 0);
 }

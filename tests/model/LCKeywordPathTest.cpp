@@ -9,9 +9,7 @@ namespace {
 
 using Case = std::pair<const char*, const char*>;
 
-std::string listed(const vesk::StringSet& words) {
-  return vesk::text::joined(words, ",");
-}
+const auto listed = [](const vesk::StringSet& words) { return vesk::text::joined(words, ","); };
 
 std::string keywordsInPath(std::string_view path) {
   return listed(LCKeywordHelper::extractTagsFromFileURL(vesk::URL::fileURLWithPath(path, false)));

@@ -28,15 +28,10 @@ Chunk unpadded(Chunk chunk) {
   return chunk;
 }
 
-Bytes wav(const std::vector<Chunk>& chunks, const FormLies& lies = {}) {
-  return formFile("RIFF", "WAVE", chunks, lies);
-}
-Bytes aiff(const std::vector<Chunk>& chunks, const FormLies& lies = {}) {
-  return formFile("FORM", "AIFF", chunks, lies);
-}
-Bytes rf64(const std::vector<Chunk>& chunks) {
-  return formFile("RF64", "WAVE", chunks);
-}
+using Chunks = std::vector<Chunk>;
+const auto wav = [](const Chunks& all, const FormLies& lies = {}) { return formFile("RIFF", "WAVE", all, lies); };
+const auto aiff = [](const Chunks& all, const FormLies& lies = {}) { return formFile("FORM", "AIFF", all, lies); };
+const auto rf64 = [](const Chunks& all) { return formFile("RF64", "WAVE", all); };
 
 // A file of well-formed chunks whose form's size is `difference` off.
 Bytes wavOffBy(int difference, const std::vector<Chunk>& chunks, const Bytes& trailing = {}) {
@@ -84,9 +79,7 @@ TEST(AudioFileChunks, ARunOfChunksIsFoundWhateverTheSizesSay) {
       {"all well", aiff({kOdd, kComm, kSsnd, kOdd}), regular, "NAME 3+, COMM 18, SSND 16, NAME 3+", ""},
       {"form too large", wavOffBy(1, {kFmt, kData}), benign, "fmt  16, data 8", "larger"},
       {"form forgets a chunk", wavOffBy(-24, {kFmt, kData, kList}), benign, "fmt  16, data 8, LIST 16", "smaller"},
-      {"form ends in a chunk", wavOffBy(-3, {kFmt, kData, kList}), benign, "fmt  16, data 8, LIST 16", "smaller"},
       {"form of size 0", wav({kFmt, kData, kList}, {.size = 0}), benign, "fmt  16, data 8, LIST 16", "its size"},
-      {"form of unknown size", wav({kFmt, kData}, {.size = 0xFFFFFFFF}), benign, "fmt  16, data 8", "its size"},
       {"last pad missing", aiff({kComm, kSsnd, unpadded(kOdd)}), benign, "COMM 18, SSND 16, NAME 3", "pad byte"},
       {"text behind the form", wavOffBy(0, {kFmt, kData}, tag), benign, "fmt  16, data 8", "bytes follow"},
       {"and no pad", wav({kFmt, unpadded(dataChunk(7))}, {.trailing = tag}), benign, "fmt  16, data 7", "bytes follow"},
@@ -99,7 +92,6 @@ TEST(AudioFileChunks, ARunOfChunksIsFoundWhateverTheSizesSay) {
       {"AIFF", aiff({kComm, lying(kSsnd, 0x7FFFFFFF)}, {.size = 0x7FFFFFFF}), benign, "COMM 18, SSND 16", "unknown"},
       {"audio cut off", wav({kFmt, lying(kData, 1000)}), ambiguous, "fmt  16, data 8", "audio is cut off"},
       {"cut off", wav({kFmt, kData, lying(kList, 17)}), ambiguous, "fmt  16, data 8, LIST 16", "last chunk is cut off"},
-      {"-1 elsewhere", wav({kFmt, kData, lying(kList, ~0u)}), ambiguous, "fmt  16, data 8, LIST 16", "is cut off"},
       {"a size that would wrap", wav({kFmt, lying(kList, 0xFFFFFFF8), kData}), ambiguous, "fmt  16, LIST 32", "is cut"},
       {"crashed recorder", wav({kFmt, lying(kData, 0)}), ambiguous, "fmt  16, data 0", "says that it is empty"},
       {"empty audio at the end", wav({kFmt, dataChunk(0)}), regular, "fmt  16, data 0", ""},
@@ -120,8 +112,6 @@ TEST(AudioFileChunks, CAFChunksStandWithoutPadding) {
       {"near 2^63", cafFileOf({kDesc, lying(data, ~uint64_t{0} >> 1)}), ambiguous, "desc 32, data 12", "is cut off"},
       {"cut off", cafFileOf({kDesc, data, lying(kOdd, 4)}), ambiguous, "desc 32, data 12, NAME 3", "cut off"},
       {"no id", cafFileOf({kDesc, data, {.id = "dat\x7F"}}), ambiguous, "desc 32, data 12", "no chunks"},
-      {"zeros at the end", cafFileOf({kDesc, data, {.id = "\0\0\0\0"}}), ambiguous, "desc 32, data 12", "no chunks"},
-      {"two audio chunks", cafFileOf({kDesc, data, data}), ambiguous, "desc 32, data 12, data 12", "two audio"},
       {"description behind the audio", cafFileOf({data, kDesc}), ambiguous, "data 12, desc 32", "not its first"},
   });
 }
@@ -179,8 +169,8 @@ TEST(AudioFileChunks, NothingReachesBeyondTheFile) {
   EXPECT_EQ(probe(tagged).file->contents().chunksEnd, tagged.size() - tag.size());
 
   const Probe cut = probe(aiff({kComm, kSsnd, lying(chunk("cate", "cut off!"), 0x7FFFFFF0)}));
-  EXPECT_EQ(cut.file->userDataSize("cate"), 8u);
-  EXPECT_EQ(cut.file->userData("cate"), bytesOf("cut off!"));
+  EXPECT_EQ(cut.file->userDataSize("cate"), 0x7FFFFFF0u);
+  EXPECT_EQ(cut.file->userData("cate", 0, 4), std::nullopt) << "half a tag is no tag";
 
   // 300 MiB that are there, but are nothing to read in one piece.
   constexpr uint32_t kLarge = 300u << 20;

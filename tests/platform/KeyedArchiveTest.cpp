@@ -33,9 +33,7 @@ Bytes plistFile(const Texts& objects) {
   return file.raw(table.bytes).zeros(6).u8(4).u8(1).u64be(objects.size()).u64be(0).u64be(tableOffset).bytes;
 }
 
-Value uid(int value) {
-  return Dictionary{{"CF$UID", value}};
-}
+const auto uid = [](int value) { return Value(Dictionary{{"CF$UID", value}}); };
 // An archive in the XML form with these objects after "$null"; the root is UID 1.
 Bytes archiveOf(Array objects) {
   objects.insert(objects.begin(), "$null");
@@ -47,17 +45,13 @@ Value object(Dictionary fields, int classUID = 2) {
   fields["$class"] = uid(classUID);
   return fields;
 }
-Value classNamed(const char* name) {
-  return Dictionary{{"$classname", name}};
-}
+const auto classNamed = [](const char* name) { return Value(Dictionary{{"$classname", name}}); };
 Value listOf(const std::vector<int>& uids) {
   Array list;
   for (const int each : uids) list.push_back(uid(each));
   return list;
 }
-Value containerOf(const std::vector<int>& members) {
-  return object({{"NS.objects", listOf(members)}});
-}
+const auto containerOf = [](const std::vector<int>& members) { return object({{"NS.objects", listOf(members)}}); };
 Value dictionaryOf(const std::vector<int>& keys, const std::vector<int>& values) {
   return object({{"NS.keys", listOf(keys)}, {"NS.objects", listOf(values)}});
 }
@@ -176,7 +170,6 @@ TEST(KeyedArchive, MalformedObjectsMakeItNil) {
     ASSERT_FALSE(archiveOf(objects).empty()) << why;
     EXPECT_TRUE(unarchivedRoot(archiveOf(objects), "root", admits).isNil()) << why;
   }
-  EXPECT_TRUE(unarchivedRoot(kForeignArchive, "rootDict").isNil());
 }
 
 TEST(KeyedArchive, SharedObjectsStaySharedAndBombsAreNil) {

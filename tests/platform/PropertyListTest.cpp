@@ -18,9 +18,7 @@ std::vector<std::string> texts(const Text&... text) {
   return {text...};
 }
 
-std::string plist(const std::string& content) {
-  return "<plist version=\"1.0\">" + content + "</plist>";
-}
+const auto plist = [](const std::string& content) { return "<plist version=\"1.0\">" + content + "</plist>"; };
 
 std::string repeated(const std::string& part, size_t count) {
   std::string result;

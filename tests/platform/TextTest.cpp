@@ -22,16 +22,16 @@ using Real = std::pair<std::string, double>;
 // Characters close to where the orders of UTF-8 and UTF-16 part, alone and behind another one.
 TEST(Text, CodeUnitOrderIsThatOfUTF16) {
   using Units = std::pair<std::string, std::u16string>;
-  const auto texts = {Units{"", u""},
-                      Units{"a", u"a"},
-                      Units{"aé", u"aé"},
-                      Units{"\xED\x9F\xBF", u"\uD7FF"},
-                      Units{"\uE000", u"\uE000"},
-                      Units{"\uFFFD", u"\uFFFD"},
-                      Units{"a\uFFFD", u"a\uFFFD"},
-                      Units{"\U00010000", u"\U00010000"},
-                      Units{"a\U00010000", u"a\U00010000"},
-                      Units{"\U0010FFFF", u"\U0010FFFF"}};
+  const Units texts[] = {{"", u""},
+                         {"a", u"a"},
+                         {"aé", u"aé"},
+                         {"\xED\x9F\xBF", u"\uD7FF"},
+                         {"\uE000", u"\uE000"},
+                         {"\uFFFD", u"\uFFFD"},
+                         {"a\uFFFD", u"a\uFFFD"},
+                         {"\U00010000", u"\U00010000"},
+                         {"a\U00010000", u"a\U00010000"},
+                         {"\U0010FFFF", u"\U0010FFFF"}};
   for (const auto& [left, units] : texts) {
     EXPECT_EQ(text::toUTF16(left), units);
     EXPECT_EQ(text::utf16Length(left), units.size());

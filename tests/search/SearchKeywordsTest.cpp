@@ -1,28 +1,18 @@
 #include "search/SearchDatabase.h"
-#include "VeskLoopManagement/model/LCKeywordHelper.h"
-#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 #include "VeskLoopManagement/search/LCSearchEngineMobile.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
-
-namespace {
-
 // Loops with their keywords in the columns, as the indexer leaves them.
-struct KeywordsTest : testing::Test {
+struct KeywordsTest : EngineTest {
   KeywordsTest() {
     tag(1, "kick.wav", {"Drums", "Kick", "Hip Hop", "Dry"});
     tag(2, "/L/My Loops/tuba.wav", {"Horn/Wind", "Tuba", "Deep House"});
     tag(3, "walk.wav", {"Sound Effect", "People", "Urban", "Dark"});
     tag(4, "bang.wav", {"Sound Effect", "Explosions", "Dark"});
     tag(5, "talk.wav", {"Vocals", "Male", "Vinyl/Scratch"});
-    database.execute("INSERT INTO Tagging VALUES (1, 20001)");  // "Zorp", from outside the taxonomy
-    database.execute("INSERT INTO UserData VALUES (3, 1, 0, ''), (1, 0, 5, '')");
-    database.execute("INSERT INTO CrateLoopRelation VALUES ('a', 1), ('a', 3), ('b', 3)");
+    database.run(
+        "INSERT INTO Tagging VALUES (1, 20001);"  // "Zorp", from outside the taxonomy
+        "INSERT INTO UserData VALUES (3, 1, 0, ''), (1, 0, 5, '');"
+        "INSERT INTO CrateLoopRelation VALUES ('a', 1), ('a', 3), ('b', 3)");
   }
 
   void tag(int64_t id, const std::string& name, const std::vector<std::string>& keywords) {
@@ -30,30 +20,24 @@ struct KeywordsTest : testing::Test {
     Ids ids;
     for (const std::string& keyword : keywords) {
       ids.push_back(LCKeywordHelper::keywordIdForKeyword(keyword));
-      const auto column = LCKeywordHelper::columnNameForKeyword(keyword);
-      values += ", " + column.value() + " = " + std::to_string(ids.back());
+      values += ", " + LCKeywordHelper::columnNameForKeyword(keyword).value() + " = " + std::to_string(ids.back());
     }
     database.add(id, name, values, ids);
   }
 
   vesk::StringSet keywordsFor(const std::string& category, const std::optional<std::string>& subCategory,
-                              const std::optional<std::string>& keyword = std::nullopt) {
-    const auto keywords = engine->availableKeywordsForCategory(category, subCategory, keyword);
+                              const std::optional<std::string>& keyword = {}, Engine* mobile = nullptr) {
+    const auto keywords =
+        (mobile ? mobile : engine.get())->availableKeywordsForCategory(category, subCategory, keyword);
     return keywords ? vesk::StringSet(keywords->begin(), keywords->end()) : names("nil");
   }
-
-  SearchDatabase database;
-  std::unique_ptr<LCSearchEngineDesktop> engine = database.engine();
 };
 
-}  // namespace
-
 TEST_F(KeywordsTest, SubCategoriesFollowTheFilterButNotTheKeywords) {
-  using Names = std::vector<std::string>;
   EXPECT_EQ(engine->availableKeywordsForCategory("Base", {}, {}),
-            (Names{"All", "Genres", "Moods", "Instruments", "Favorites"}));
+            (Rows{"All", "Genres", "Moods", "Instruments", "Favorites"}));
   EXPECT_EQ(engine->availableKeywordsForCategory("BaseFX", {}, {}),
-            (Names{"All Effects", "Mixed", "Motions & Transitions", "Effects", "FavoritesFX"}));
+            (Rows{"All Effects", "Mixed", "Motions & Transitions", "Effects", "FavoritesFX"}));
   engine->setSearchKeywords(names("Kick"));
   EXPECT_EQ(keywordsFor("Base", "Moods"), names("Dark", "Dry"));
   EXPECT_EQ(keywordsFor("Base", "Genres"), names("Deep House", "Hip Hop", "Urban"));
@@ -64,7 +48,7 @@ TEST_F(KeywordsTest, SubCategoriesFollowTheFilterButNotTheKeywords) {
   EXPECT_EQ(keywordsFor("Base", "Colours"), names("nil"));
   EXPECT_EQ(keywordsFor("Colours", {}), names("nil"));
 
-  database.execute("INSERT INTO Tagging VALUES (4, 10003), (4, 10004)");  // All Effects, Effects
+  database.run("INSERT INTO Tagging VALUES (4, 10003), (4, 10004)");  // All Effects, Effects
   EXPECT_EQ(keywordsFor("Base", "All").size(), 16u);
   EXPECT_EQ(keywordsFor("BaseFX", "All").size(), 18u);
 
@@ -75,8 +59,7 @@ TEST_F(KeywordsTest, SubCategoriesFollowTheFilterButNotTheKeywords) {
   EXPECT_EQ(keywordsFor("Base", "Genres"), names("Hip Hop", "Urban"));
 
   const auto mobile = LCSearchEngineMobile::initWithDatabaseConfiguration(database.configuration());
-  const auto shown = mobile->availableKeywordsForCategory("Base", "Instruments", {}).value();
-  EXPECT_EQ(vesk::StringSet(shown.begin(), shown.end()),
+  EXPECT_EQ(keywordsFor("Base", "Instruments", {}, mobile.get()),
             names("Drums", "People", "Sound Effect", "Vinyl/Scratch", "Vocals"));
 }
 
@@ -92,14 +75,12 @@ TEST_F(KeywordsTest, ADrillDownNarrowsTheSearchForGood) {
   keywordsFor("Base", {}, "Dark");
   EXPECT_FALSE(engine->searchForFavorites());
 
-  struct Case {
-    const char* subCategory;
-    vesk::StringSet keywords;
-  };
-  for (const auto& [subCategory, keywords] :
-       {Case{"All Effects", names("All Effects", "Boom", "People", "Urban")},
-        Case{"FavoritesFX", names("All Effects", "People", "Urban")}, Case{"Mixed", names("All Effects", "Urban")},
-        Case{"Effects", names("All Effects", "Boom", "People")}, Case{"Nothing", names()}}) {
+  const std::pair<const char*, vesk::StringSet> cases[] = {{"All Effects", {"All Effects", "Boom", "People", "Urban"}},
+                                                           {"FavoritesFX", {"All Effects", "People", "Urban"}},
+                                                           {"Mixed", names("All Effects", "Urban")},
+                                                           {"Effects", {"All Effects", "Boom", "People"}},
+                                                           {"Nothing", {}}};
+  for (const auto& [subCategory, keywords] : cases) {
     engine->setSearchKeywords(names());
     if (keywords.empty()) engine->setSearchString("found nowhere");
     EXPECT_EQ(keywordsFor("BaseFX", subCategory, "Dark"), keywords) << subCategory;
@@ -108,22 +89,19 @@ TEST_F(KeywordsTest, ADrillDownNarrowsTheSearchForGood) {
 
 TEST_F(KeywordsTest, DroppingTheChoiceWithinAType) {
   engine->setSearchKeywords(names("People", "Dark", "Urban"));
-  struct Case {
-    int64_t searchType;
-    vesk::StringSet keywords;
-  };
-  for (const auto& [searchType, keywords] :
-       {Case{LCSearchEngine::kSearchTypeInstruments, names("All Effects", "Effects", "People", "Sound Effect")},
-        Case{LCSearchEngine::kSearchTypeGenres, names("Hip Hop/RnB", "Urban")},
-        Case{LCSearchEngine::kSearchTypeDescriptors, names("Dark")}, Case{7, names()}}) {
+  const std::pair<int64_t, vesk::StringSet> cases[] = {
+      {Engine::kSearchTypeInstruments, {"All Effects", "Effects", "People", "Sound Effect"}},
+      {Engine::kSearchTypeGenres, names("Hip Hop/RnB", "Urban")},
+      {Engine::kSearchTypeDescriptors, {"Dark"}},
+      {7, {}}};
+  for (const auto& [searchType, keywords] : cases) {
     EXPECT_EQ(engine->availableKeywordsOfSearchType(searchType), keywords) << searchType;
-    EXPECT_FALSE(engine->searchParameterEdited());
     EXPECT_EQ(engine->searchKeywords(), names("Dark", "People", "Urban"));
-    EXPECT_EQ(engine->numberOfLoops(), 1);
+    EXPECT_TRUE(!engine->searchParameterEdited() && engine->numberOfLoops() == 1);
     EXPECT_TRUE(engine->availableKeywords().contains("People"));
   }
   engine->setSearchKeywords(names("Kick", "Dark"));  // together they find nothing
-  EXPECT_EQ(engine->availableKeywordsOfSearchType(LCSearchEngine::kSearchTypeDescriptors), names("Dry"));
+  EXPECT_EQ(engine->availableKeywordsOfSearchType(Engine::kSearchTypeDescriptors), names("Dry"));
   EXPECT_EQ(engine->numberOfLoops(), 0);
   LCKeywordHelper::setKeywordId(1600, 0x30000 + kCategoryGenre, "Flagged");  // only the low 16 bits are the category
   engine->setAvailableKeywords(names("Flagged", "Urban", "Kick", "Nobody"));
@@ -134,11 +112,10 @@ TEST_F(KeywordsTest, CountsAreThoseOfAHandWrittenQuery) {
   EXPECT_TRUE(engine->availableKeywordsWithCounts().empty());                           // nothing was searched for yet
   for (int64_t id = 100; id < 110; ++id) tag(id, "more.wav", {"Drums", "Tom", "Dry"});  // makes one loop a small result
   for (const int64_t id : {-8, -7, 6, 50, 51, 200}) tag(id, "without tags.wav", {});
-  database.execute("INSERT INTO Tagging SELECT 4, id FROM Keywords WHERE name = 'Impacts & Crashes'");  // two of "Boom"
+  database.run("INSERT INTO Tagging SELECT 4, id FROM Keywords WHERE name = 'Impacts & Crashes'");  // two of "Boom"
   for (const vesk::StringSet& keywords : {names(), names("Drums"), names("Dark"), names("Kick")}) {
     engine->setSearchKeywords(keywords);
-    std::string loops;
-    for (const int64_t id : idsFound(*engine)) loops += (loops.empty() ? "" : ",") + std::to_string(id);
+    const std::string loops = testing::PrintToString(idsFound(*engine));  // "{ 1, 2 }"
     const LCKeywordCounts counts = engine->availableKeywordsWithCounts();
     for (const std::string& keyword : engine->availableKeywords()) EXPECT_TRUE(counts.contains(keyword)) << keyword;
     for (const auto& [keyword, count] : counts) {
@@ -148,8 +125,8 @@ TEST_F(KeywordsTest, CountsAreThoseOfAHandWrittenQuery) {
       }
       const std::string query =
           "SELECT count(DISTINCT loopId) FROM Tagging JOIN Keywords ON Keywords.id = keywordId WHERE loopId IN (" +
-          loops + ") AND name IN ('" + vesk::text::joined(members, "', '") + "')";
-      EXPECT_EQ(Ids{count}, database.numbers(query)) << keyword;
+          loops.substr(1, loops.size() - 2) + ") AND name IN ('" + vesk::text::joined(members, "', '") + "')";
+      EXPECT_EQ(database.rows(query), Rows{std::to_string(count)}) << keyword;
     }
     EXPECT_EQ(counts.contains("All Effects"), keywords.empty() || keywords.contains("Dark"));
     EXPECT_EQ(counts.contains("Zorp"), !keywords.contains("Dark"));
@@ -162,15 +139,15 @@ TEST_F(KeywordsTest, CountsAreThoseOfAHandWrittenQuery) {
 }
 
 TEST_F(KeywordsTest, CachingTablesAreCopiedAndExtraKeywordsBecomeKnown) {
-  const std::string kick = std::to_string(LCKeywordHelper::keywordIdForKeyword("Kick"));
-  engine->copyCachingTablesFromKeywordId(5, 4, "tagging_cache_", "copy_");
-  EXPECT_EQ(database.numbers("SELECT count(*) FROM sqlite_master WHERE name LIKE 'copy%'"), Ids{0});
-  const int64_t id = vesk::text::integerValue(kick);
-  engine->copyCachingTablesFromKeywordId(id, id, "tagging_cache_", "copy_");
-  engine->copyCachingTablesFromKeywordId(id, id, "tagging_cache_", "copy_");
-  EXPECT_EQ(database.numbers("SELECT loopId FROM copy_" + kick), Ids{1});
+  const int64_t kick = LCKeywordHelper::keywordIdForKeyword("Kick");
+  for (const int64_t first : {kick + 1, kick, kick}) {
+    engine->copyCachingTablesFromKeywordId(first, kick, "tagging_cache_", "copy_");
+    EXPECT_EQ(database.rows("SELECT count(*) FROM sqlite_master WHERE name LIKE 'copy%'"),
+              Rows{first == kick ? "1" : "0"});
+  }
+  EXPECT_EQ(database.rows("SELECT loopId FROM copy_" + std::to_string(kick)), Rows{"1"});
 
-  database.execute("INSERT INTO Keywords VALUES (1500, 'Wobble', 1), (999, 'Early', 5), (10000, 'Late', 5)");
+  database.run("INSERT INTO Keywords VALUES (1500, 'Wobble', 1), (999, 'Early', 5), (10000, 'Late', 5)");
   engine->refreshKeywordsCache();
   EXPECT_EQ(LCKeywordHelper::keywordIdForKeyword("Wobble"), 1500);
   EXPECT_EQ(LCKeywordHelper::keywordCategoryForKeyword("Wobble"), kCategoryGenre);

@@ -1,13 +1,6 @@
-#include "platform/Path.h"
 #include "search/SearchDatabase.h"
-#include "VeskLoopManagement/database/LCDatabaseSchema.h"
-#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 
-#include <gtest/gtest.h>
-#include <sqlite3.h>
-
-#include <memory>
-#include <string>
+#include <chrono>
 
 namespace {
 
@@ -19,70 +12,60 @@ std::unique_ptr<LCSearchEngineDesktop> opened(const std::string& file, bool read
 
 }  // namespace
 
-TEST(Opening, MakesTheFolderAndAnEmptyDatabaseWithAllTables) {
-  const TemporaryFolder folder;
-  const auto engine = opened(folder.path("new/deep/loops.db"), false);
-  ASSERT_NE(engine, nullptr);
-  EXPECT_EQ(idsFound(*engine), Ids{});
-  EXPECT_TRUE(engine->isIndexFileVersionValid() && !engine->databaseWasCorruptAndNeedsReindexing());
-}
-
-TEST(Opening, RebuildsADamagedDatabaseWithoutItsCompanions) {
+TEST(Opening, RebuildsADamagedDatabaseWithoutItsCompanionsAndLogsEach) {
+  const auto environment = TestEnvironment::install();
   for (const bool isMarked : {true, false}) {
     SearchDatabase database;
     database.add(1, "a");
     const TemporaryFolder& folder = database.folder();
-    if (isMarked) folder.addFile(kCorruptDatabaseFileIndicatorName, "1");
-    if (!isMarked) folder.addFile("loops.db", kGarbage);
-    folder.addFile("loops.db-old", "companion");
-    folder.addFile("loops.db folder/inside", "no companion");
-    folder.addFile("other.db", "other");
+    folder.addFile(isMarked ? kCorruptDatabaseFileIndicatorName : "loops.db", kGarbage);
+    for (const char* name : {"loops.db-old", "other.db"}) folder.addFile(name, name);
+    folder.addFolder("loops.db folder");
 
-    EXPECT_TRUE(LCSearchEngine::databaseLooksDamaged(database.configuration())) << isMarked;
+    EXPECT_TRUE(Engine::databaseLooksDamaged(database.configuration())) << isMarked;
     const auto engine = database.engine();
-    ASSERT_NE(engine, nullptr);
-    EXPECT_TRUE(engine->databaseWasCorruptAndNeedsReindexing()) << isMarked;
-    EXPECT_EQ(engine->totalNumberOfLoops(), 0) << isMarked;
-    EXPECT_FALSE(vesk::path::exists(folder.path(kCorruptDatabaseFileIndicatorName)));
-    EXPECT_FALSE(vesk::path::exists(folder.path("loops.db-old")));
-    EXPECT_TRUE(vesk::path::exists(folder.path("loops.db folder/inside")));
-    EXPECT_TRUE(vesk::path::exists(folder.path("other.db")));
-    EXPECT_FALSE(LCSearchEngine::databaseLooksDamaged(database.configuration())) << isMarked;
+    EXPECT_TRUE(engine->databaseWasCorruptAndNeedsReindexing() && engine->totalNumberOfLoops() == 0) << isMarked;
+    EXPECT_EQ(vesk::path::subpaths(folder.path()), (Rows{"loops.db", "loops.db folder", "other.db"}));
+    for (const char* name : {"loops.db", "loops.db-old"}) EXPECT_TRUE(environment->hasLogged(folder.path(name) + "\n"));
+    EXPECT_FALSE(Engine::databaseLooksDamaged(database.configuration())) << isMarked;
   }
 }
 
 TEST(Opening, RebuildsAfterASearchThatMetDamage) {
   SearchDatabase database;
   for (int64_t id = 1; id <= 100; ++id) database.add(id, id == 100 ? "needle.wav" : "hay.wav");
-  std::string bytes = vesk::path::readFile(database.folder().path("loops.db")).value();
+  std::string bytes = vesk::path::readFile(database.file()).value();
   constexpr size_t kPage = 4096;
   for (size_t found; (found = bytes.find("needle.wav")) != std::string::npos;) {  // far from what opening reads
     bytes.replace(found / kPage * kPage, kPage, kPage, 'x');
   }
   database.folder().addFile("loops.db", bytes);
-  EXPECT_FALSE(LCSearchEngine::databaseLooksDamaged(database.configuration()));
+  EXPECT_FALSE(Engine::databaseLooksDamaged(database.configuration()));
   const auto engine = database.engine();
   EXPECT_EQ(idsFound(*engine), Ids{});
   ASSERT_TRUE(engine->lastSearchFailure());
   EXPECT_EQ(engine->lastSearchFailure()->status, SQLITE_CORRUPT);
-  EXPECT_TRUE(LCSearchEngine::databaseLooksDamaged(database.configuration()));
+  EXPECT_TRUE(Engine::databaseLooksDamaged(database.configuration()));
 }
 
-TEST(Opening, ReadOnlyMakesNothingAndDeletesADamagedFile) {
+TEST(Opening, MakesTheFolderUnlessReadOnlyWhichDeletesADamagedFile) {
   const auto environment = TestEnvironment::install();
   const TemporaryFolder folder;
   EXPECT_EQ(opened(folder.path("new/loops.db"), true), nullptr);
-  EXPECT_FALSE(vesk::path::exists(folder.path("new")));
   EXPECT_TRUE(environment->hasLogged("Can't open loops database: status (14)"));
-  const std::string damaged = folder.addFile("damaged.db", kGarbage);
-  EXPECT_EQ(opened(damaged, true), nullptr);
-  EXPECT_FALSE(vesk::path::exists(damaged));
+  EXPECT_EQ(opened(folder.addFile("damaged.db", kGarbage), true), nullptr);
+  EXPECT_EQ(vesk::path::subpaths(folder.path()), Rows{});
+  EXPECT_TRUE(opened(folder.path("new/deep/loops.db"), false)->isIndexFileVersionValid());
+}
 
+TEST(Opening, WaitsForNoWriterAndMakesTheTableOfLoudnessWhenItIsNeeded) {
   SearchDatabase database;
-  database.add(1, "a");
-  const auto engine = LCSearchEngineDesktop::initWithDatabaseConfiguration(database.configuration(true));
-  ASSERT_NE(engine, nullptr);
-  EXPECT_EQ(idsFound(*engine), Ids{1});  // the result is the connection's own
+  database.run("BEGIN IMMEDIATE");
+  const auto began = std::chrono::steady_clock::now();
+  const auto engine = database.engine();
+  EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(4));  // connections wait for 5 s
+  database.run("COMMIT");
+  EXPECT_TRUE(engine->saveLoadnessInfo({-20, -2, -19}, "a", 1));
 }
 
 // One engine's registration must not stand for another's connection. Opening composes file names.

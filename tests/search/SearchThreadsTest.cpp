@@ -2,9 +2,6 @@
 // under ThreadSanitizer.
 #include "search/SearchDatabase.h"
 #include "VeskLoopManagement/indexing/LCFileIndexing.h"
-#include "VeskLoopManagement/model/LCKeywordHelper.h"
-
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <thread>
@@ -13,22 +10,18 @@ namespace {
 
 constexpr int64_t kFirstId = 1700, kCount = 24;
 
-std::string keywordName(int64_t id) {
-  return "Learned " + std::to_string(id);
-}
+constexpr auto keywordName = [](int64_t id) { return "Learned " + std::to_string(id); };
 
 void writeKeywords(const LCDatabaseConfiguration& configuration) {
   const auto indexer = LCFileIndexing::initWithDatabaseConfiguration(configuration);
   indexer->prepareIndexing();
   for (int64_t id = kFirstId; id < kFirstId + kCount; ++id) {
     const std::string idText = std::to_string(id);
-    EXPECT_TRUE(indexer->beginBatch());
-    EXPECT_TRUE(indexer->executeStatementWithNoReturnValue("INSERT INTO Keywords (id, name, categoryId) VALUES (" +
-                                                           idText + ", '" + keywordName(id) + "', 1)"));
     LCFileData loop{.hash = id, .descriptors = names("Single", "Ensemble"), .genreTag = keywordName(id)};
     loop.storedFileURL = vesk::URL::fromString("file:///q/Loop%20" + idText + ".caf");
-    EXPECT_TRUE(indexer->addFileDataToDatabase(loop, "package"));
-    EXPECT_TRUE(indexer->commitBatch());
+    EXPECT_TRUE(indexer->executeStatementWithNoReturnValue(lc::sqlFormat(
+        "BEGIN; INSERT INTO Keywords (id, name, categoryId) VALUES (%@, '%@', 1)", {idText, keywordName(id)})));
+    EXPECT_TRUE(indexer->addFileDataToDatabase(loop, "package") && indexer->commitBatch());
   }
   indexer->finishIndexingInBlock(true);
 }

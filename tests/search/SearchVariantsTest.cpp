@@ -1,16 +1,7 @@
 #include "search/SearchDatabase.h"
-#include "VeskLoopManagement/search/LCSearchEngineDesktop.h"
 #include "VeskLoopManagement/search/LCSearchEngineMobile.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
-
-namespace {
 
 struct MobileEngine : testing::Test {
   const TestEnvironment::Guard environment = TestEnvironment::install();
@@ -19,12 +10,10 @@ struct MobileEngine : testing::Test {
       LCSearchEngineMobile::initWithDatabaseConfiguration(database.configuration());
 };
 
-}  // namespace
-
 TEST_F(MobileEngine, ReadsTheChineseTranscriptOnlyInChinese) {
-  database.execute("ALTER TABLE Loops ADD COLUMN chineseTranscript TEXT");
+  database.run("ALTER TABLE Loops ADD COLUMN chineseTranscript TEXT");
   database.add(1, "a.wav", "chineseTranscript = 'GU'");
-  database.execute("INSERT INTO UserData (loopId, isFavorite) VALUES (1, 1)");
+  database.run("INSERT INTO UserData (loopId, isFavorite) VALUES (1, 1)");
   engine->doSearch();
   EXPECT_EQ(engine->availableColumnKeys().size(), 21u);
   environment->setLocale("zh_Hans_CN");
@@ -35,8 +24,7 @@ TEST_F(MobileEngine, ReadsTheChineseTranscriptOnlyInChinese) {
 }
 
 TEST_F(MobileEngine, SortsInTheLanguageOfThePersonWhereAsked) {
-  int64_t id = 0;
-  for (const char* name : {"Zoo", "by", "Ba", "öa", "oz", "", "b"}) database.add(++id, "/L/" + std::string(name));
+  database.addNamed({"Zoo", "by", "Ba", "öa", "oz", "", "b"});
   const Ids plain{6, 7, 3, 2, 5, 1, 4};      // bytes without ASCII case: "ö" behind "z"
   const Ids localized{6, 7, 2, 3, 5, 4, 1};  // "b…" before "B…", and "o…" before "ö…", whatever follows
   EXPECT_EQ(idsFound(*engine), plain);
@@ -51,12 +39,9 @@ TEST_F(MobileEngine, SortsInTheLanguageOfThePersonWhereAsked) {
 }
 
 TEST_F(MobileEngine, KeepsOnlyTheREDEdition) {
-  database.add(1, "N.caf");
-  database.add(2, "N (RED).caf");
-  database.add(3, "M.caf");
-  database.add(4, "/other/N.caf");
+  database.addNamed({"N.caf", "N (RED).caf", "M.caf", "/other/N.caf"});
   engine->fixDuplicateLoopsFromREDContent();
-  EXPECT_EQ(database.numbers("SELECT id FROM Loops ORDER BY id"), (Ids{2, 3}));
+  EXPECT_EQ(database.rows("SELECT id FROM Loops ORDER BY id"), (Rows{"2", "3"}));
   EXPECT_EQ(engine->instrumentsKeywordsToPresent()->size(), 70u);
 }
 

@@ -29,7 +29,8 @@ class CatalogSession;
 enum class LCCatalogAccess {
   read,    // nothing is written; the file may lie in a read-only folder
   mark,    // the user's marks and packages are written; the database must exist
-  create,  // the same, and a missing database is made; a damaged one is put aside first, never deleted
+  create,  // the same, and a missing database is made; a damaged one is put aside first, never deleted. A file that
+           // never was a loop database is refused, as with the others, and left untouched.
 };
 
 enum class LCCatalogLayout { desktop, mobile };  // which variant of the engine answers
@@ -57,13 +58,23 @@ struct LCMarkedLoop {
 
 // One loop, in one of the ways in which people and programs name it.
 struct LC_EXPORT LCLoopReference {
-  std::optional<int64_t> id;     // decides when given
-  std::optional<vesk::URL> url;  // as stored, or of a file that a link leads to
-  std::string text = {};         // as it was given, for messages
+  std::optional<int64_t> id = {};     // decides when given
+  std::optional<vesk::URL> url = {};  // as stored, or of a file that a link leads to
+  // The file name, or a beginning that one loop alone has. Asked when there is neither a loop nor a file at `url`.
+  std::optional<std::string> name = {};
+  std::string text = {};  // as it was given, for messages
 
   static LCLoopReference ofId(int64_t id);
   static LCLoopReference ofURL(const vesk::URL& url);
   static LCLoopReference ofPath(std::string_view absolutePath);
+};
+
+// A package to be made.
+struct LCNewPackage {
+  std::string name;
+  std::optional<std::string> manufacturer = {};  // else that of the user's own loops
+  std::optional<std::string> identifier = {};    // else made of manufacturer and name
+  bool isVirtual = false;
 };
 
 // Which rows to take out: loops below a folder, of a package, whose files are gone. All that is given must fit.
@@ -101,14 +112,16 @@ class LC_EXPORT LCCatalog {
 
   // --- Single loops ---
   LCOutcome<LCCatalogLoop> loop(const LCLoopReference& reference);
-  LCOutcome<LCLoopPlace> place(const LCLoopReference& reference);  // cheaper; with near names when not found
+  // Cheaper. With near names when not found; a name that stands for several is `ambiguous`, with their paths.
+  LCOutcome<LCLoopPlace> place(const LCLoopReference& reference);
   // Whose file name is `name`, or, when there is none, begins with it; upper and lower case are the same.
   LCOutcome<std::vector<LCLoopPlace>> placesWithName(std::string_view name);
   LCOutcome<std::vector<LCLoopPlace>> places(const LCPlaceQuery& query);
   // Those of `places` that fit; the folder is not asked for.
   LCOutcome<std::vector<LCLoopPlace>> placesAmong(std::span<const LCLoopPlace> places, const LCPlaceQuery& query);
   LCOutcome<std::vector<std::string>> keywordsOfLoop(int64_t loopId);
-  // The numbered variants of a loop; with `rootNote` only those in this key, two semitones around it, or without key.
+  // The numbered variants of a loop; with `rootNote` only those with this note in any octave, up to two semitones
+  // around it, or without key, and the loop itself.
   LCOutcome<LCLoopFamily> family(int64_t loopId, std::optional<int64_t> rootNote = std::nullopt);
 
   // --- Keywords and packages of the whole database ---
@@ -121,6 +134,10 @@ class LC_EXPORT LCCatalog {
   // All or none, in the order given. With `dryRun` only tells.
   LCOutcome<std::vector<LCMarkedLoop>> mark(std::span<const LCLoopPlace> places, const LCMarkChange& change,
                                             bool dryRun = false);
+  // Made without loops, and kept so by scans. `invalidRequest` when its name or identifier is taken.
+  LCOutcome<LCPackage> createPackage(const LCNewPackage& package, bool dryRun = false);
+  // By identifier or name. Its loops stay. Answers what it was.
+  LCOutcome<LCPackage> removePackage(std::string_view identifierOrName, bool dryRun = false);
   // Takes rows out; files, marks and packages stay. In batches; answers how many are out when it ended.
   LCOutcome<int64_t> remove(std::span<const LCLoopPlace> places, const LCRemovalObserver& observer = {});
 

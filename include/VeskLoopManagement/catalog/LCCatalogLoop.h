@@ -88,15 +88,7 @@ struct LCPackage {
   bool operator==(const LCPackage&) const = default;
 };
 
-// A variant of a loop.
-struct LCFamilyMember {
-  LCLoopPlace place;
-  std::string fileName;
-  LCVireoLoopType loopType = kLoopTypeAudio;
-  bool operator==(const LCFamilyMember&) const = default;
-};
-
 struct LCLoopFamily {
-  std::string name;                     // what the variants share: no extension, no number
-  std::vector<LCFamilyMember> members;  // by name; the loop asked for among them
+  std::string name;                    // what the variants share: no extension, no number
+  std::vector<LCCatalogLoop> members;  // by name; the loop asked for among them
 };

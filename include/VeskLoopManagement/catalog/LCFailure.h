@@ -13,6 +13,7 @@ enum class LCFailureKind {
   databaseMissing,     // there is no loop database at that place
   databaseLocked,      // another program keeps it locked for longer than we wait
   databaseDamaged,     // its contents cannot be trusted
+  databaseForeign,     // a file that is not empty and never was a loop database; it is left untouched
   databaseNewer,       // made by a later version of this library
   databaseOlder,       // lacks columns that this version reads
   databaseUnopenable,  // the system does not let us open or make it
@@ -30,10 +31,12 @@ LC_EXPORT std::string failureKindName(LCFailureKind kind);
 
 struct LCFailure {
   LCFailureKind kind = LCFailureKind::databaseRefused;
-  std::string message;                      // for people, without a full stop
-  std::string subject = {};                 // what it is about, as it was given: a path, a name
-  std::vector<std::string> nearNames = {};  // known names that may have been meant, the most similar one first
-  std::string nextStep = {};                // a sentence that says what to do about it; may be empty
+  std::string message;       // for people, without a full stop
+  std::string subject = {};  // what it is about, as it was given: a path, a name
+  // Known names that may have been meant, the most similar one first. Of `ambiguous`: paths or identifiers of those
+  // that the name stands for; of many the first ones.
+  std::vector<std::string> nearNames = {};
+  std::string nextStep = {};  // a sentence that says what to do about it; may be empty
   bool operator==(const LCFailure&) const = default;
 };
 

@@ -10,10 +10,12 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 struct LC_EXPORT LCLoopFile {
   std::optional<LCFileData> record;
-  LCFileFailure failure;  // without a record; `failure.path` is the path of the URL
+  std::vector<std::string> notes;  // what of the tags was cut or left out for its size, a sentence each
+  LCFileFailure failure;           // without a record; `failure.path` is the path of the URL
 
   // Opens the file at `resolvedPath`. The record carries `url`, which may name the file through links. Enhanced: with
   // MIDI, generated-instrument, event and step-sequencer data.

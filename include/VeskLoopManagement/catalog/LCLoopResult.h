@@ -42,6 +42,11 @@ struct LCFoldedPage {
   std::vector<LCFoldedLoop> rows;
 };
 
+enum class LCFacetScope {
+  narrowing,  // that some loop of the result lacks: not those that the search asked for
+  all,
+};
+
 class LC_EXPORT LCLoopResult {
  public:
   int64_t count() const { return m_count; }
@@ -56,8 +61,8 @@ class LC_EXPORT LCLoopResult {
   LCOutcome<int64_t> forEachPlace(const LCPageRequest& request, const PlaceHandler& handler) const;
   LCOutcome<int64_t> rowOfLoop(int64_t loopId) const;  // `notFound` when the loop is not in the result
 
-  // The keywords that would still find something, by kind, the most frequent first, then by name.
-  LCOutcome<std::vector<LCFacet>> facets() const;
+  // Keywords of the result's loops, by kind, the most frequent first, then by name.
+  LCOutcome<std::vector<LCFacet>> facets(LCFacetScope scope = LCFacetScope::narrowing) const;
   // The same result with each family in one row, in the order of the families' first loops.
   LCOutcome<LCFoldedPage> families(const LCPageRequest& request) const;
 

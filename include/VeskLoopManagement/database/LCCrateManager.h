@@ -34,7 +34,8 @@ class LC_EXPORT LCCrateManager {
   bool createCrateForDirectoryURL(const std::optional<vesk::URL>& url, const std::string& name,
                                   std::string* identifier);
   std::optional<LCResultDictionary> availableCrates();
-  bool removeCrateWithIdentifier(const std::string& identifier);  // relations stay
+  bool removeCrateWithIdentifier(const std::string& identifier);              // relations stay
+  bool removeCrateAndRelationsWithIdentifier(const std::string& identifier);  // both or neither; its loops stay
 
   static std::string crateIdentifierForManufacturer(std::string_view manufacturer, std::string_view crateName,
                                                     bool userDomain);

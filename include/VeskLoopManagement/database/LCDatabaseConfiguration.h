@@ -22,6 +22,10 @@ class LC_EXPORT LCDatabaseConfiguration {
   static LCDatabaseConfiguration defaultDatabaseConfiguration();
   // The current database file below the user's music folder. Older files are copied forward on the way, never moved.
   static std::string defaultDatabaseFile();
+  // Where that is. Makes no folder and copies nothing.
+  static std::string defaultDatabasePlace();
+  // Whether defaultDatabaseFile() would find an older file to copy.
+  static bool hasOlderDefaultDatabase();
   static std::vector<std::string> loopsTableColumnNamesForDatabaseSchemaVersion(int64_t schemaVersion);
 
  private:

@@ -9,7 +9,9 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "VeskLoopManagement/LCExport.h"
 #include "VeskLoopManagement/model/LCFileData.h"
@@ -63,6 +65,11 @@ class LC_EXPORT LCFileParser {
   virtual const LCFileData* fileData();
   // The record with MIDI, generated-instrument, event and step-sequencer data.
   virtual const LCFileData* enhancedFileData();
+  // The record of the last parse, which the parser gives away with its payloads; nullopt when there is none.
+  std::optional<LCFileData> takeFileData() { return std::exchange(m_fileData, std::nullopt); }
+  // What the last parse left out or cut because it is larger than any real tag, a sentence each. Who writes such a file
+  // must leave the tags concerned as they are.
+  const std::vector<std::string>& notes() const { return m_notes; }
 
  protected:
   // What one chunk tells of the file, apart from the fields that it fills.
@@ -96,6 +103,7 @@ class LC_EXPORT LCFileParser {
   void extractStepSequencerDataFromData(std::span<const std::byte> data);
   void calcHash();
 
+  void noteCutText() { addNote("a text is longer than 64 KiB and was cut"); }
   // Sets the record's flags; none is ever cleared.
   void note(Finding finding);
   void setFoundAuthoredChunks() { m_fileData->hasAuthoredChunks = true; }
@@ -103,6 +111,9 @@ class LC_EXPORT LCFileParser {
 
   // The payload of the first chunk `code`, or its first `limit` bytes; nullopt when there is none or it cannot be read.
   std::optional<vesk::Bytes> chunkData(vesk::FourCC code, std::optional<uint64_t> limit = std::nullopt) const;
+  // The payload of a chunk that holds an archive. One of more than 16 MiB is noted and stands as empty, which decodes
+  // to nil.
+  std::optional<vesk::Bytes> archiveData(vesk::FourCC code, size_t index = 0);
 
   std::optional<LCFileData> m_fileData;        // there whenever a find step runs
   std::optional<vesk::AudioFile> m_audioFile;  // there unless the parser replaces the steps that need it
@@ -111,4 +122,7 @@ class LC_EXPORT LCFileParser {
  private:
   static std::unique_ptr<vesk::AudioFile> openAudioFile(const vesk::URL& url, LCParserFailure* failure);
   void completeKeywordsFromPath();
+  void addNote(std::string_view sentence);  // one that is there already is not added again
+
+  std::vector<std::string> m_notes;
 };

@@ -16,8 +16,8 @@
 #include "VeskLoopManagement/platform/URL.h"
 
 struct LC_EXPORT LCFileData {
-  float bpm = 0.0f;  // beats per minute; -1 when neither the name nor beats and length give one
-  float lengthInSeconds = 0.0f;
+  float bpm = 0.0f;              // beats per minute; -1 when neither the name nor beats and length give one
+  float lengthInSeconds = 0.0f;  // frames by sample rate: as the file says, so infinite or NaN where that is 0
   int64_t beatCount = 0;
   int64_t midiRootNote = 0;  // MIDI note number; column "key"
   int64_t keyType = 0;       // 1 minor, 2 major, 3 neither, 4 both, 0 unknown
@@ -48,6 +48,7 @@ struct LC_EXPORT LCFileData {
   std::optional<std::string> contentIdentifier;
   std::optional<vesk::Number> iconId;
   std::optional<vesk::Number> preferFileName;
+  // A loudness figure that the file does not give is none, and never 0.
   std::optional<double> integratedLoudness;        // LUFS
   std::optional<double> targetIntegratedLoudness;  // LUFS
   std::optional<double> globalMaxTruePeak;         // dBTP

@@ -3,6 +3,8 @@
 
 #include "VeskLoopManagement/LCExport.h"
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -21,6 +23,7 @@ class LC_EXPORT LCLocalizedKeyword {
   static LCLocalizedKeyword localizedKeyword(std::string keyword) { return LCLocalizedKeyword(std::move(keyword)); }
 
   bool operator==(const LCLocalizedKeyword& other) const { return m_keyword == other.m_keyword; }
+  size_t hash() const { return std::hash<std::string>()(m_keyword); }
   int caseInsensitiveCompare(const LCLocalizedKeyword& other) const;
   int localizedCompare(const LCLocalizedKeyword& other) const;  // plain and literal, in spite of its name
   std::string description() const;                              // "<none>" when the text is empty
@@ -28,4 +31,9 @@ class LC_EXPORT LCLocalizedKeyword {
  private:
   std::string m_keyword;
   std::string m_localizedKeyword;
+};
+
+template <>
+struct std::hash<LCLocalizedKeyword> {
+  size_t operator()(const LCLocalizedKeyword& keyword) const noexcept { return keyword.hash(); }
 };

@@ -28,7 +28,8 @@ struct LC_EXPORT LCMetaInfo {
   // The archive of `root`, which may hold meta infos, under `rootKey`: vesk::archivedRoot() with the numbers of meta
   // infos where their coder puts them.
   static vesk::Bytes archiveWithMetaInfos(const vesk::Value& root, std::string_view rootKey);
-  // nullopt when `value` is no object with the fields of a meta info, whatever its class name.
+  // nullopt when `value` is no object with the fields of a meta info, whatever its class name. A weighted instrument
+  // keyword is of type 1 whatever its archive says.
   static std::optional<LCMetaInfo> fromArchivedObject(const vesk::Value& value);
   // The meta infos among `objects`; others are left out. An archive of `archiveSize` bytes may name one object, with a
   // long text, any number of times: nullopt when the copies would take far more than the archive itself.

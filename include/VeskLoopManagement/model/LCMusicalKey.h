@@ -17,17 +17,17 @@ struct LC_EXPORT LCMusicalKey {
   int64_t note = 48;  // as databases store it: 48 (C) to 59 (B)
   std::optional<LCScale> scale = std::nullopt;
 
-  // "A", "F#", "Bb", with "m", "min", "minor", "maj" or "major" behind it; nullopt for anything else.
+  // "A", "F#", "Bb", with "m", "min", "minor", "maj" or "major" behind it, or a place on the Camelot wheel ("8A" is
+  // A minor, "8B" its relative, C major). Upper and lower case are the same, but a lone "M" is no scale; blanks may
+  // stand around note and scale. nullopt for anything else.
   static std::optional<LCMusicalKey> fromText(std::string_view text);
-  // The note as the search engine asks for it, which counts an octave above databases: 60 (C) to 71 (B); 0, any key,
-  // for notes that it does not look for.
-  int64_t engineRootKey() const { return engineRootKeyForNote(note); }
-  static int64_t engineRootKeyForNote(int64_t note) { return note >= 48 && note < 60 ? note + 12 : 0; }
   bool operator==(const LCMusicalKey&) const = default;
 };
 
 namespace lc {
 
+// The shortest way from one note to the other, whatever their octaves: 0 to 6 semitones.
+LC_EXPORT int64_t semitonesBetween(int64_t midiNote, int64_t otherMIDINote);
 // "F#" for 54 and every other MIDI note number of that name; nullopt below 1 and above 127.
 LC_EXPORT std::optional<std::string> noteName(int64_t midiNote);
 // "minor", "major", "neither", "both"; nullopt for other numbers.

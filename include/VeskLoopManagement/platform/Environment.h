@@ -24,6 +24,8 @@ class LC_EXPORT Environment {
   // The user's music folder, created when missing; nullopt when the system gives none, `error` (may be null) saying
   // why.
   virtual std::optional<std::string> musicFolder(std::string* error) const = 0;
+  // The same folder, whether or not it exists; makes none. Environments that cannot tell without making it leave this.
+  virtual std::optional<std::string> musicFolderPlace() const { return musicFolder(nullptr); }
   // Library folders of a domain, most important first; may be empty.
   virtual std::vector<std::string> libraryFolders(Domain domain) const = 0;
   virtual std::string stateFolder() const = 0;  // for journals of the program
@@ -58,6 +60,7 @@ class LC_EXPORT DefaultEnvironment : public Environment {
  public:
   std::string homeFolder() const override;
   std::optional<std::string> musicFolder(std::string* error) const override;
+  std::optional<std::string> musicFolderPlace() const override;
   std::vector<std::string> libraryFolders(Domain domain) const override;
   std::string stateFolder() const override;
   std::string cacheFolder() const override;

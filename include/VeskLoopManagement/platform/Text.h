@@ -32,6 +32,8 @@ namespace text {
 LC_EXPORT bool isValidUTF8(std::span<const std::byte> bytes);
 LC_EXPORT bool isValidUTF8(std::string_view bytes);
 LC_EXPORT bool isASCII(std::string_view value);
+// The longest part from the front of `value` that has at most `size` bytes and does not end inside a UTF-8 character.
+LC_EXPORT std::string_view cut(std::string_view value, size_t size);
 // Bytes read as ISO 8859-1, as UTF-8.
 LC_EXPORT std::string utf8FromLatin1(std::string_view bytes);
 // Every ill-formed sequence replaced by U+FFFD, for showing to people.

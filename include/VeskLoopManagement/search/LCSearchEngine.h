@@ -66,8 +66,10 @@ class LC_EXPORT LCSearchEngine {
   LCSearchEngine& operator=(const LCSearchEngine&) = delete;
 
   // --- Opening and closing (LCSearchEngine.cpp) ---
-  // Whether opening this database would find it damaged, delete it and start afresh. Changes nothing: for hosts that
-  // want to put the file aside first. A file that is missing or cannot be opened at all is not damaged in this sense.
+  // Opening a damaged database deletes it, with every file beside it whose name begins with its name ("loops.db.backup"
+  // too; folders stay), logs each name, and starts afresh. This tells whether it would, and changes nothing: for hosts
+  // that want to put the file aside first. A file that is missing or cannot be opened at all is not damaged in this
+  // sense.
   static bool databaseLooksDamaged(const LCDatabaseConfiguration& configuration);
   void closeDatabase();
   sqlite3* sqlite3Connection() const { return m_sqlite.get(); }  // borrowed

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 // Whole beats per minute as the database stores them, both ends included.
@@ -14,7 +15,28 @@ struct LCTempoRange {
   bool operator==(const LCTempoRange&) const = default;
 };
 
+// A key that passes: a note in any octave.
+struct LCKeyPattern {
+  int64_t note = 0;         // modulo 12, 0 is C
+  int64_t withoutType = 0;  // loops of this key type (1 minor, 2 major) do not pass; 0: all types do
+  bool operator==(const LCKeyPattern&) const = default;
+};
+
+// Words that occur in the file name, each somewhere, or, all as one text with a blank between them, in comment, title,
+// author, collection, theme or the URL's path. "%" and "_" are taken as they are; upper and lower case are the same.
+struct LCWordRestriction {
+  std::vector<std::string> words;
+  // URL texts of folders, with "/" behind. Of a URL below one of them only what follows it is looked at; of any other
+  // URL the last two parts, which are the file's own folder and its name. "file://" alone: the whole path.
+  std::vector<std::string> folders = {};
+  bool operator==(const LCWordRestriction&) const = default;
+};
+
 struct LCSearchRestrictions {
+  LCWordRestriction text = {};
+  std::string textInName;          // "%" and "_" as they are; folds the case of ASCII letters only, as the engine does
+  std::vector<LCKeyPattern> keys;  // any of them; loops without a key pass, too
+  bool onlyWithKey = false;
   std::vector<LCTempoRange> tempos;      // in any of them; loops without a tempo do not pass
   std::optional<int64_t> minimumRating;  // loops that were never marked do not pass, whatever the number
   // Only these loops, in any order; an empty list finds nothing. Copied into a temporary table at each search.

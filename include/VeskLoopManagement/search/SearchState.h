@@ -17,9 +17,15 @@
 
 // A column of the result and its direction; or random order, which stands alone.
 struct LCSortDescriptor {
+  enum class By {
+    column,
+    keywordName,  // the name of the keyword whose id stands in the column; loops without one come last
+    rating,       // of the user; the column has no say, and loops that were never rated have 0
+  };
   std::string key;  // a column of the result in either variant; other keys are dropped
   bool ascending = true;
-  bool isRandom = false;  // then the other two have no say
+  bool isRandom = false;  // then the others have no say
+  By by = By::column;
   static LCSortDescriptor random() { return {.key = "", .ascending = true, .isRandom = true}; }
   bool operator==(const LCSortDescriptor&) const = default;
 };

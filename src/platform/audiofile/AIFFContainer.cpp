@@ -1,7 +1,7 @@
 // AIFF and AIFF-C. Numbers are big-endian.
 //   "FORM"  offset 0  uint32  size of what follows, pads included     offset 4   4 bytes  "AIFF" or "AIFC"
 //   "COMM"  offset 0  int16   channels                                offset 8   80-bit   sample rate
-//           offset 2  uint32  frames (ima4: packets in some files)    offset 18  4 bytes  codec, AIFF-C only;
+//           offset 2  uint32  frames (ima4: says nothing)             offset 18  4 bytes  codec, AIFF-C only;
 //           offset 6  int16   bits per sample                                             a name follows
 //   "SSND"  offset 0  uint32  offset of the first frame               offset 8   filler, then the frames
 //           offset 4  uint32  block size, not used
@@ -121,13 +121,15 @@ uint64_t audioBytes(ByteSource& bytes, AudioFileContents& contents) {
   return sound->size - kSoundHeaderSize - filler;
 }
 
-// The smaller of what COMM says and what is there. The result is part of a loop's identity: changing the rule gives
+// The smaller of what COMM says and what is there. Of ima4 only what is there: some writers count packets of all
+// channels, some those of one, some frames. The result is part of a loop's identity: changing the rule gives
 // loops of existing libraries other ids.
 std::optional<int64_t> packetCountOf(const CommonChunk& common, const AudioFormat& format, uint64_t audioSize) {
-  const bool isKnown = common.codec == kIMA4 || codecFor(common.codec) != nullptr;
-  if (!isKnown) return common.frames;
+  const bool isIMA4 = common.codec == kIMA4;
+  if (!isIMA4 && !codecFor(common.codec)) return common.frames;
   if (format.bytesPerPacket == 0) return std::nullopt;
-  return static_cast<int64_t>(std::min<uint64_t>(common.frames, audioSize / format.bytesPerPacket));
+  const uint64_t packetsThere = audioSize / format.bytesPerPacket;
+  return static_cast<int64_t>(isIMA4 ? packetsThere : std::min<uint64_t>(common.frames, packetsThere));
 }
 
 void noteAudio(const CommonChunk& common, uint64_t audioSize, AudioFileContents& contents) {

@@ -6,7 +6,10 @@
 #include "VeskLoopManagement/platform/Text.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstring>
+#include <string_view>
 
 namespace vesk {
 namespace {
@@ -76,6 +79,14 @@ std::optional<AudioFileContents> readUnsigned(const ByteSource& bytes, const std
   return std::nullopt;
 }
 
+// What any container may get wrong about the format. It stays as the file says: it is part of loops' identities.
+void noteFormat(AudioFileContents& contents) {
+  const AudioFormat& format = *contents.format;
+  if (!(format.sampleRate > 0) || std::isinf(format.sampleRate)) contents.noteBenign("the sample rate makes no sense");
+  const bool isLinear = format.formatID == FourCC("lpcm");
+  if (isLinear && format.bytesPerPacket == 0) contents.noteBenign("its packets have no size");
+}
+
 // `findForks` is asked only for bytes without a signature.
 template <typename FindForks>
 std::optional<AudioFileContents> readContents(ByteSource& bytes, const FindForks& findForks, Refusal& refusal) {
@@ -84,6 +95,7 @@ std::optional<AudioFileContents> readContents(ByteSource& bytes, const FindForks
   refusal.error = OpenError::malformed;
   auto contents =
       kind ? readContainer(bytes, *kind, refusal.detail) : readUnsigned(bytes, signature, findForks(), refusal);
+  if (contents) noteFormat(*contents);
   if (!bytes.failed()) return contents;
   refusal = {OpenError::notReadable, "reading it failed"};
   return std::nullopt;
@@ -108,6 +120,24 @@ bool isSoundDesigner2Name(const std::string& path) {
   return extension == "sd2" || extension == "sdii";
 }
 
+// Whether files of this kind have other extensions than `path` has, which is one of those we know.
+bool disagreesWithName(const std::string& path, ContainerKind kind) {
+  struct Extension {
+    std::string_view text;
+    std::string_view family;  // how the names of the containers begin that have it
+  };
+  static constexpr std::array kExtensions = {
+      Extension{"aif", "AIFF"}, Extension{"aiff", "AIFF"}, Extension{"aifc", "AIFF"}, Extension{"wav", "WAV"},
+      Extension{"wave", "WAV"}, Extension{"caf", "CAF"},   Extension{"sd2", "Sound"}, Extension{"sdii", "Sound"},
+  };
+  const std::string extension = path::lowercaseExtension(path);
+  const auto found = std::find_if(kExtensions.begin(), kExtensions.end(),
+                                  [&](const Extension& known) { return known.text == extension; });
+  if (found == kExtensions.end()) return false;
+  const bool isWAV = kind == ContainerKind::rf64 || kind == ContainerKind::bw64 || kind == ContainerKind::rifx;
+  return !(isWAV ? "WAV" : containerName(kind)).starts_with(found->family);
+}
+
 void report(const Refusal& refusal, OpenError* error, std::string* detail) {
   if (error) *error = refusal.error;
   if (detail) *detail = refusal.detail;
@@ -115,8 +145,10 @@ void report(const Refusal& refusal, OpenError* error, std::string* detail) {
 
 }  // namespace
 
-std::string infoText(std::string_view bytes) {
-  return text::isValidUTF8(bytes) ? std::string(bytes) : text::utf8FromLatin1(bytes);
+std::string infoText(std::string_view bytes, bool& isCut) {
+  const std::string_view kept = text::cut(bytes, kMaximumTextSize);
+  if (kept.size() < bytes.size()) isCut = true;
+  return text::isValidUTF8(kept) ? std::string(kept) : text::utf8FromLatin1(kept);
 }
 
 void addInfo(InfoDictionary& dictionary, const std::string& key, std::string value) {
@@ -130,6 +162,9 @@ std::unique_ptr<AudioFile> AudioFile::open(const std::string& path, OpenError* e
   if (std::unique_ptr<ByteSource> bytes = FileBytes::open(path, refusal.error, refusal.detail)) {
     auto contents = readContents(
         *bytes, [&] { return forksBeside(path); }, refusal);
+    if (contents && disagreesWithName(path, contents->kind)) {
+      contents->noteBenign("its extension is that of another container");
+    }
     if (contents) file.reset(new AudioFile(std::move(bytes), std::move(*contents)));
   }
   if (refusal.error == OpenError::notAudio && isSoundDesigner2Name(path)) {
@@ -177,16 +212,23 @@ std::vector<std::string> AudioFile::irregularities() const {
   return sentences;
 }
 
-std::optional<std::map<std::string, std::string>> AudioFile::infoDictionary() const {
+std::optional<std::map<std::string, std::string>> AudioFile::infoDictionary(bool* isCut) const {
+  bool hasCutText = false;
+  auto dictionary = infoTexts(hasCutText);
+  if (isCut) *isCut = hasCutText;
+  return dictionary;
+}
+
+std::optional<std::map<std::string, std::string>> AudioFile::infoTexts(bool& isCut) const {
   switch (kind()) {
     case ContainerKind::aiff:
     case ContainerKind::aifc:
     case ContainerKind::soundDesigner2:
       return std::nullopt;
     case ContainerKind::caf:
-      return cafInfo(*m_bytes, m_contents);
+      return cafInfo(*m_bytes, m_contents, isCut);
     default:
-      return wavInfo(*m_bytes, m_contents);
+      return wavInfo(*m_bytes, m_contents, isCut);
   }
 }
 
@@ -204,13 +246,13 @@ size_t AudioFile::userDataCount(FourCC id) const {
 std::optional<uint64_t> AudioFile::userDataSize(FourCC id, size_t index) const {
   const AudioChunk* chunk = chunkAt(id, index);
   if (!chunk) return std::nullopt;
-  return chunk->size;
+  return chunk->isCutOff ? chunk->declaredSize : chunk->size;
 }
 
 std::optional<std::vector<std::byte>> AudioFile::userData(FourCC id, size_t index,
                                                           std::optional<uint64_t> limit) const {
   const AudioChunk* chunk = chunkAt(id, index);
-  if (!chunk) return std::nullopt;
+  if (!chunk || chunk->isCutOff) return std::nullopt;
   const uint64_t size = std::min(chunk->size, limit.value_or(chunk->size));
   if (size > kMaximumUserDataSize) return std::nullopt;
   return m_bytes->upTo(chunk->dataOffset, size);

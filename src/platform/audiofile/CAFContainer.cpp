@@ -63,7 +63,7 @@ std::optional<AudioChunk> chunkAt(ByteSource& bytes, uint64_t position) {
 
 bool walk(ByteSource& bytes, AudioFileContents& contents, std::string& refusal) {
   uint64_t position = kFileHeaderSize;
-  while (const auto chunk = chunkAt(bytes, position)) {
+  while (auto chunk = chunkAt(bytes, position)) {
     noteSize(*chunk, kDataID, chunk->declaredSize == kSizeUnknown64, contents);
     if (!appendChunk(*chunk, contents, refusal)) return false;
     position = chunk->dataOffset + chunk->size;
@@ -117,20 +117,26 @@ std::optional<PacketTableHeader> packetTableHeader(ByteSource& bytes, const Audi
   return header;
 }
 
-std::optional<int64_t> packetCountOf(const AudioFileContents& contents, const std::optional<PacketTableHeader>& table) {
-  if (table && table->packets > 0) return table->packets;
+// As many packets as the audio that is there can hold: of one byte each where their size varies.
+int64_t greatestPacketCount(const AudioFileContents& contents) {
   const AudioChunk* data = contents.firstChunk(kDataID);
-  const uint32_t bytesPerPacket = contents.format->bytesPerPacket;
-  if (!data || bytesPerPacket == 0) return std::nullopt;
-  const uint64_t audioSize = data->size - std::min(data->size, kEditCountSize);
-  return static_cast<int64_t>(audioSize / bytesPerPacket);
+  const uint64_t audioSize = data ? data->size - std::min(data->size, kEditCountSize) : 0;
+  return static_cast<int64_t>(audioSize / std::max(contents.format->bytesPerPacket, 1u));
 }
 
-// Whether the table's figures can be true: none is negative and, where the packets have a known length, all frames
-// together are those of the packets.
+std::optional<int64_t> packetCountOf(const AudioFileContents& contents, const std::optional<PacketTableHeader>& table) {
+  const int64_t greatest = greatestPacketCount(contents);
+  if (table && table->packets > 0 && table->packets <= greatest) return table->packets;
+  if (!contents.firstChunk(kDataID) || contents.format->bytesPerPacket == 0) return std::nullopt;
+  return greatest;
+}
+
+// Whether the table's figures can be true: none is negative, the audio has room for the packets and, where these have a
+// known length, all frames together are those of the packets.
 bool isSane(const PacketTableHeader& table, const AudioFileContents& contents) {
   const PacketTableInfo& info = table.info;
   if (table.packets < 0 || info.validFrames < 0 || info.primingFrames < 0 || info.remainderFrames < 0) return false;
+  if (table.packets > greatestPacketCount(contents)) return false;
   const uint32_t framesPerPacket = contents.format->framesPerPacket;
   if (framesPerPacket == 0 || !contents.packetCount) return true;
   const uint64_t frames = static_cast<uint64_t>(info.validFrames) + static_cast<uint64_t>(info.primingFrames) +
@@ -174,12 +180,16 @@ std::optional<AudioFileContents> readCAF(ByteSource& bytes, std::string& refusal
   const auto table = packetTableHeader(bytes, contents);
   contents.packetCount = packetCountOf(contents, table);
   if (table && isSane(*table, contents)) contents.packetTable = table->info;
+  if (table && !contents.packetTable) contents.noteBenign("the packet table does not match the audio");
   return contents;
 }
 
-std::optional<InfoDictionary> cafInfo(ByteSource& bytes, const AudioFileContents& contents) {
+std::optional<InfoDictionary> cafInfo(ByteSource& bytes, const AudioFileContents& contents, bool& isCut) {
+  const AudioChunk* chunk = contents.firstChunk(kInfoID);
+  if (!chunk || chunk->isCutOff) return std::nullopt;
   const auto payload = headOf(bytes, contents, kInfoID, kMaximumInfoSize);
   if (!payload || payload->size() < 4) return std::nullopt;
+  if (chunk->size > kMaximumInfoSize) isCut = true;
   const uint32_t count = ByteReader(*payload, std::endian::big).u32();
   std::string_view texts(reinterpret_cast<const char*>(payload->data()), payload->size());
   texts.remove_prefix(4);
@@ -188,7 +198,7 @@ std::optional<InfoDictionary> cafInfo(ByteSource& bytes, const AudioFileContents
     const auto key = takeText(texts);
     const auto value = takeText(texts);
     if (!key || !value) break;
-    addInfo(dictionary, infoText(*key), infoText(*value));
+    addInfo(dictionary, infoText(*key, isCut), infoText(*value, isCut));
   }
   const auto comment = dictionary.find("comment");
   if (comment != dictionary.end() && !dictionary.contains("comments")) dictionary["comments"] = comment->second;

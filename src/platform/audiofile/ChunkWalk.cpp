@@ -164,10 +164,11 @@ bool appendChunk(const AudioChunk& chunk, AudioFileContents& contents, std::stri
   return true;
 }
 
-void noteSize(const AudioChunk& chunk, FourCC audioID, bool reachesToEnd, AudioFileContents& contents) {
+void noteSize(AudioChunk& chunk, FourCC audioID, bool reachesToEnd, AudioFileContents& contents) {
+  chunk.isCutOff = !reachesToEnd && chunk.size < chunk.declaredSize;
   if (reachesToEnd) {
     contents.noteBenign("the size of the audio is unknown; it is taken to reach to the end of the file");
-  } else if (chunk.size < chunk.declaredSize) {
+  } else if (chunk.isCutOff) {
     contents.noteAmbiguous(chunk.id == audioID ? "the audio is cut off" : "the last chunk is cut off");
   }
 }

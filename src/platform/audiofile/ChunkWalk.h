@@ -26,8 +26,8 @@ inline constexpr uint64_t kSizeUnknown64 = ~uint64_t{0};  // the same in 64 bits
 
 // Adds `chunk` to the list. False when it is one too many; `refusal` then says so.
 bool appendChunk(const AudioChunk& chunk, AudioFileContents& contents, std::string& refusal);
-// Says when less of the chunk is there than it declares, or when it declares to reach to the end.
-void noteSize(const AudioChunk& chunk, FourCC audioID, bool reachesToEnd, AudioFileContents& contents);
+// Says, of the chunk too, when less of it is there than it declares, or when it declares to reach to the end.
+void noteSize(AudioChunk& chunk, FourCC audioID, bool reachesToEnd, AudioFileContents& contents);
 // Says when bytes that are no chunk stand between contents.chunksEnd and `end`; fewer than a chunk's header do no harm.
 void noteStrayBytes(uint64_t end, uint64_t headerSize, AudioFileContents& contents);
 // Says when there is more than one format chunk or audio chunk.

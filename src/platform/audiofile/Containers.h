@@ -23,13 +23,14 @@ std::optional<AudioFileContents> readCAF(ByteSource& bytes, std::string& refusal
 std::optional<AudioFileContents> readSoundDesigner2(const ByteSource& bytes, ByteSource& fork, bool& isFork,
                                                     std::string& refusal);
 
-// The info texts as infoDictionary() answers them; nullopt when the file has none.
+// The info texts as infoDictionary() answers them; nullopt when the file has none. `isCut` becomes true, and else stays
+// as it is, when one is longer than kMaximumTextSize.
 using InfoDictionary = std::map<std::string, std::string>;
-std::optional<InfoDictionary> wavInfo(ByteSource& bytes, const AudioFileContents& contents);
-std::optional<InfoDictionary> cafInfo(ByteSource& bytes, const AudioFileContents& contents);
+std::optional<InfoDictionary> wavInfo(ByteSource& bytes, const AudioFileContents& contents, bool& isCut);
+std::optional<InfoDictionary> cafInfo(ByteSource& bytes, const AudioFileContents& contents, bool& isCut);
 
-// UTF-8 as it stands; anything else is read as Latin-1.
-std::string infoText(std::string_view bytes);
+// UTF-8 as it stands; anything else is read as Latin-1. Cut as above.
+std::string infoText(std::string_view bytes, bool& isCut);
 // Keeps the first value of a key that is not empty.
 void addInfo(InfoDictionary& dictionary, const std::string& key, std::string value);
 

@@ -25,7 +25,6 @@ constexpr uint64_t kChunkHeaderSize = 8;
 constexpr size_t kFormatSizeExtensible = 40;
 constexpr size_t kLongSizesSize = 28;
 constexpr size_t kLongSizesEntrySize = 12;
-constexpr uint64_t kMaximumTextSize = 65536;  // of one info text; longer ones are cut
 constexpr FourCC kFormatID = "fmt ";
 constexpr FourCC kDataID = "data";
 constexpr FourCC kLongSizesID = "ds64";
@@ -153,6 +152,17 @@ FormSizes readFormSizes(ByteSource& bytes, ContainerKind kind) {
   return sizes;
 }
 
+// Where every block is a frame it has room for each channel's bits, in whole bytes.
+void noteBlocks(const FormatChunk& chunk, AudioFileContents& contents) {
+  const uint32_t frameSize = chunk.channels * ((chunk.bits + 7u) / 8);
+  const bool isFrame = contents.format->bytesPerFrame != 0;
+  if (chunk.blockAlign == 0) {
+    contents.noteBenign("its packets have no size");
+  } else if (isFrame && chunk.blockAlign != frameSize) {
+    contents.noteBenign("the block size does not match channels and bits");
+  }
+}
+
 void noteAudio(const ByteSource& bytes, AudioFileContents& contents) {
   noteDoubles(kFormatID, kDataID, contents);
   const AudioChunk* data = contents.firstChunk(kDataID);
@@ -184,16 +194,17 @@ const char* infoKeyFor(FourCC id) {
   return found == kKeys.end() ? nullptr : found->key;
 }
 
-std::string textOf(ByteSource& bytes, const AudioChunk& chunk) {
-  const auto payload = bytes.upTo(chunk.dataOffset, std::min(chunk.size, kMaximumTextSize));
+std::string textOf(ByteSource& bytes, const AudioChunk& chunk, bool& isCut) {
+  const auto payload = bytes.upTo(chunk.dataOffset, std::min<uint64_t>(chunk.size, kMaximumTextSize + 1));
   if (!payload || payload->empty()) return {};
   const std::string_view text(reinterpret_cast<const char*>(payload->data()), payload->size());
-  return infoText(text.substr(0, text.find('\0')));
+  return infoText(text.substr(0, text.find('\0')), isCut);
 }
 
 // False when the list is of another type.
-bool addInfoList(ByteSource& bytes, const AudioChunk& list, std::endian order, InfoDictionary& dictionary) {
-  if (list.size < 4) return false;
+bool addInfoList(ByteSource& bytes, const AudioChunk& list, std::endian order, InfoDictionary& dictionary,
+                 bool& isCut) {
+  if (list.size < 4 || list.isCutOff) return false;
   const auto type = bytes.upTo(list.dataOffset, 4);
   if (!type || FourCC::fromBytes(type->data()) != kInfoType) return false;
   ChunkRun run{.order = order, .begin = list.dataOffset + 4, .end = list.dataOffset + list.size};
@@ -202,7 +213,7 @@ bool addInfoList(ByteSource& bytes, const AudioChunk& list, std::endian order, I
   std::string refusal;
   walkChunks(bytes, std::move(run), texts, refusal);  // a list that is too long is read as far as the walk went
   for (const AudioChunk& chunk : texts.chunks) {
-    if (const char* key = infoKeyFor(chunk.id)) addInfo(dictionary, key, textOf(bytes, chunk));
+    if (const char* key = infoKeyFor(chunk.id)) addInfo(dictionary, key, textOf(bytes, chunk, isCut));
   }
   return true;
 }
@@ -231,15 +242,17 @@ std::optional<AudioFileContents> readWAV(ByteSource& bytes, ContainerKind kind, 
   }
   contents.format = formatOf(*format, order);
   contents.packetCount = packetCountOf(contents);
+  noteBlocks(*format, contents);
   noteAudio(bytes, contents);
   return contents;
 }
 
-std::optional<InfoDictionary> wavInfo(ByteSource& bytes, const AudioFileContents& contents) {
+std::optional<InfoDictionary> wavInfo(ByteSource& bytes, const AudioFileContents& contents, bool& isCut) {
   InfoDictionary dictionary;
   bool hasInfo = false;
   for (const AudioChunk& chunk : contents.chunks) {
-    if (chunk.id == kListID && addInfoList(bytes, chunk, orderOf(contents.kind), dictionary)) hasInfo = true;
+    if (chunk.id != kListID) continue;
+    if (addInfoList(bytes, chunk, orderOf(contents.kind), dictionary, isCut)) hasInfo = true;
   }
   if (!hasInfo) return std::nullopt;
   return dictionary;

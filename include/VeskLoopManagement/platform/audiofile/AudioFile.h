@@ -55,15 +55,16 @@ class LC_EXPORT AudioFile {
   std::optional<PacketTableInfo> packetTableInfo() const { return m_contents.packetTable; }
   std::optional<int64_t> audioDataPacketCount() const { return m_contents.packetCount; }
   // Keys "artist", "title", "comments", "copyright", "album", "genre", …; nullopt when the container has no info. Where
-  // a key occurs more than once, its first value that is not empty stands.
-  std::optional<std::map<std::string, std::string>> infoDictionary() const;
+  // a key occurs more than once, its first value that is not empty stands. `isCut` (may be null) then says whether a
+  // text is longer than kMaximumTextSize and ends there.
+  std::optional<std::map<std::string, std::string>> infoDictionary(bool* isCut = nullptr) const;
 
   // Chunks with the same id are counted by `index` from 0 in file order.
   size_t userDataCount(FourCC id) const;
-  // Of the payload that is there, which in a cut-off file is less than the chunk's header says.
+  // Of the payload, which in a cut-off file is not all there.
   std::optional<uint64_t> userDataSize(FourCC id, size_t index = 0) const;
-  // The whole payload, or its first `limit` bytes; nullopt when there is no such chunk, it is larger than 256 MiB (and
-  // no smaller `limit` is given), or reading fails.
+  // The whole payload, or its first `limit` bytes; nullopt when there is no such chunk, the end of the file cuts it
+  // off, it is larger than 256 MiB (and no smaller `limit` is given), or reading fails.
   std::optional<std::vector<std::byte>> userData(FourCC id, size_t index = 0,
                                                  std::optional<uint64_t> limit = std::nullopt) const;
   const std::vector<AudioChunk>& chunks() const { return m_contents.chunks; }
@@ -72,6 +73,7 @@ class LC_EXPORT AudioFile {
  private:
   AudioFile(std::unique_ptr<ByteSource> bytes, AudioFileContents contents);
   const AudioChunk* chunkAt(FourCC id, size_t index) const;
+  std::optional<std::map<std::string, std::string>> infoTexts(bool& isCut) const;
 
   std::unique_ptr<ByteSource> m_bytes;  // not null
   AudioFileContents m_contents;

@@ -14,6 +14,9 @@
 
 namespace vesk {
 
+// Texts of files are read as far as this, to the end of a character; so many bytes nobody types.
+inline constexpr size_t kMaximumTextSize = 65536;
+
 // A four-character code, as chunks and formats are named by, in file order: FourCC("basc").
 struct LC_EXPORT FourCC {
   char code[4] = {0, 0, 0, 0};
@@ -66,9 +69,10 @@ struct AudioChunk {
   uint64_t dataOffset = 0;    // of the first payload byte
   // As the header says, or "ds64" for it; all ones in CAF and "ds64": to the end of the file.
   uint64_t declaredSize = 0;
-  uint64_t size = 0;    // payload bytes that are there
-  bool hasPad = false;  // a pad byte follows the payload
-  std::byte pad{0};     // its value
+  uint64_t size = 0;      // payload bytes that are there
+  bool isCutOff = false;  // fewer than declared; nobody reads half a payload
+  bool hasPad = false;    // a pad byte follows the payload
+  std::byte pad{0};       // its value
 };
 
 // What the walk over a file's headers found.
