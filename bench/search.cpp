@@ -7,6 +7,8 @@
 //   three_keywords   Drums, Grooving, Hip Hop
 //   one_word         text "velvet"
 //   two_words        text "velvet snare"
+//   words_one        the word of one_word as a restriction, in paths below one folder
+//   words_two        those of two_words so
 //   key              root A (exact), 4/4, minor
 //   favorites        favourites only
 //   folder           one folder of about 200 loops
@@ -74,6 +76,17 @@ std::vector<Workload> workloads() {
       {"one_word", [](LCSearchEngine& engine) { engine.setSearchString("velvet"); },
        all + " WHERE fileURL LIKE '%velvet%' OR fileName LIKE '%velvet%' OR " + textLike("velvet")},
       {"two_words", [](LCSearchEngine& engine) { engine.setSearchString("velvet snare"); },
+       all + " WHERE fileURL LIKE '%velvet%20snare%' OR (fileName LIKE '%velvet%' AND fileName LIKE '%snare%') OR " +
+           textLike("velvet snare")},
+      {"words_one",
+       [](LCSearchEngine& engine) {
+         engine.setRestrictions({.text = {{"velvet"}, {"file:///"}}});
+       },
+       all + " WHERE fileURL LIKE '%velvet%' OR fileName LIKE '%velvet%' OR " + textLike("velvet")},
+      {"words_two",
+       [](LCSearchEngine& engine) {
+         engine.setRestrictions({.text = {{"velvet", "snare"}, {"file:///"}}});
+       },
        all + " WHERE fileURL LIKE '%velvet%20snare%' OR (fileName LIKE '%velvet%' AND fileName LIKE '%snare%') OR " +
            textLike("velvet snare")},
       {"key",

@@ -53,6 +53,23 @@ TEST(Index, ItsOptionsReachTheScan) {
             "com.vireo.loops.UserDomain.User LoopsA\uFFFDB\tA\uFFFDB\tUser Loops\t\t2\n");
 }
 
+TEST(Index, FoldersAreListedAddedForgottenAndIndexedAgain) {
+  const Program program;
+  program.add("a/A.aif");
+  program.add("b/B.aif");
+  const std::string a = program.path("a"), b = program.path("b");
+  program.told({"index", "a"});
+  const std::pair<Words, std::string> cases[] = {{{"folders"}, a + "\n"},
+                                                 {{"folders", "add", "b"}, a + "\n" + b + "\n"},
+                                                 {{"folders", "remove", "a"}, b + "\n"},
+                                                 {{"folders", "list"}, b + "\n"}};
+  for (const auto& [arguments, printed] : cases) EXPECT_EQ(program.run(arguments).out, printed);
+  EXPECT_EQ(program.told({"folders"})["folders"][0]["path"], b);
+  EXPECT_EQ(program.told({"folders", "remove", "a"}, 3)["error"]["suggestions"], JSON{b});
+  EXPECT_EQ(program.told({"index"})["indexed"], 1);
+  EXPECT_EQ(program.told({"search", "--folder", "nosuch"}, 3)["error"]["kind"], "notFound");
+}
+
 TEST(Index, NamesOfAnyBytesAreTakenAndComeBackExactly) {
   const Program program;
   Words names = {"it's \"q\"", "100% {x}", "r\xFFr", "Å e\xCC\x81", "new\nline", "[a,b]", "++", "-dash", "id:x"};

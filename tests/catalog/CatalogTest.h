@@ -37,8 +37,10 @@ struct ScanLog : LCScanObserver {
   }
   void noted(const std::string& text) override { notes.push_back(text); }
   void warned(const std::string& text, const std::string&) override { warnings.push_back(text); }
+  bool shouldContinue() override { return !mayGoOn || mayGoOn(); }
 
   Rows failures, notes, warnings;
+  std::function<bool()> mayGoOn;
 };
 
 class CatalogTest : public testing::Test {

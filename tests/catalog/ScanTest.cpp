@@ -1,6 +1,8 @@
 // What scans walk, write, copy, take out and count.
 #include "catalog/FileStates.h"
 #include "CatalogTest.h"
+#include "VeskLoopManagement/catalog/LCLibraryFolders.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 
 #include <sys/stat.h>
 
@@ -55,6 +57,41 @@ TEST_F(Scan, ADryRunTellsWhatItLeavesOutAndChangesNothing) {
   const auto told = scan({.paths = {"l"}, .package = "X", .copyTo = "out", .prunes = true, .isDryRun = true});
   EXPECT_EQ(counts(told), (Counts{{"walked", 5}, {"indexed", 5}, {"untagged", 1}}));
   EXPECT_FALSE(fs::exists(file) || fs::exists(path("out")) || fs::exists(environment->cacheFolder()));
+}
+
+TEST_F(Scan, RemembersItsFoldersAndScansThemAgain) {
+  for (const char* name : {"Drums/Jungle/A.aif", "Drums/B.aif", "Jungle/C.aif", "out/D.aif"}) add(name);
+  LCLibraryFolders folders(file);
+  const LCScanRequest again{.paths = {}, .scansRememberedFolders = true};
+  EXPECT_EQ(kindOf(tryToScan(again)), "usage");
+  EXPECT_FALSE(fs::exists(file));
+  fs::create_directory_symlink("Drums", path("link"));
+  const std::pair<LCScanRequest, Rows> cases[] = {
+      {{.paths = {"Drums"}, .isDryRun = true}, {}},
+      {{.paths = {"Jungle/C.aif"}}, {}},  // a file
+      {{.paths = {"Drums/Jungle"}}, {"Drums/Jungle"}},
+      {{.paths = {"link"}}, {"Drums"}},  // where it leads, and instead of what lies below
+      {{.paths = {"Drums/Jungle"}}, {"Drums"}},
+      {{.paths = {"out"}, .copyTo = "copies"}, {"Drums", "copies"}}};
+  for (const auto& [request, remembered] : cases) {
+    scan(request);
+    Rows expected;
+    for (const auto& each : remembered) expected.push_back(path(each));
+    EXPECT_EQ(folders.list(), expected);
+  }
+  // Of a file that was named alone, its own folder counts.
+  EXPECT_EQ(names({.words = {"jungle"}}), (Rows{"A.aif", "C.aif"}));
+  EXPECT_EQ(names({.words = {"drums"}}), Rows{});
+  add("Drums/New.aif", loopFile({.genre = "Jazz"}));
+  EXPECT_EQ(scan(again).walked, 4);
+  EXPECT_EQ(names({.genre = "Jazz"}), Rows{"New.aif"});
+  EXPECT_TRUE(valueOf(folders.remove(path("link"))));
+  const auto unknown = folders.remove(path("copied"));
+  EXPECT_TRUE(kindOf(unknown) == "notFound" && unknown.failure().nearNames == Rows{path("copies")});
+  EXPECT_EQ(kindOf(folders.add(path("nosuch"))), "notFound");
+  fs::remove_all(environment->cacheFolder());
+  EXPECT_EQ(LCLibraryFolders(file).list(), Rows{path("copies")});
+  EXPECT_TRUE(LCLibraryFolders(path("other.db")).list().empty());
 }
 
 TEST_F(Scan, FilesOfOneIdentityAreToldOnlyWhileBothAreThere) {
