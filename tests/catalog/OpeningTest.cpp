@@ -132,15 +132,4 @@ TEST_F(Opening, ReadingNeedsNoRightToWriteAndRepairsNothing) {
   EXPECT_EQ(kindOf(LCCatalog::open(path("new.db"), {.access = Access::create})), "databaseUnopenable");
 }
 
-TEST_F(Opening, ASnapshotKeepsSeeingTheStateOfItsFirstQuestion) {
-  execute("PRAGMA journal_mode = WAL");
-  const auto snapshot = open({.holdsSnapshot = true}), usual = open();
-  const auto inSnapshot = valueOf(snapshot->search({})), result = valueOf(usual->search({}));
-  execute("UPDATE Loops SET fileName = 'B.aif'");
-  EXPECT_TRUE(inSnapshot.isCurrent());
-  EXPECT_FALSE(result.isCurrent());
-  EXPECT_EQ(names(*snapshot), Rows{"A.aif"});
-  EXPECT_EQ(names(*usual), Rows{"B.aif"});
-}
-
 }  // namespace

@@ -137,17 +137,21 @@ TEST_F(Query, OrdersByEveryFieldAndThenByName) {
       {{{Field::type, true}}, {kLead, kFunk1, kFunk2, kBass, kUnknown}},
       {{{Field::rating, true}}, {kLead, kFunk1, kFunk2, kBass, kUnknown}},
       {{{Field::genre}}, {kBass, kFunk1, kFunk2, kLead, kUnknown}},  // Jazz, Rock/Blues, two without
+      {{{Field::genre, true}}, {kFunk1, kFunk2, kBass, kLead, kUnknown}},
       {{{Field::instrument, true}, {Field::tempo}}, {kLead, kUnknown, kFunk1, kFunk2, kBass}},
       {{{Field::id}}, rows("SELECT fileName FROM Loops ORDER BY id")},
       {{{Field::favorite, true}}, {kLead, kFunk1, kFunk2, kBass, kUnknown}}};
-  for (const auto& [order, found] : cases) EXPECT_EQ(names({.order = order}), found);
+  for (const auto layout : {LCCatalogLayout::desktop, LCCatalogLayout::mobile}) {
+    const auto catalog = open({.layout = layout});
+    for (const auto& [order, found] : cases) EXPECT_EQ(names(*catalog, {.order = order}), found);
+  }
   std::set<Rows> orders;  // the same order of five loops twelve times is as good as impossible
   for (int count = 0; count < 12; ++count) orders.insert(names({.order = {{Field::random}}}));
   EXPECT_GT(orders.size(), 1u);
 }
 
 TEST_F(Query, AnswersPagesLoopsPlacesAndRows) {
-  const auto catalog = open();
+  const auto catalog = open({.access = LCCatalogAccess::mark});
   const auto result = valueOf(catalog->search({}));
   const std::pair<Page, Rows> cases[] = {{{}, kAll},
                                          {{.offset = 1, .limit = 2}, {kFunk2, kLead}},
@@ -164,8 +168,19 @@ TEST_F(Query, AnswersPagesLoopsPlacesAndRows) {
     EXPECT_EQ(valueOf(result.forEachPlace(request, add)), std::ssize(found));
     EXPECT_TRUE(page.total == 5 && page.offset == request.offset && paged == found && placed == found) << page.offset;
   }
-  int asked = 0;
-  EXPECT_EQ(valueOf(result.forEachLoop({}, [&](const LCCatalogLoop&) { return ++asked < 3; })), 3);
+  // While rows are handed on, what would wait for the end of it is refused, and what is to come is as it was.
+  std::set<std::string> kinds;
+  const auto askingFor = [&](int64_t most) {
+    return [&, most, asked = int64_t{0}](const LCCatalogLoop& loop) mutable {
+      const std::vector places = {loop.place};
+      kinds.insert(
+          {kindOf(catalog->search({})), kindOf(catalog->remove(places)), kindOf(catalog->createPackage({"N"}))});
+      return kindOf(catalog->mark(places, {.rating = 1})).empty() && ++asked < most;
+    };
+  };
+  EXPECT_EQ(valueOf(result.forEachLoop({}, askingFor(3))), 3);
+  EXPECT_EQ(valueOf(result.forEachLoop({}, askingFor(9))), 5);
+  EXPECT_EQ(kinds, std::set<std::string>{"usage"});
   EXPECT_EQ(kindOf(result.page({.offset = -1})), "usage");
   const int64_t bass = place(kBass).id;
   EXPECT_EQ(valueOf(result.rowOfLoop(bass)), 3);
@@ -234,6 +249,7 @@ TEST_F(Query, FacetsCountTheLoopsOfTheResult) {
 }
 
 TEST_F(Query, AResultEndsWithTheNextSearchWithAChangeAndWithItsCatalog) {
+  execute("PRAGMA journal_mode = WAL");
   auto catalog = open({.access = LCCatalogAccess::mark});
   const auto isOutdated = [](const LCLoopResult& result) {
     const std::set<std::string> answers = {kindOf(result.page({})), kindOf(result.forEachPlace({}, nullptr)),
@@ -246,8 +262,11 @@ TEST_F(Query, AResultEndsWithTheNextSearchWithAChangeAndWithItsCatalog) {
   EXPECT_TRUE(isOutdated(first));
   valueOf(catalog->mark({&bass, 1}, {.rating = 2}));  // our own marks end nothing
   EXPECT_EQ(valueOf(second.page({})).loops.size(), 3u);
+  const auto snapshot = open({.holdsSnapshot = true});
+  const auto held = valueOf(snapshot->search({.minimumRating = 4}));
   execute("UPDATE UserData SET rating = 3");
-  EXPECT_TRUE(isOutdated(second));
+  EXPECT_TRUE(isOutdated(second) && held.isCurrent());
+  EXPECT_EQ(names(*snapshot, {.minimumRating = 4}), Rows{kLead});  // as it was at its first question
   const auto third = valueOf(catalog->search({}));
   EXPECT_TRUE(third.isCurrent());
   catalog.reset();

@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -25,6 +26,9 @@ class TemporaryFolder {
   std::string path(std::string_view relative) const;  // of something below; creates nothing
   // Creates the folders above it; each answers the absolute path.
   std::string addFile(std::string_view relative, std::string_view contents) const;
+  std::string addFile(std::string_view relative, std::span<const std::byte> contents) const {
+    return addFile(relative, {reinterpret_cast<const char*>(contents.data()), contents.size()});
+  }
   std::string addFolder(std::string_view relative) const;
 
  private:
