@@ -213,7 +213,13 @@ TEST_F(Query, ALoopHasEveryColumnAndOnlyWhatIsKnown) {
   EXPECT_EQ(valueOf(valueOf(catalog->search({.name = "Slow"})).page({})).loops, std::vector{expected});
   EXPECT_EQ(loopWithName(kBass), expected);
   EXPECT_EQ(valueOf(catalog->keywordsOfLoop(bass.id)), (Rows{"Bass", "Dark", "Dry", "Electric Bass", "Jazz"}));
-  // Indexed right after a loop with a genre and descriptors of its own.
+  // A genre that a file does not name stays in the texts from the loop before it, but is no tag of its own.
+  const fixture::Pairs tags = {{"category", "Drums"}};
+  add("c/1.aif", loopFile({.genre = "Zorp"}));
+  add("c/2.caf", fixture::cafFile({fixture::chunk("uuid", fixture::searchInfoPayload(tags))}));
+  scan({.paths = {"c"}});
+  EXPECT_EQ(rows("SELECT genre FROM LoopsKeywords JOIN Loops ON id = loopId WHERE fileName = '2.caf'"), Rows{"Zorp"});
+  EXPECT_EQ(loopWithName("2.caf").genre, std::nullopt);
   const auto unknown = loopWithName(kUnknown), lead = loopWithName(kLead);
   EXPECT_TRUE(!unknown.genre && !unknown.subInstrument && !unknown.marks && unknown.packages.empty());
   EXPECT_TRUE(unknown.descriptors == Rows{"Single"} && !unknown.loudness.isMeasured() && !unknown.title);
