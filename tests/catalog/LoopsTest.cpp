@@ -98,6 +98,7 @@ TEST_F(Loops, AreMarkedAllOrNone) {
   EXPECT_EQ(valueOf(catalog->remove({&both[1], 1})), 1);  // its marks stay, and are not touched without it
   EXPECT_EQ(kindOf(catalog->mark(both, {.rating = 3})), "notFound");
   EXPECT_EQ(kindOf(open()->mark({&both[0], 1}, {.rating = 3})), "database");  // opened for reading
+  EXPECT_EQ(kindOf(open()->remove({&both[0], 1})), "database");
   scan({.paths = {"l"}});
   EXPECT_EQ(marks(), before);
 }

@@ -67,8 +67,6 @@ class TestEnvironment : public vesk::Environment {
     m_hostResources[{name, type}] = path;
   }
   void setFilePackage(std::string path) { m_package = std::move(path); }
-  // With nullopt musicFolder() fails, with the reason "no music folder"; libraryFolders() answers none with {}.
-  void setMusicFolder(std::optional<std::string> path) { m_musicFolder = std::move(path); }
   void setLibraryFolders(vesk::Domain domain, std::vector<std::string> paths) {
     m_libraries[domain] = std::move(paths);
   }
@@ -98,7 +96,7 @@ class TestEnvironment : public vesk::Environment {
 
   TemporaryFolder m_folder;
   std::string m_locale = "en_US";
-  std::optional<std::string> m_musicFolder;
+  std::string m_musicFolder;
   std::map<vesk::Domain, std::vector<std::string>> m_libraries;
   std::string m_package;
   Texts m_localizedStrings;  // by key and table
