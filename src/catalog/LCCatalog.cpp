@@ -71,6 +71,7 @@ LCLoopPlace requiredPlace(lc::LoopRows& rows, const LCLoopReference& reference) 
 
 // For those who write on a connection of their own.
 const std::string& writableFile(CatalogSession& session) {
+  session.requireNoReading();
   if (!session.engine().databaseConfiguration().readonly()) return session.databaseFile();
   throw CatalogError{{.kind = LCFailureKind::databaseRefused,
                       .message = "the loop database was opened for reading",
@@ -263,5 +264,5 @@ LCOutcome<LCPackage> LCCatalog::removePackage(std::string_view identifierOrName,
 }
 
 LCOutcome<int64_t> LCCatalog::remove(std::span<const LCLoopPlace> places, const LCRemovalObserver& observer) {
-  return outcomeOf([&] { return lc::removeLoops(m_session->databaseFile(), places, observer); });
+  return outcomeOf([&] { return lc::removeLoops(writableFile(*m_session), places, observer); });
 }

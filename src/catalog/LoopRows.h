@@ -28,8 +28,7 @@ class LoopRows {
   // Rows from `offset` on, `limit` of them (0: all). `begun` is called when the reading has begun, which keeps the
   // database as it is until the end.
   void forEachResult(int64_t offset, int64_t limit, const std::function<void()>& begun, const LoopHandler& handler);
-  void forEachResultPlace(int64_t offset, int64_t limit, const std::function<void()>& begun,
-                          const PlaceHandler& handler);
+  void forEachResult(int64_t offset, int64_t limit, const std::function<void()>& begun, const PlaceHandler& handler);
 
   // --- Single loops ---
   std::optional<LCCatalogLoop> loopWithId(int64_t loopId);

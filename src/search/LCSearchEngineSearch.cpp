@@ -128,10 +128,7 @@ void LCSearchEngine::noteSearchFailure() {
                                       : LCSearchFailure{SQLITE_MISUSE, "the database is closed"};
   vesk::log(fmt::format("Search failed: {} ({})", failure.message, failure.status));
   if (!m_lastSearchFailure) m_lastSearchFailure = failure;
-  const bool isDamaged = failure.status == SQLITE_CORRUPT || failure.status == SQLITE_NOTADB;
-  if (isDamaged && !lc::damage::isFree(m_sqlite.get(), lc::damage::Check::thorough)) {
-    lc::damage::record(m_sqlite.get());
-  }
+  lc::damage::recordIfMet(m_sqlite.get(), failure.status);
 }
 
 std::string LCSearchEngine::searchStatement(std::string_view restrictions) {

@@ -45,9 +45,9 @@ struct LCCatalogOptions {
 
 // A change of marks: what is given is set, the rest stays.
 struct LCMarkChange {
-  std::optional<bool> isFavorite;
-  std::optional<int64_t> rating;       // 0 takes it away; else 1 to 5
-  std::optional<std::string> comment;  // "" takes it away
+  std::optional<bool> isFavorite = {};
+  std::optional<int64_t> rating = {};       // 0 takes it away; else 1 to 5
+  std::optional<std::string> comment = {};  // "" takes it away
 };
 
 struct LCMarkedLoop {
@@ -72,7 +72,7 @@ struct LC_EXPORT LCLoopReference {
 
 // A package to be made.
 struct LCNewPackage {
-  std::string name;
+  std::string name = {};
   std::optional<std::string> manufacturer = {};  // else that of the user's own loops
   std::optional<std::string> identifier = {};    // else made of manufacturer and name
   bool isVirtual = false;
@@ -80,9 +80,9 @@ struct LCNewPackage {
 
 // Which rows to take out: loops below a folder, of a package, whose files are gone. All that is given must fit.
 struct LCPlaceQuery {
-  std::optional<std::string> folder;   // absolute path
-  std::optional<std::string> package;  // identifier
-  bool onlyMissing = false;            // placeholders are not missing
+  std::optional<std::string> folder = {};   // absolute path
+  std::optional<std::string> package = {};  // identifier
+  bool onlyMissing = false;                 // placeholders are not missing
 };
 
 // How far a long operation is. Called on the thread that works.
