@@ -2,9 +2,7 @@
 
 #include "platform/audiofile/ByteReader.h"
 #include "platform/audiofile/ChunkWalk.h"
-#include "platform/audiofile/FileBytes.h"
-
-#include <fcntl.h>
+#include "platform/audiofile/SplicedFile.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +10,6 @@
 namespace vesk {
 namespace {
 
-constexpr size_t kComparedSize = size_t{1} << 18;
 constexpr FourCC kInfoID = "info";
 constexpr FourCC kListID = "LIST";
 constexpr size_t kListTypeSize = 4;
@@ -69,26 +66,6 @@ std::unique_ptr<SplicedBytes> sharing(const std::shared_ptr<ByteSource>& source)
   return std::make_unique<SplicedBytes>(source, std::make_shared<const Splice>(std::move(whole)));
 }
 
-// Null when the system is out of descriptors.
-std::unique_ptr<FileBytes> bytesOver(int descriptor, uint64_t size) {
-  FileDescriptor own{::fcntl(descriptor, F_DUPFD_CLOEXEC, 0)};
-  return own.isOpen() ? std::make_unique<FileBytes>(std::move(own), size) : nullptr;
-}
-
-bool areEqual(ByteSource& one, ByteSource& other) {
-  if (one.size() != other.size()) return false;
-  std::vector<std::byte> first(kComparedSize);
-  std::vector<std::byte> second(kComparedSize);
-  for (uint64_t offset = 0; offset < one.size(); offset += kComparedSize) {
-    const auto size = static_cast<size_t>(std::min<uint64_t>(kComparedSize, one.size() - offset));
-    const auto here = std::span(first).first(size);
-    const auto there = std::span(second).first(size);
-    if (!one.read(offset, here) || !other.read(offset, there)) return false;
-    if (!std::equal(here.begin(), here.end(), there.begin())) return false;
-  }
-  return true;
-}
-
 std::string joined(const std::vector<std::string>& sentences) {
   std::string text;
   for (const std::string& sentence : sentences) text += (text.empty() ? "" : "; ") + sentence;
@@ -135,7 +112,7 @@ std::unique_ptr<AudioFileEdit> AudioFileEdit::open(std::unique_ptr<ByteSource> b
 AudioFileEdit::~AudioFileEdit() = default;
 
 bool AudioFileEdit::attach(std::unique_ptr<FoundFile> found, WriteFailure& failure) {
-  std::shared_ptr<ByteSource> bytes = bytesOver(found->descriptor(), found->size());
+  std::shared_ptr<ByteSource> bytes = bytesOf(*found);
   if (!bytes) return fail(failure, WriteError::notReadable, "too many files are open");
   if (!attach(std::move(bytes), failure)) return false;
   m_found = std::move(found);
@@ -313,14 +290,10 @@ std::optional<EditedLayout> AudioFileEdit::laidOut(std::span<const PlannedChunk>
     fail(failure, m_source->failed() ? WriteError::notReadable : WriteError::tooLarge, refusal);
     return std::nullopt;
   }
-  const auto parsed = AudioFile::open(bytesOf(*layout));
+  const auto parsed = AudioFile::open(std::make_unique<SplicedBytes>(m_source, layout->splice));
   if (parsed && readsAs(layout->expected, parsed->contents())) return layout;
   fail(failure, WriteError::notReadBack, "with these chunks it would not read back as it was meant");
   return std::nullopt;
-}
-
-std::unique_ptr<SplicedBytes> AudioFileEdit::bytesOf(const EditedLayout& layout) const {
-  return std::make_unique<SplicedBytes>(m_source, layout.splice);
 }
 
 std::unique_ptr<ByteSource> AudioFileEdit::edited(WriteFailure& failure) const {
@@ -328,7 +301,7 @@ std::unique_ptr<ByteSource> AudioFileEdit::edited(WriteFailure& failure) const {
   const auto chunks = plannedChunks();
   if (isUnchanged(chunks)) return sharing(m_source);
   const auto layout = laidOut(chunks, failure);
-  return layout ? bytesOf(*layout) : nullptr;
+  return layout ? std::make_unique<SplicedBytes>(m_source, layout->splice) : nullptr;
 }
 
 std::unique_ptr<AudioFile> AudioFileEdit::preview(WriteFailure& failure) const {
@@ -351,44 +324,17 @@ AudioFileEdit::Outcome AudioFileEdit::commit(WriteFailure& failure) {
   }
   const auto layout = laidOut(chunks, failure);
   if (!layout) return Outcome::failed;
-  FileReplacement replacement(*m_found, m_options);
-  const bool isWritten = write(*layout, replacement) && replacement.complete();
-  if (isWritten && !readsBack(*layout, replacement, failure)) return Outcome::failed;
-  const bool isReplaced = isWritten && replacement.commit();
-  failure = replacement.failure();
+  const auto readsAsMeant = [&](std::unique_ptr<ByteSource> written) {
+    const auto parsed = AudioFile::open(std::move(written));
+    return parsed && readsAs(layout->expected, parsed->contents());
+  };
+  const bool isReplaced = replaceBySplice(*m_found, layout->splice, readsAsMeant, m_options, failure);
   if (!isReplaced && failure.error != WriteError::notSynced) return Outcome::failed;
 
   WriteFailure lost;  // by somebody who replaced it at once: then this object has nothing to write to any more
   auto now = FoundFile::open(m_path, lost);
   if (!now || !attach(std::move(now), lost)) m_found = nullptr;
   return isReplaced ? Outcome::written : Outcome::failed;
-}
-
-bool AudioFileEdit::write(const EditedLayout& layout, FileReplacement& replacement) const {
-  const Splice& splice = *layout.splice;
-  for (const Splice::Piece& piece : splice.pieces()) {
-    const bool isDone = piece.isNew
-                            ? replacement.write(splice.newBytes().subspan(static_cast<size_t>(piece.from), piece.size))
-                            : replacement.copy(m_found->descriptor(), piece.from, piece.size);
-    if (!isDone) return false;
-  }
-  return true;
-}
-
-// The written sibling must be read as it was meant, and hold every byte that was meant.
-bool AudioFileEdit::readsBack(const EditedLayout& layout, const FileReplacement& replacement,
-                              WriteFailure& failure) const {
-  struct stat status = {};
-  const bool isKnown = ::fstat(replacement.descriptor(), &status) == 0;
-  const auto size = static_cast<uint64_t>(status.st_size);
-  const auto bytes = isKnown ? bytesOver(replacement.descriptor(), size) : nullptr;
-  auto parsedBytes = isKnown ? bytesOver(replacement.descriptor(), size) : nullptr;
-  if (!bytes || !parsedBytes) return fail(failure, WriteError::system, "what was written cannot be read back");
-  const auto parsed = AudioFile::open(std::move(parsedBytes));
-  const auto meant = bytesOf(layout);
-  if (parsed && readsAs(layout.expected, parsed->contents()) && areEqual(*meant, *bytes)) return true;
-  if (meant->failed()) return fail(failure, WriteError::notReadable, "reading it failed");
-  return fail(failure, WriteError::notReadBack, "what was written does not read back as it was meant");
 }
 
 }  // namespace vesk
