@@ -56,6 +56,23 @@ WriteError errorOfReplacing(const std::string& path, const ReplaceOptions& optio
   return replaced(path, options).error;
 }
 
+// No file grows beyond `size` bytes meanwhile, as on a full disk.
+struct SizeLimit {
+  explicit SizeLimit(rlim_t size) {
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    const struct rlimit limit = {.rlim_cur = size, .rlim_max = old.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  SizeLimit(const SizeLimit&) = delete;
+  SizeLimit& operator=(const SizeLimit&) = delete;
+  ~SizeLimit() {
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, handler);
+  }
+  struct rlimit old = {};
+  void (*handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+};
+
 constexpr ReplaceOptions kCopyBack = {.copyBack = CopyBack::whereNeeded};
 
 }  // namespace
@@ -142,6 +159,22 @@ TEST(FileReplacement, ACopyBackServesAllNamesOfAFile) {
   EXPECT_EQ(path::subpaths(folder.path()), (Texts{"c", "d"}));
 }
 
+TEST(FileReplacement, ACopyBackThatBreaksOffLeavesTheNewContentsBesideTheFile) {
+  for (const auto& [room, error, left] :
+       {std::tuple(2, WriteError::brokenOff, "new"), {0, WriteError::system, "old"}}) {
+    const TemporaryFolder folder;
+    fs::create_hard_link(folder.addFile("c", "old"), folder.path("d"));
+    std::optional<SizeLimit> limit;
+    const WriteFailure failure = replaced(folder.path("c"), kCopyBack, [&, size = room] { limit.emplace(size); });
+    limit.reset();
+    EXPECT_EQ(failure.error, error) << failure.message;
+    const std::string whole = path::appending(folder.path(), path::subpaths(folder.path()).front());
+    EXPECT_EQ(path::readFile(whole), left);
+    EXPECT_EQ(failure.message.find(whole) != std::string::npos,
+              error == WriteError::brokenOff || whole.ends_with("/c"));
+  }
+}
+
 TEST(FileReplacement, RangesAreCopiedAndAShortFileIsAnError) {
   const TemporaryFolder folder;
   std::string text;
@@ -169,20 +202,14 @@ TEST(FileReplacement, AWriteThatFailsLeavesTheFileAndNothingElse) {
   const std::string file = folder.addFile("a", "old");
   WriteFailure failure;
   const auto found = FoundFile::open(file, failure);
-  struct rlimit old = {};
-  ::getrlimit(RLIMIT_FSIZE, &old);
-  const struct rlimit small = {.rlim_cur = 100, .rlim_max = old.rlim_max};
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-  ::setrlimit(RLIMIT_FSIZE, &small);
   {
+    const SizeLimit limit(100);
     FileReplacement replacement(*found);
     EXPECT_FALSE(replacement.write(fixture::Bytes(200)));
     EXPECT_FALSE(replacement.write(bytesOf("more")) || replacement.commit()) << "it stays failed";
     EXPECT_EQ(replacement.failure().systemError, EFBIG);
     EXPECT_TRUE(replacement.failure().message.starts_with(file + ": ")) << replacement.failure().message;
   }
-  ::setrlimit(RLIMIT_FSIZE, &old);
-  std::signal(SIGXFSZ, handler);
   EXPECT_EQ(path::readFile(file), "old");
   EXPECT_EQ(path::subpaths(folder.path()), Texts{"a"});
 }

@@ -2,7 +2,7 @@
 
 #include "platform/audiofile/ByteReader.h"
 #include "platform/audiofile/ChunkWalk.h"
-#include "platform/audiofile/FileBytes.h"
+#include "platform/audiofile/SplicedFile.h"
 
 #include <algorithm>
 #include <array>
@@ -112,7 +112,7 @@ std::unique_ptr<AudioFileEdit> AudioFileEdit::open(std::unique_ptr<ByteSource> b
 AudioFileEdit::~AudioFileEdit() = default;
 
 bool AudioFileEdit::attach(std::unique_ptr<FoundFile> found, WriteFailure& failure) {
-  std::shared_ptr<ByteSource> bytes = FileBytes::over(found->descriptor(), found->size());
+  std::shared_ptr<ByteSource> bytes = bytesOf(*found);
   if (!bytes) return fail(failure, WriteError::notReadable, "too many files are open");
   if (!attach(std::move(bytes), failure)) return false;
   m_found = std::move(found);
@@ -290,14 +290,10 @@ std::optional<EditedLayout> AudioFileEdit::laidOut(std::span<const PlannedChunk>
     fail(failure, m_source->failed() ? WriteError::notReadable : WriteError::tooLarge, refusal);
     return std::nullopt;
   }
-  const auto parsed = AudioFile::open(bytesOf(*layout));
+  const auto parsed = AudioFile::open(std::make_unique<SplicedBytes>(m_source, layout->splice));
   if (parsed && readsAs(layout->expected, parsed->contents())) return layout;
   fail(failure, WriteError::notReadBack, "with these chunks it would not read back as it was meant");
   return std::nullopt;
-}
-
-std::unique_ptr<SplicedBytes> AudioFileEdit::bytesOf(const EditedLayout& layout) const {
-  return std::make_unique<SplicedBytes>(m_source, layout.splice);
 }
 
 std::unique_ptr<ByteSource> AudioFileEdit::edited(WriteFailure& failure) const {
@@ -305,7 +301,7 @@ std::unique_ptr<ByteSource> AudioFileEdit::edited(WriteFailure& failure) const {
   const auto chunks = plannedChunks();
   if (isUnchanged(chunks)) return sharing(m_source);
   const auto layout = laidOut(chunks, failure);
-  return layout ? bytesOf(*layout) : nullptr;
+  return layout ? std::make_unique<SplicedBytes>(m_source, layout->splice) : nullptr;
 }
 
 std::unique_ptr<AudioFile> AudioFileEdit::preview(WriteFailure& failure) const {
@@ -328,33 +324,17 @@ AudioFileEdit::Outcome AudioFileEdit::commit(WriteFailure& failure) {
   }
   const auto layout = laidOut(chunks, failure);
   if (!layout) return Outcome::failed;
-  FileReplacement replacement(*m_found, m_options);
-  const bool isWritten = writeSplice(*layout->splice, m_found->descriptor(), replacement) && replacement.complete();
-  if (isWritten && !readsBack(*layout, replacement, failure)) return Outcome::failed;
-  const bool isReplaced = isWritten && replacement.commit();
-  failure = replacement.failure();
+  const auto readsAsMeant = [&](std::unique_ptr<ByteSource> written) {
+    const auto parsed = AudioFile::open(std::move(written));
+    return parsed && readsAs(layout->expected, parsed->contents());
+  };
+  const bool isReplaced = replaceBySplice(*m_found, layout->splice, readsAsMeant, m_options, failure);
   if (!isReplaced && failure.error != WriteError::notSynced) return Outcome::failed;
 
   WriteFailure lost;  // by somebody who replaced it at once: then this object has nothing to write to any more
   auto now = FoundFile::open(m_path, lost);
   if (!now || !attach(std::move(now), lost)) m_found = nullptr;
   return isReplaced ? Outcome::written : Outcome::failed;
-}
-
-// The written sibling must be read as it was meant, and hold every byte that was meant.
-bool AudioFileEdit::readsBack(const EditedLayout& layout, const FileReplacement& replacement,
-                              WriteFailure& failure) const {
-  struct stat status = {};
-  const bool isKnown = ::fstat(replacement.descriptor(), &status) == 0;
-  const auto size = static_cast<uint64_t>(status.st_size);
-  const auto bytes = isKnown ? FileBytes::over(replacement.descriptor(), size) : nullptr;
-  auto parsedBytes = isKnown ? FileBytes::over(replacement.descriptor(), size) : nullptr;
-  if (!bytes || !parsedBytes) return fail(failure, WriteError::system, "what was written cannot be read back");
-  const auto parsed = AudioFile::open(std::move(parsedBytes));
-  const auto meant = bytesOf(layout);
-  if (parsed && readsAs(layout.expected, parsed->contents()) && areEqual(*meant, *bytes)) return true;
-  if (meant->failed()) return fail(failure, WriteError::notReadable, "reading it failed");
-  return fail(failure, WriteError::notReadBack, "what was written does not read back as it was meant");
 }
 
 }  // namespace vesk

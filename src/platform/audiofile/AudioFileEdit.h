@@ -125,8 +125,6 @@ class AudioFileEdit {
   std::vector<PlannedChunk> plannedChunks() const;
   bool isUnchanged(std::span<const PlannedChunk> chunks) const;
   std::optional<EditedLayout> laidOut(std::span<const PlannedChunk> chunks, WriteFailure& failure) const;
-  std::unique_ptr<SplicedBytes> bytesOf(const EditedLayout& layout) const;
-  bool readsBack(const EditedLayout& layout, const FileReplacement& replacement, WriteFailure& failure) const;
   bool fail(WriteFailure& failure, WriteError error, std::string_view what) const;
 
   std::string m_path;
