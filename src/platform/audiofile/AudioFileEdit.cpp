@@ -13,6 +13,7 @@ namespace {
 constexpr FourCC kInfoID = "info";
 constexpr FourCC kListID = "LIST";
 constexpr size_t kListTypeSize = 4;
+constexpr std::string_view kHasNoChunks = "it is of a kind that has no chunks";
 
 struct EditErrorName {
   EditError error;
@@ -100,6 +101,9 @@ std::unique_ptr<AudioFileEdit> AudioFileEdit::open(const std::string& path, Writ
   edit->m_options = options;
   const FoundFile& file = *found;
   const bool isOpen = edit->attach(std::move(found), failure) && file.mayBeReplaced(options, failure);
+  const bool isOfAnotherKind =
+      failure.error == WriteError::notAudio && AudioFile::open(path);  // known by its companion
+  if (isOfAnotherKind) edit->fail(failure, WriteError::noChunks, kHasNoChunks);
   return isOpen ? std::move(edit) : nullptr;
 }
 
@@ -124,6 +128,7 @@ bool AudioFileEdit::attach(std::shared_ptr<ByteSource> source, WriteFailure& fai
   std::string detail;
   auto file = AudioFile::open(sharing(source), &error, &detail);
   if (!file) return fail(failure, errorOf(error), detail);
+  if (!hasChunkLayout(file->kind())) return fail(failure, WriteError::noChunks, kHasNoChunks);
   if (file->regularity() == Regularity::ambiguous) {
     return fail(failure, WriteError::irregular, "it is not safe to rewrite: " + joined(file->contents().ambiguous));
   }
