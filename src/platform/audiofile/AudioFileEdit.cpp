@@ -13,6 +13,7 @@ namespace {
 constexpr FourCC kInfoID = "info";
 constexpr FourCC kListID = "LIST";
 constexpr size_t kListTypeSize = 4;
+constexpr size_t kEmptyInfoSize = 4;  // a count of no pairs
 constexpr std::string_view kHasNoChunks = "it is of a kind that has no chunks";
 
 struct EditErrorName {
@@ -99,11 +100,9 @@ std::unique_ptr<AudioFileEdit> AudioFileEdit::open(const std::string& path, Writ
   std::unique_ptr<AudioFileEdit> edit(new AudioFileEdit);
   edit->m_path = found->path();
   edit->m_options = options;
-  const FoundFile& file = *found;
-  const bool isOpen = edit->attach(std::move(found), failure) && file.mayBeReplaced(options, failure);
-  const bool isOfAnotherKind =
-      failure.error == WriteError::notAudio && AudioFile::open(path);  // known by its companion
-  if (isOfAnotherKind) edit->fail(failure, WriteError::noChunks, kHasNoChunks);
+  const bool isOpen = edit->attach(std::move(found), failure) && edit->m_found->mayBeReplaced(options, failure);
+  const bool hasCompanion = failure.error == WriteError::notAudio && AudioFile::open(path);  // which tells its kind
+  if (hasCompanion) edit->fail(failure, WriteError::noChunks, kHasNoChunks);
   return isOpen ? std::move(edit) : nullptr;
 }
 
@@ -242,7 +241,9 @@ EditError AudioFileEdit::mergeInfo(std::span<const InfoEdit> edits) {
   }
   const auto merged = mergedCAFInfo(old, edits);
   if (!merged) return EditError::none;
-  return merged->empty() ? removeUserData(kInfoID) : setUserData(kInfoID, 0, *merged);
+  // Behind a chunk that is taken out a second one would show.
+  const bool isToGo = merged->size() == kEmptyInfoSize && userDataCount(kInfoID) == 1;
+  return isToGo ? removeUserData(kInfoID) : setUserData(kInfoID, 0, *merged);
 }
 
 std::optional<std::map<std::string, std::string>> AudioFileEdit::infoDictionary() const {
