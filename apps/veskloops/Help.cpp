@@ -34,6 +34,7 @@ constexpr CommandHelp kCommands[] = {
     {"favorite", "LOOP…", "favorite 'Funky Beat 01.caf'"},
     {"rate", "LOOP… N", "rate 'Funky Beat 01.caf' 4"},
     {"comment", "LOOP… TEXT", "comment 'Funky Beat 01.caf' 'for the bridge'"},
+    {"tag", "[FILE…]", "tag 'Funky Beat 01.caf' --set genre=Jazz --set key=Am"},
     {"crates", "[COMMAND]", "crates"},
     {"crates list", "", "crates list"},
     {"crates show", "CRATE…", "crates show 'My Loops'"},

@@ -14,8 +14,10 @@
 #include "Output.h"
 #include "RemoveCommand.h"
 #include "SearchCommand.h"
+#include "TagCommand.h"
 #include "VeskLoopManagement/catalog/LCLibraryVersions.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
+#include "VeskLoopManagement/fileio/LCFileParser.h"
 #include "VeskLoopManagement/platform/Environment.h"
 #include "VeskLoopManagement/platform/Text.h"
 
@@ -81,6 +83,7 @@ struct Program {
     addCommand("favorite", "Mark loops as favourites", addFavoriteCommand);
     addCommand("rate", "Rate loops from 0 to 5", addRateCommand);
     addCommand("comment", "Put a comment on loops", addCommentCommand);
+    addCommand("tag", "Change the tags in loop files, and take changes back", addTagCommand);
     addCommand("crates", "List, make and remove content packages", addCratesCommand);
     help = app.add_subcommand("help", "Show the help of a command")->fallthrough();
     addArguments(*help, "COMMAND", helpWords, "The command, with its own where it has some: crates show");
@@ -271,6 +274,7 @@ int run(Sink& sink, Program& program, const std::vector<std::string>& arguments)
 }  // namespace
 
 int main(int count, char** arguments) {
+  LCFileParser::setAllowsSDIIFiles(true);
   std::signal(SIGPIPE, SIG_IGN);  // a reader that has enough must not end a run half way
   StandardStreams streams;
   Program program(streams.resultTraits());

@@ -22,11 +22,13 @@
 #include "VeskLoopManagement/model/LCMetaInfo.h"
 #include "VeskLoopManagement/model/LCMusicalKey.h"
 #include "VeskLoopManagement/model/LCNodeTypesHelper.h"
+#include "VeskLoopManagement/model/LCTagField.h"
 #include "VeskLoopManagement/model/LCTimeSignature.h"
 #include "VeskLoopManagement/model/LCVireoLoopType.h"
 
 #include "VeskLoopManagement/fileio/LCChunkIDs.h"
 #include "VeskLoopManagement/fileio/LCFileParser.h"
+#include "VeskLoopManagement/fileio/LCFileWriter.h"
 #include "VeskLoopManagement/fileio/LCRexFileParser.h"
 #include "VeskLoopManagement/fileio/MurmurHash.h"
 
@@ -62,3 +64,4 @@
 #include "VeskLoopManagement/catalog/LCLoopQuery.h"
 #include "VeskLoopManagement/catalog/LCLoopResult.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
+#include "VeskLoopManagement/catalog/LCTagEdit.h"

@@ -1,6 +1,7 @@
 #include "VeskLoopManagement/catalog/LCLoopFile.h"
 
 #include "fileio/LCAIFParser.h"
+#include "fileio/LCSDIIParser.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/fileio/LCFileParser.h"
 #include "VeskLoopManagement/fileio/LCRexFileParser.h"
@@ -29,11 +30,29 @@ bool isAIFC(const std::string& path) {
   return vesk::path::lowercaseExtension(path) == "aifc";
 }
 
-// The parsers' factory does not know the extension of compressed AIFF files.
+bool isSoundDesigner2Name(const std::string& path) {
+  const std::string extension = vesk::path::lowercaseExtension(path);
+  return LCFileParser::allowsSDIIFiles() && (extension == "sd2" || extension == "sdii");
+}
+
+// Such files often have no extension: their resource fork makes them what they are.
+bool isSoundDesigner2File(const std::string& path) {
+  if (!LCFileParser::allowsSDIIFiles() || LCNodeTypesHelper::nodeTypeFromPath(path) != kNodeUnknown) return false;
+  return isSoundDesigner2Name(path) || vesk::AudioFile::soundDesigner2ForkBeside(path);
+}
+
+// The parsers' factory goes by extensions that compressed AIFF and Sound Designer II files do not have, and takes
+// files without tags only together with words of their paths.
 std::unique_ptr<LCFileParser> parserFor(const std::string& path, LCParserFailure& failure) {
   const vesk::URL url = vesk::URL::fileURLWithPath(path, false);
   if (isAIFC(path) && !vesk::path::isDirectory(path)) return LCAIFParser::initWithURL(url, true, &failure);
-  return LCFileParser::fileParserForURL(url, LCFileParser::defaultAllowedFileTypes() | kFileTypeWAV, &failure);
+  if (isSoundDesigner2File(path)) return LCSDIIParser::initWithURL(url, true, &failure);
+  LCFileTypes types = LCFileParser::defaultAllowedFileTypes() | kFileTypeWAV;
+  if (LCRexFileParser::rexFileAdapterRegistered()) types |= kFileTypeREX;
+  auto parser = LCFileParser::fileParserForURL(url, types, &failure);
+  if (failure.reason == LCParserFailure::Reason::notAllowed)
+    failure.detail = "REX files need an adapter, and the host has none";
+  return parser;
 }
 
 }  // namespace
@@ -75,7 +94,7 @@ bool LCLoopFile::isNameOfLoopFile(const std::string& name) {
     case kNodeREX:
       return LCRexFileParser::rexFileAdapterRegistered();
     default:
-      return isAIFC(name);
+      return isAIFC(name) || isSoundDesigner2Name(name);
   }
 }
 

@@ -50,6 +50,12 @@ bool LCStatement::bind(int index, const std::optional<std::string>& text) {
   return m_statement && index >= 1 && index <= sqlite3_bind_parameter_count(m_statement.get());
 }
 
+bool LCStatement::bindBlob(int index, std::span<const std::byte> bytes) {
+  if (!m_statement) return false;
+  const void* first = bytes.empty() ? "" : static_cast<const void*>(bytes.data());  // a null pointer would bind NULL
+  return sqlite3_bind_blob64(m_statement.get(), index, first, bytes.size(), SQLITE_STATIC) == SQLITE_OK;
+}
+
 void LCStatement::clearBindings() {
   if (m_statement) sqlite3_clear_bindings(m_statement.get());
 }
@@ -100,4 +106,11 @@ std::string LCStatement::textAt(int column) const {
   const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(m_statement.get(), column));
   if (bytes == nullptr) return {};
   return std::string(bytes, static_cast<size_t>(sqlite3_column_bytes(m_statement.get(), column)));
+}
+
+std::vector<std::byte> LCStatement::blobAt(int column) const {
+  if (!m_statement) return {};
+  const auto* bytes = static_cast<const std::byte*>(sqlite3_column_blob(m_statement.get(), column));
+  if (bytes == nullptr) return {};
+  return {bytes, bytes + sqlite3_column_bytes(m_statement.get(), column)};
 }

@@ -29,4 +29,13 @@ void appendTextField(vesk::ByteWriter& writer, const std::optional<std::string>&
   writer.zeros(width - kept.size());
 }
 
+void putTextField(std::vector<std::byte>& payload, size_t offset, const std::optional<std::string>& text,
+                  size_t width) {
+  vesk::ByteWriter writer(std::endian::big);
+  appendTextField(writer, text, width);
+  const auto field = writer.take();
+  payload.resize(std::max(payload.size(), offset + width));
+  std::copy(field.begin(), field.end(), payload.begin() + static_cast<std::ptrdiff_t>(offset));
+}
+
 }  // namespace lc

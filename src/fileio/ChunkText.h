@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/audiofile/ByteWriter.h"
 
@@ -22,5 +23,7 @@ std::optional<std::string> textField(std::span<const std::byte> payload, size_t 
 // The same, written: what stands before the text's first NUL, cut to leave room for one, filled up with zeros. A text
 // that is missing is empty.
 void appendTextField(vesk::ByteWriter& writer, const std::optional<std::string>& text, size_t width);
+// The same into a field that stands in `payload` already, which grows when it ends before.
+void putTextField(std::vector<std::byte>& payload, size_t offset, const std::optional<std::string>& text, size_t width);
 
 }  // namespace lc

@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "VeskLoopManagement/model/LCFileData.h"
 #include "VeskLoopManagement/model/LCMetaInfo.h"
 #include "VeskLoopManagement/platform/PropertyList.h"
 
@@ -28,6 +29,14 @@ struct LCAdditionalDataChunk {
   // The fields that are there, with a version of 1 beside them; entries that a payload had under other keys are
   // dropped. nullopt when there is nothing to write, or the taggings are deeper than an archive may be.
   std::optional<vesk::Bytes> encode() const;
+  // `payload` with those of these fields that it does not say already; nullopt in a field takes its entry out, and all
+  // other entries stay. Empty when no entry but the version is left. nullopt when the payload cannot be decoded: what
+  // is in it would be lost.
+  std::optional<vesk::Bytes> encodeOver(std::span<const std::byte> payload) const;
+
+  // The fields of a record that stand in this chunk.
+  static LCAdditionalDataChunk ofRecord(const LCFileData& record);
+  void applyTo(LCFileData& record) &&;
 
   bool operator==(const LCAdditionalDataChunk&) const = default;
 };

@@ -3,10 +3,14 @@
 #include "platform/audiofile/ByteReader.h"
 #include "platform/audiofile/ByteWriter.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr uint32_t kVersion = 1;
 constexpr size_t kReservedSize = 64;
+constexpr size_t kFieldsOffset = sizeof kVersion;
+constexpr size_t kFieldsEnd = LCBasicTaggingChunk::kSize - kReservedSize;
 
 }  // namespace
 
@@ -35,4 +39,11 @@ std::vector<std::byte> LCBasicTaggingChunk::encode() const {
   writer.s16(fileType);
   writer.zeros(kReservedSize);
   return writer.take();
+}
+
+std::vector<std::byte> LCBasicTaggingChunk::encodeOver(std::span<const std::byte> payload) const {
+  const auto fields = encode();
+  std::vector<std::byte> edited(payload.begin(), payload.end());
+  std::copy(fields.begin() + kFieldsOffset, fields.begin() + kFieldsEnd, edited.begin() + kFieldsOffset);
+  return edited;
 }

@@ -29,6 +29,8 @@ struct LCBasicTaggingChunk {
   static std::optional<LCBasicTaggingChunk> decode(std::span<const std::byte> payload);
   // 82 bytes of version 1, the reserved ones 0 whatever they were.
   std::vector<std::byte> encode() const;
+  // `payload`, of an admitted size, with these fields: version, reserved bytes and padding stay.
+  std::vector<std::byte> encodeOver(std::span<const std::byte> payload) const;
 
   bool operator==(const LCBasicTaggingChunk&) const = default;
 };

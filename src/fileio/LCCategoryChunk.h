@@ -44,6 +44,9 @@ struct LCCategoryChunk {
   // Texts are cut to 49 bytes, between characters; descriptors that the count cannot say are left out. Without
   // descriptors there is room for one, which established readers expect.
   std::vector<std::byte> encode() const;
+  // `payload`, of the known version `version`, with these fields. What it holds already keeps its bytes, descriptors
+  // their order; new ones follow them. Reserved bytes, descriptors that are no UTF-8 and what is behind them stay.
+  std::vector<std::byte> encodeOver(std::span<const std::byte> payload) const;
 
   // The two texts that name the instrument, of any version and whatever follows them; both nullopt when the payload
   // ends before them.

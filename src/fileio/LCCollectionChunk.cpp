@@ -29,3 +29,11 @@ std::vector<std::byte> LCCollectionChunk::encode() const {
   lc::appendTextField(writer, theme, kFieldWidth);
   return writer.take();
 }
+
+std::vector<std::byte> LCCollectionChunk::encodeOver(std::span<const std::byte> payload) const {
+  const auto before = decode(payload).value_or(LCCollectionChunk());
+  std::vector<std::byte> edited(payload.begin(), payload.end());
+  if (collection != before.collection) lc::putTextField(edited, kCollectionOffset, collection, kFieldWidth);
+  if (theme != before.theme) lc::putTextField(edited, kThemeOffset, theme, kFieldWidth);
+  return edited;
+}

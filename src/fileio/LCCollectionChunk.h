@@ -23,6 +23,9 @@ struct LCCollectionChunk {
   static std::optional<LCCollectionChunk> decode(std::span<const std::byte> payload);
   // 104 bytes of version 1, whatever `version` says. Texts are cut to 49 bytes, between characters.
   std::vector<std::byte> encode() const;
+  // `payload`, of a known version, with these texts; one that it holds already keeps its bytes, and so does what is
+  // behind them.
+  std::vector<std::byte> encodeOver(std::span<const std::byte> payload) const;
 
   bool operator==(const LCCollectionChunk&) const = default;
 };

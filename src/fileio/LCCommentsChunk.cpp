@@ -4,11 +4,20 @@
 #include "platform/audiofile/ByteReader.h"
 #include "VeskLoopManagement/platform/Text.h"
 
+#include <algorithm>
+
 namespace {
 
+constexpr size_t kCountSize = 2;
 constexpr size_t kTimeAndMarkerSize = 6;
 constexpr size_t kTextOffset = 10;
 constexpr size_t kLongestText = 0xFFFF;
+
+// With the blank before it, cut to what the length can say.
+std::string storedText(std::string_view text) {
+  const std::string stored = " " + vesk::text::trimmed(text);
+  return std::string(vesk::text::cut(stored, kLongestText));
+}
 
 }  // namespace
 
@@ -26,8 +35,7 @@ std::optional<LCCommentsChunk> LCCommentsChunk::decode(std::span<const std::byte
 }
 
 std::vector<std::byte> LCCommentsChunk::encode() const {
-  const std::string stored = " " + vesk::text::trimmed(text);
-  const std::string_view kept = vesk::text::cut(stored, kLongestText);
+  const std::string kept = storedText(text);
   vesk::ByteWriter writer(std::endian::big);
   writer.u16(1);
   writer.zeros(kTimeAndMarkerSize);
@@ -35,4 +43,26 @@ std::vector<std::byte> LCCommentsChunk::encode() const {
   writer.raw(std::as_bytes(std::span(kept)));
   writer.zeros(1);
   return writer.take();
+}
+
+// A text of odd length has a pad byte that its length does not count.
+std::optional<std::vector<std::byte>> LCCommentsChunk::encodeOver(std::span<const std::byte> payload) const {
+  if (payload.size() < kTextOffset) return std::nullopt;
+  const size_t length = vesk::ByteReader(payload.subspan(kTextOffset - kCountSize), std::endian::big).u16();
+  if (length > payload.size() - kTextOffset) return std::nullopt;
+  const size_t end = std::min(kTextOffset + length + length % 2, payload.size());
+  const std::string kept = text.empty() ? std::string() : storedText(text);
+
+  vesk::ByteWriter writer(std::endian::big);
+  writer.u16(std::max<uint16_t>(countOf(payload), 1));
+  writer.raw(payload.subspan(kCountSize, kTimeAndMarkerSize));
+  writer.u16(static_cast<uint16_t>(kept.size()));
+  writer.raw(std::as_bytes(std::span(kept)));
+  writer.zeros(kept.size() % 2);
+  writer.raw(payload.subspan(end));
+  return writer.take();
+}
+
+uint16_t LCCommentsChunk::countOf(std::span<const std::byte> payload) {
+  return vesk::ByteReader(payload, std::endian::big).u16();
 }

@@ -23,6 +23,11 @@ struct LCCommentsChunk {
   // established readers expect it, stands between a blank, which counts for its length, and a zero byte, which does
   // not. It is cut between characters to what the length can say.
   std::vector<std::byte> encode() const;
+  // `payload` with this text in its first comment, whose time stamp and marker stay, and so do the other comments. An
+  // empty text leaves a comment of length 0. nullopt when the payload ends inside its first comment.
+  std::optional<std::vector<std::byte>> encodeOver(std::span<const std::byte> payload) const;
+  // How many comments a payload says that it holds.
+  static uint16_t countOf(std::span<const std::byte> payload);
 
   bool operator==(const LCCommentsChunk&) const = default;
 };

@@ -22,7 +22,7 @@
 
 namespace {
 
-std::atomic<unsigned char> allowsSDIIFiles{0};
+std::atomic<unsigned char> s_allowsSDIIFiles{0};
 std::atomic<unsigned char> s_allowsPathKeywords{1};
 
 using Reason = LCParserFailure::Reason;
@@ -102,7 +102,7 @@ LCFileTypes LCFileParser::defaultAllowedFileTypes() {
   // Files of the other types seldom carry tags: without keywords from their paths they are no use.
   if (!s_allowsPathKeywords) return types;
   types |= kFileTypeWAV;
-  if (allowsSDIIFiles) types |= kFileTypeSoundDesigner2;
+  if (s_allowsSDIIFiles) types |= kFileTypeSoundDesigner2;
   if (LCRexFileParser::rexFileAdapterRegistered()) types |= kFileTypeREX;
   return types;
 }
@@ -124,7 +124,11 @@ std::unique_ptr<LCFileParser> LCFileParser::fileParserForURL(const vesk::URL& ur
 }
 
 void LCFileParser::setAllowsSDIIFiles(bool allows) {
-  allowsSDIIFiles = allows ? 1 : 0;
+  s_allowsSDIIFiles = allows ? 1 : 0;
+}
+
+bool LCFileParser::allowsSDIIFiles() {
+  return s_allowsSDIIFiles != 0;
 }
 
 void LCFileParser::setAllowsKeywordExtractionFromPath(bool allows) {
@@ -264,19 +268,8 @@ void LCFileParser::extractGenInstInfoFromData(std::span<const std::byte> data) {
   if (m_fileData->enhancedFileDataAvailable) m_fileData->genInstDictionary = std::move(instrument->dictionary);
 }
 
-// Every field is written, so that a key that is absent clears what an earlier chunk said.
 void LCFileParser::extractAdditionalLoopDataFromData(std::span<const std::byte> data) {
-  auto additional = LCAdditionalDataChunk::decode(data);
-  if (!additional) return;
-  LCFileData& record = *m_fileData;
-  record.integratedLoudness = additional->integratedLoudness;
-  record.globalMaxTruePeak = additional->globalMaxTruePeak;
-  record.targetIntegratedLoudness = additional->targetIntegratedLoudness;
-  record.iconId = additional->iconId;
-  record.preferFileName = additional->preferFileName;
-  record.patchInfo = additional->patchInfo;
-  record.metaInfos = std::move(additional->metaInfos);
-  record.taggingDictionary = std::move(additional->taggings);
+  if (auto additional = LCAdditionalDataChunk::decode(data)) std::move(*additional).applyTo(*m_fileData);
 }
 
 void LCFileParser::extractStepSequencerDataFromData(std::span<const std::byte> data) {

@@ -5,6 +5,9 @@
 #include "platform/audiofile/ByteWriter.h"
 #include "VeskLoopManagement/platform/Text.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace {
 
 constexpr size_t kCountSize = 4;
@@ -57,6 +60,36 @@ std::vector<std::byte> LCSearchInfo::encode() const {
   return writer.take();
 }
 
+// Of equal keys the last one counts, so it gets the value.
+std::vector<std::byte> LCSearchInfo::edited(std::span<const std::byte> payload, std::string_view key,
+                                            const std::optional<std::string>& value) {
+  const uint32_t count = vesk::ByteReader(payload, std::endian::big).u32();
+  std::string_view rest = lc::characters(payload.subspan(std::min(payload.size(), kCountSize)));
+  std::vector<std::pair<std::string_view, std::string_view>> pairs;
+  for (uint32_t i = 0; i < count && !rest.empty(); ++i) {
+    const std::string_view itsKey = takeText(rest);
+    if (!rest.empty()) pairs.emplace_back(itsKey, takeText(rest));
+  }
+  const auto isKey = [&](const auto& pair) { return pair.first == key; };
+  if (!value) {
+    std::erase_if(pairs, isKey);
+  } else if (const auto found = std::find_if(pairs.rbegin(), pairs.rend(), isKey); found != pairs.rend()) {
+    found->second = *value;
+  } else {
+    pairs.emplace_back(key, *value);
+  }
+  vesk::ByteWriter writer(std::endian::big);
+  writer.u32(static_cast<uint32_t>(pairs.size()));
+  for (const auto& [itsKey, itsValue] : pairs) {
+    appendText(writer, itsKey);
+    writer.zeros(1);
+    appendText(writer, itsValue);
+    writer.zeros(1);
+  }
+  writer.raw(std::as_bytes(std::span(rest)));
+  return writer.take();
+}
+
 std::optional<std::string> LCSearchInfo::firstItem(std::string_view key) const {
   const auto found = entries.find(key);
   if (found == entries.end() || found->second.empty()) return std::nullopt;
@@ -72,6 +105,18 @@ int64_t rootNoteFromKeySignature(std::string_view text) {
   if (text.size() > 1 && text[1] == '#') ++note;
   if (text.size() > 1 && text[1] == 'b') --note;
   return note;
+}
+
+std::optional<std::string> keySignatureFromRootNote(int64_t midiNote) {
+  constexpr int64_t kLowest = 48;
+  constexpr std::string_view kNames[] = {"C", "Db", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
+  const bool hasName = midiNote >= kLowest && midiNote < kLowest + std::ssize(kNames);
+  return hasName ? std::optional<std::string>(kNames[midiNote - kLowest]) : std::nullopt;
+}
+
+std::string textFromKeyType(int64_t keyType) {
+  constexpr std::string_view kNames[] = {"any", "minor", "major", "neither", "both"};
+  return std::string(kNames[keyType >= 0 && keyType < std::ssize(kNames) ? keyType : 0]);
 }
 
 int64_t keyTypeFromText(std::string_view text) {

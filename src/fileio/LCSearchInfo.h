@@ -32,6 +32,11 @@ struct LCSearchInfo {
   // to their first NUL. A payload above the largest size is written, but never read back.
   std::vector<std::byte> encode() const;
 
+  // `payload` with `value` under `key`, which is ASCII, in the place where it stood; a new key comes last. nullopt
+  // takes the key out. All other entries keep their bytes and their order, and so does what is behind them.
+  static std::vector<std::byte> edited(std::span<const std::byte> payload, std::string_view key,
+                                       const std::optional<std::string>& value);
+
   // The first item of `key`; nullopt when there is no such key.
   std::optional<std::string> firstItem(std::string_view key) const;
 
@@ -42,6 +47,10 @@ namespace lc {
 
 // The MIDI note of "F#": a letter from C 48 to B 59, "#" or "b" behind it moving it by one. Another letter counts as 0.
 int64_t rootNoteFromKeySignature(std::string_view text);
+// What writers make of a note: "Db" for 49, else names with sharps; nullopt outside 48 to 59.
+std::optional<std::string> keySignatureFromRootNote(int64_t midiNote);
+// "any", which reads back as 0, for numbers without a name.
+std::string textFromKeyType(int64_t keyType);
 // 2 for "major", 1 "minor", 4 "both", 3 "neither"; 0 for anything else.
 int64_t keyTypeFromText(std::string_view text);
 

@@ -4,8 +4,10 @@
 #include "database/Savepoint.h"
 #include "indexing/FileCopying.h"
 #include "platform/Path.h"
+#include "VeskLoopManagement/platform/audiofile/AudioFile.h"
 
 #include <filesystem>
+#include <vector>
 
 namespace {
 
@@ -16,7 +18,7 @@ struct Paths {
   std::string destination;
 };
 
-lc::FileTransferResult transferred(const Paths& paths, lc::FileTransfer::Way way) {
+lc::FileTransferResult broughtOne(const Paths& paths, lc::FileTransfer::Way way) {
   std::string reason;
   if (!vesk::path::createDirectories(vesk::path::deletingLastComponent(paths.destination), &reason)) {
     return {Kind::copyFailed, reason};
@@ -27,7 +29,7 @@ lc::FileTransferResult transferred(const Paths& paths, lc::FileTransfer::Way way
   return {error == std::errc::file_exists ? Kind::destinationExists : Kind::copyFailed, error.message()};
 }
 
-void undoTransfer(const Paths& paths, lc::FileTransfer::Way way) {
+void takeBack(const Paths& paths, lc::FileTransfer::Way way) {
   std::error_code ignored;
   if (way == lc::FileTransfer::Way::move) {
     lc::moveFile(paths.destination, paths.source);
@@ -35,6 +37,40 @@ void undoTransfer(const Paths& paths, lc::FileTransfer::Way way) {
     std::filesystem::remove(paths.destination, ignored);
   }
 }
+
+// The file and, of a Sound Designer II file, the one beside it without which it is no audio: all or none.
+class Transfer {
+ public:
+  Transfer(Paths file, lc::FileTransfer::Way way) : m_way(way) {
+    if (const auto fork = vesk::AudioFile::soundDesigner2ForkBeside(file.source)) {
+      const std::string folder = vesk::path::deletingLastComponent(file.source);
+      const std::string newFolder = vesk::path::deletingLastComponent(file.destination);
+      const std::string newName = vesk::path::lastComponent(file.destination);
+      const bool hasFolder = vesk::path::deletingLastComponent(*fork) != folder;
+      m_parts.push_back({*fork, vesk::path::appending(newFolder, (hasFolder ? ".AppleDouble/" : "._") + newName)});
+    }
+    m_parts.push_back(std::move(file));
+  }
+
+  lc::FileTransferResult run() {
+    for (; m_brought < m_parts.size(); ++m_brought) {
+      auto result = broughtOne(m_parts[m_brought], m_way);
+      if (result.isDone()) continue;
+      undo();
+      return result;
+    }
+    return {Kind::done, {}};
+  }
+
+  void undo() {
+    for (; m_brought > 0; --m_brought) takeBack(m_parts[m_brought - 1], m_way);
+  }
+
+ private:
+  std::vector<Paths> m_parts;
+  lc::FileTransfer::Way m_way;
+  size_t m_brought = 0;
+};
 
 }  // namespace
 
@@ -51,15 +87,16 @@ lc::FileTransferResult LCFileIndexing::addFileDataAndTransferFile(const LCFileDa
 lc::FileTransferResult LCFileIndexing::writeAndTransfer(const LCFileData& fileData,
                                                         const std::optional<std::string>& toCrateId,
                                                         const lc::FileTransfer& transfer) {
-  const Paths paths{.source = vesk::path::resolvingSymlinks(transfer.source.path()),
-                    .destination = vesk::path::resolvingSymlinks(transfer.destination.path())};
+  Transfer files({.source = vesk::path::resolvingSymlinks(transfer.source.path()),
+                  .destination = vesk::path::resolvingSymlinks(transfer.destination.path())},
+                 transfer.way);
   LCFileData placed = fileData;
   placed.storedFileURL = transfer.destination;
 
   lc::Savepoint step(m_sqlite.get());
   if (!step.isOpen() || !writeFileData(placed, toCrateId)) return {Kind::refusedByDatabase, {}};
-  lc::FileTransferResult result = transferred(paths, transfer.way);
+  lc::FileTransferResult result = files.run();
   if (!result.isDone() || step.keep()) return result;
-  undoTransfer(paths, transfer.way);
+  files.undo();
   return {Kind::refusedByDatabase, {}};
 }

@@ -3,6 +3,8 @@
 #include "model/LCArchivedFields.h"
 #include "platform/KeyedArchive.h"
 
+#include <set>
+
 LCMetaInfo LCMetaInfo::metaInfoInstanceOfType(int64_t type) {
   LCMetaInfo info;
   if (type == kWeightedInstrumentKeyword) info.type = type;
@@ -26,10 +28,31 @@ vesk::Value LCMetaInfo::archivedObjects(const std::vector<LCMetaInfo>& infos) {
   return objects;
 }
 
+namespace {
+
+// The class names under which meta infos stand in `value`: those of archives made elsewhere differ.
+void addMetaInfoClasses(const vesk::Value& value, std::set<std::string>& names) {
+  if (const vesk::ArchivedObject* object = value.object()) {
+    if (LCMetaInfo::isMetaInfo(*object) && !object->classNames.empty()) names.insert(object->classNames.front());
+    for (const auto& [key, field] : object->fields) addMetaInfoClasses(field, names);
+  }
+  if (value.array()) {
+    for (const vesk::Value& member : *value.array()) addMetaInfoClasses(member, names);
+  }
+  if (value.dictionary()) {
+    for (const auto& [key, member] : *value.dictionary()) addMetaInfoClasses(member, names);
+  }
+}
+
+}  // namespace
+
 // The coder's scalar operations put numbers into the object itself.
 vesk::Bytes LCMetaInfo::archiveWithMetaInfos(const vesk::Value& root, std::string_view rootKey) {
-  const std::initializer_list<std::string_view> scalars = {"doubleValueV1", "integerValueV1", "typeV1"};
-  const vesk::InlineFields inlineFields[] = {{"LCMetaInfo", scalars}, {"LCWeightedInstrumentKeyword", scalars}};
+  std::set<std::string> classNames;
+  addMetaInfoClasses(root, classNames);
+  static const std::initializer_list<std::string_view> kScalars = {"doubleValueV1", "integerValueV1", "typeV1"};
+  std::vector<vesk::InlineFields> inlineFields;
+  for (const std::string& name : classNames) inlineFields.push_back({.className = name, .keys = kScalars});
   return vesk::archivedRoot(root, rootKey, inlineFields);
 }
 

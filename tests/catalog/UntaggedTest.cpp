@@ -2,6 +2,8 @@
 // cache.
 #include "CatalogTest.h"
 
+#include "VeskLoopManagement/fileio/LCRexFileParser.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -83,6 +85,49 @@ TEST_F(Untagged, MarksFollowTheirFileAlsoWithoutTheCache) {
   EXPECT_EQ(scan({.paths = {"l"}, .batchSize = 1}).carried, 1);
   ASSERT_EQ(log.warnings.size(), 1u);
   EXPECT_NE(log.warnings[0].find("will not follow"), std::string::npos) << log.warnings[0];
+}
+
+struct Adapter : LCREXFileAdapter {
+  std::optional<LCFileData> fileDataForURL(const vesk::URL& url) override {
+    LCFileData data;
+    data.bpm = 97;
+    return url.path().ends_with("bad.rex") ? std::nullopt : std::optional(data);
+  }
+};
+
+TEST_F(Untagged, FilesWithoutAContainerOfTheirOwnAreFoundByWhatStandsBesideOrInThem) {
+  const fixture::Bytes fork = fixture::soundDesignerFork('2', "44100.0000", '2');
+  add("l/Low Tom", fixture::Bytes(400));
+  add("l/._Low Tom", fork);
+  add("l/High Tom.SD2", fixture::Bytes(800));
+  add("l/.AppleDouble/High Tom.SD2", fork);
+  add("l/lost.sd2", fixture::Bytes(400));
+  add("l/cover.png", fixture::Bytes(400));
+  add("l/._cover.png", fixture::bytesOf("no parameters of audio"));
+  add("l/Snare.rx2", fixture::bytesOf("CAT "));
+  add("l/bad.rex", fixture::bytesOf("CAT "));
+  folder.addFile("l/Kick.loopdata", *vesk::path::readFile(TEST_DATA_DIR "/record.loopdata"));
+  add("l/not.loopdata", fork);
+  EXPECT_EQ(figures(scan({.paths = {"l"}})), Rows{"1 1 0 1 6"}) << "the switch is off, and there is no adapter";
+
+  LCFileParser::setAllowsSDIIFiles(true);
+  LCRexFileParser::registerREXFileAdapterClass([] { return std::make_unique<Adapter>(); });
+  EXPECT_EQ(figures(scan({.paths = {"l"}, .readsPathKeywords = false})), Rows{"4 4 3 3 1"});
+  EXPECT_EQ(log.failures, (Rows{"bad.rex: unreadable", "lost.sd2: malformed", "not.loopdata: malformed"}));
+  EXPECT_EQ(paths({.loopTypes = {kLoopTypeAudio}}),
+            (Rows{"l/High Tom.SD2", "l/Kick.loopdata", "l/Low Tom", "l/Snare.rx2"}));
+
+  // The fork goes with the file, or both stay.
+  add("m/Low Tom", fixture::Bytes(1));
+  add("m/.AppleDouble/High Tom.SD2", fixture::Bytes(1));
+  const LCScanRequest move{.paths = {"l/Low Tom", "l/High Tom.SD2"}, .copyTo = "m", .movesInsteadOfCopying = true};
+  EXPECT_EQ(figures(scan(move)), Rows{"0 0 0 2 0"});
+  fs::remove_all(path("m"));
+  EXPECT_EQ(figures(scan(move)), Rows{"2 2 0 0 0"});
+  EXPECT_TRUE(fs::exists(path("m/._Low Tom")) && fs::exists(path("m/.AppleDouble/High Tom.SD2")));
+  EXPECT_FALSE(fs::exists(path("l/._Low Tom")) || fs::exists(path("l/.AppleDouble/High Tom.SD2")));
+  LCRexFileParser::registerREXFileAdapterClass({});
+  LCFileParser::setAllowsSDIIFiles(false);
 }
 
 }  // namespace

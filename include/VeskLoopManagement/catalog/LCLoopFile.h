@@ -1,5 +1,7 @@
 // Reading one loop file as the catalog does: every container, one opening, and a reason where there is no record. Here
-// ".aifc" is an AIFF file, too, and WAV files are read with and without words of their paths.
+// ".aifc" is an AIFF file, too; with LCFileParser::setAllowsSDIIFiles(true) a resource fork makes a Sound Designer II
+// file; WAV files, and REX files where the host has registered an adapter, are read with and without words of their
+// paths.
 #pragma once
 
 #include "VeskLoopManagement/catalog/LCCatalogLoop.h"

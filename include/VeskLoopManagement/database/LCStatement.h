@@ -5,11 +5,14 @@
 #include "VeskLoopManagement/LCExport.h"
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -37,6 +40,7 @@ class LC_EXPORT LCStatement {
   bool bind(int index, const std::string& text);
   bool bind(int index, const char* text);
   bool bind(int index, const std::optional<std::string>& text);  // nullopt leaves the parameter as it is
+  bool bindBlob(int index, std::span<const std::byte> bytes);    // borrowed until the statement is run or bound anew
   void clearBindings();
 
   bool step();                                 // true: a row is ready; false: no more rows, or an error
@@ -52,6 +56,7 @@ class LC_EXPORT LCStatement {
   int64_t int64At(int column) const;
   double doubleAt(int column) const;
   std::string textAt(int column) const;
+  std::vector<std::byte> blobAt(int column) const;
 
  private:
   struct Finalizer {

@@ -73,9 +73,7 @@ using Forks = std::vector<std::unique_ptr<ByteSource>>;
 std::optional<AudioFileContents> readUnsigned(const ByteSource& bytes, const std::optional<Signature>& signature,
                                               const Forks& forks, Refusal& refusal) {
   for (const auto& fork : forks) {
-    bool isFork = false;
-    auto contents = readSoundDesigner2(bytes, *fork, isFork, refusal.detail);
-    if (isFork) return contents;
+    if (isSoundDesigner2Fork(*fork)) return readSoundDesigner2(bytes, *fork, refusal.detail);
   }
   refusal.error = OpenError::notAudio;
   const bool hasID3 = signature && std::memcmp(signature->form.code, "ID3", 3) == 0;
@@ -107,16 +105,24 @@ std::optional<AudioFileContents> readContents(ByteSource& bytes, const FindForks
   return std::nullopt;
 }
 
-// The files beside `path` where other systems leave its resource fork.
-Forks forksBeside(const std::string& path) {
+// Where other systems leave the resource fork of the file at `path`.
+std::array<std::string, 2> companionsOf(const std::string& path) {
   const std::string folder = path::deletingLastComponent(path);
   const std::string name = path::lastComponent(path);
+  return {path::appending(folder, "._" + name), path::appending(path::appending(folder, ".AppleDouble"), name)};
+}
+
+// Null when there is none.
+std::unique_ptr<ByteSource> openCompanion(const std::string& companion) {
+  OpenError error = OpenError::none;
+  std::string detail;
+  return FileBytes::open(companion, error, detail);
+}
+
+Forks forksBeside(const std::string& path) {
   Forks forks;
-  for (const std::string& companion :
-       {path::appending(folder, "._" + name), path::appending(path::appending(folder, ".AppleDouble"), name)}) {
-    OpenError error = OpenError::none;
-    std::string detail;
-    if (auto bytes = FileBytes::open(companion, error, detail)) forks.push_back(std::move(bytes));
+  for (const std::string& companion : companionsOf(path)) {
+    if (auto fork = openCompanion(companion)) forks.push_back(std::move(fork));
   }
   return forks;
 }
@@ -160,6 +166,14 @@ std::string infoText(std::string_view bytes, bool& isCut) {
 void addInfo(InfoDictionary& dictionary, const std::string& key, std::string value) {
   std::string& held = dictionary[key];
   if (held.empty()) held = std::move(value);
+}
+
+std::optional<std::string> AudioFile::soundDesigner2ForkBeside(const std::string& path) {
+  for (std::string& companion : companionsOf(path)) {
+    const auto fork = openCompanion(companion);
+    if (fork && isSoundDesigner2Fork(*fork)) return std::move(companion);
+  }
+  return std::nullopt;
 }
 
 std::unique_ptr<AudioFile> AudioFile::open(const std::string& path, OpenError* error, std::string* detail) {

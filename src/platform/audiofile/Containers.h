@@ -21,10 +21,10 @@ std::optional<AudioFileContents> readAIFF(ByteSource& bytes, ContainerKind kind,
 // `kind`: wav, rf64, bw64 or rifx.
 std::optional<AudioFileContents> readWAV(ByteSource& bytes, ContainerKind kind, std::string& refusal);
 std::optional<AudioFileContents> readCAF(ByteSource& bytes, std::string& refusal);
-// `bytes` is the data fork; the parameters stand in `fork`. `isFork` says whether all of them were found: without them
-// the bytes are no Sound Designer II file at all.
-std::optional<AudioFileContents> readSoundDesigner2(const ByteSource& bytes, ByteSource& fork, bool& isFork,
-                                                    std::string& refusal);
+// Whether all parameters of a Sound Designer II file stand in it, bare or inside an AppleDouble file.
+bool isSoundDesigner2Fork(ByteSource& fork);
+// `bytes` is the data fork; the parameters stand in `fork`, which is one by the question above.
+std::optional<AudioFileContents> readSoundDesigner2(const ByteSource& bytes, ByteSource& fork, std::string& refusal);
 
 // The info texts as infoDictionary() answers them; nullopt when the file has none. `isCut` becomes true, and else stays
 // as it is, when one is longer than kMaximumTextSize.

@@ -35,6 +35,7 @@ constexpr FourCC kStringType = "STR ";
 constexpr int kSampleSizeID = 1000;
 constexpr int kRateID = 1001;
 constexpr int kChannelsID = 1002;
+constexpr size_t kParameterCount = 3;
 
 // A part of the file that holds the fork. Reads outside it answer nothing.
 struct Extent {
@@ -134,11 +135,12 @@ std::optional<Number> numberOf(std::string_view text) {
 
 }  // namespace
 
-std::optional<AudioFileContents> readSoundDesigner2(const ByteSource& bytes, ByteSource& fork, bool& isFork,
-                                                    std::string& refusal) {
+bool isSoundDesigner2Fork(ByteSource& fork) {
+  return parameterTexts(findFork(fork)).size() == kParameterCount;
+}
+
+std::optional<AudioFileContents> readSoundDesigner2(const ByteSource& bytes, ByteSource& fork, std::string& refusal) {
   const auto texts = parameterTexts(findFork(fork));
-  isFork = texts.size() == 3;
-  if (!isFork) return std::nullopt;
   const auto sampleSize = numberOf<uint32_t>(texts.at(kSampleSizeID));
   const auto rate = numberOf<double>(texts.at(kRateID));
   const auto channels = numberOf<uint32_t>(texts.at(kChannelsID));

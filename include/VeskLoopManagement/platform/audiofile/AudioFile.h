@@ -39,6 +39,10 @@ class LC_EXPORT AudioFile {
   [[nodiscard]] static std::unique_ptr<AudioFile> open(std::unique_ptr<ByteSource> bytes, OpenError* error = nullptr,
                                                        std::string* detail = nullptr,
                                                        std::unique_ptr<ByteSource> resourceFork = nullptr);
+  // The file beside `path` that holds its resource fork, "._name" or ".AppleDouble/name", when that fork is one of a
+  // Sound Designer II file; nullopt when there is none. Who copies or moves the file takes it along.
+  static std::optional<std::string> soundDesigner2ForkBeside(const std::string& path);
+
   // A file that was moved from can only be destroyed or assigned to.
   AudioFile(AudioFile&&) noexcept = default;
   AudioFile& operator=(AudioFile&&) noexcept = default;
