@@ -1,5 +1,6 @@
 // What is noted of a database in its table DatabaseMigrationInfos, a row each: its schema version, the last keyword
-// that is not built in, the program that filled it. Connections are borrowed; on the thread that uses them.
+// that is not built in, the program that filled it, the runs of a library's scans. Connections are borrowed; on the
+// thread that uses them.
 #pragma once
 
 #include <cstdint>
@@ -18,5 +19,10 @@ bool setLastExtraKeywordId(int64_t keywordId, sqlite3* connection);
 std::optional<std::string> indexingAppIdentifier(sqlite3* connection);
 // False for an empty one and when no row can be prepared, whatever its writing gives.
 bool setIndexingAppIdentifier(const std::optional<std::string>& identifier, sqlite3* connection);
+// The scan that wrote last, and the run whose end-of-run work is still to be done: texts that no other run has.
+std::optional<std::string> lastScan(sqlite3* connection);
+bool setLastScan(const std::string& scan, sqlite3* connection);
+std::optional<std::string> unfinishedRun(sqlite3* connection);
+bool setUnfinishedRun(const std::optional<std::string>& run, sqlite3* connection);
 
 }  // namespace lc::facts

@@ -1,0 +1,141 @@
+#include "catalog/FolderStates.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+// A packed folder is a byte for the layout and then, for each file by name:
+//   1 byte    length of the name       n bytes   the name
+//   1 byte    flags                    7 x 8     device, inode, size, modified, created, changed, loop id
+// in the byte order of the machine, whose cache it is. A new layout, or new rules of reading files, is a new first
+// byte: files that are packed under another one are read again.
+constexpr auto kLayout = std::byte{1};
+constexpr size_t kNumberCount = 7;
+
+enum Flag : uint8_t { kTagged = 1, kPathWords = 2, kWritten = 4 };
+
+std::string_view folderOf(std::string_view path) {
+  return path.substr(0, std::max<size_t>(path.rfind('/'), 1));
+}
+
+std::string_view nameOf(std::string_view path) {
+  return path.substr(path.rfind('/') + 1);
+}
+
+template <typename Files>
+auto placeOf(Files& files, std::string_view name) {
+  return std::lower_bound(files.begin(), files.end(), name,
+                          [](const auto& file, std::string_view key) { return file.first < key; });
+}
+
+}  // namespace
+
+std::vector<std::byte> lc::FolderStates::packed(const Files& files) {
+  if (files.empty()) return {};
+  std::vector<std::byte> bytes{kLayout};
+  for (const auto& [name, file] : files) {
+    const int64_t numbers[kNumberCount] = {file.state.device,  file.state.inode, file.state.size, file.state.modified,
+                                           file.state.created, file.changed,     file.loopId};
+    const auto* text = reinterpret_cast<const std::byte*>(name.data());
+    bytes.push_back(static_cast<std::byte>(name.size()));
+    bytes.insert(bytes.end(), text, text + name.size());
+    bytes.push_back(static_cast<std::byte>((file.isTagged ? kTagged : 0) | (file.readsPathWords ? kPathWords : 0) |
+                                           (file.isWritten ? kWritten : 0)));
+    const auto packedNumbers = std::as_bytes(std::span(numbers));
+    bytes.insert(bytes.end(), packedNumbers.begin(), packedNumbers.end());
+  }
+  return bytes;
+}
+
+lc::FolderStates::Files lc::FolderStates::unpacked(std::span<const std::byte> bytes) {
+  Files files;
+  if (bytes.empty() || bytes.front() != kLayout) return files;
+  bytes = bytes.subspan(1);
+  while (!bytes.empty()) {
+    const auto length = static_cast<size_t>(bytes.front());
+    int64_t numbers[kNumberCount];
+    if (bytes.size() - 1 < length + 1 + sizeof numbers) return {};
+    const auto* text = reinterpret_cast<const char*>(bytes.data() + 1);
+    const auto flags = static_cast<uint8_t>(bytes[1 + length]);
+    std::memcpy(numbers, bytes.data() + length + 2, sizeof numbers);
+    const auto [device, inode, size, modified, created, changed, loopId] = numbers;
+    files.emplace_back(std::string(text, length), ReadFile{.state = {device, inode, size, modified, created},
+                                                           .changed = changed,
+                                                           .loopId = loopId,
+                                                           .isTagged = (flags & kTagged) != 0,
+                                                           .readsPathWords = (flags & kPathWords) != 0,
+                                                           .isWritten = (flags & kWritten) != 0});
+    bytes = bytes.subspan(length + 2 + sizeof numbers);
+  }
+  return files;
+}
+
+void lc::FolderStates::enter(std::string_view folder) {
+  if (folder == m_folder) return;
+  leave();
+  m_folder = folder;
+  m_files = unpacked(m_store.folder(m_folder));
+}
+
+const lc::ReadFile* lc::FolderStates::find(const std::string& path) {
+  enter(folderOf(path));
+  const std::string_view name = nameOf(path);
+  if (const auto change = m_changes.find(name); change != m_changes.end()) {
+    return change->second ? &*change->second : nullptr;
+  }
+  if (m_next >= m_files.size() || m_files[m_next].first != name) {
+    m_next = static_cast<size_t>(placeOf(m_files, name) - m_files.begin());
+  }
+  if (m_next == m_files.size() || m_files[m_next].first != name) return nullptr;
+  return &m_files[m_next++].second;
+}
+
+void lc::FolderStates::set(const std::string& path, const std::optional<ReadFile>& file) {
+  enter(folderOf(path));
+  m_changes.insert_or_assign(std::string(nameOf(path)), file);
+}
+
+std::optional<lc::ReadFile> lc::FolderStates::fileElsewhere(const std::string& path) {
+  const std::string_view folder = folderOf(path);
+  if (folder == m_folder) {
+    const ReadFile* file = find(path);
+    return file != nullptr ? std::optional(*file) : std::nullopt;
+  }
+  if (folder != m_otherFolder) {
+    m_otherFolder = folder;
+    m_otherFiles = unpacked(m_store.folder(m_otherFolder));
+  }
+  const auto place = placeOf(m_otherFiles, nameOf(path));
+  if (place == m_otherFiles.end() || place->first != nameOf(path)) return std::nullopt;
+  return place->second;
+}
+
+void lc::FolderStates::keepOnly(const std::string& folder, const std::vector<std::string>& names) {
+  enter(folder);
+  for (const auto& [name, file] : m_files) {
+    if (!std::binary_search(names.begin(), names.end(), name)) m_changes.insert_or_assign(name, std::nullopt);
+  }
+}
+
+lc::FolderStates::Files lc::FolderStates::merged() const {
+  std::map<std::string, std::optional<ReadFile>, std::less<>> files(m_changes);
+  for (const auto& [name, file] : m_files) files.try_emplace(name, file);
+  Files merged;
+  for (const auto& [name, file] : files) {
+    if (file) merged.emplace_back(name, *file);
+  }
+  return merged;
+}
+
+void lc::FolderStates::leave() {
+  if (!m_changes.empty()) {
+    const Files now = merged();
+    if (now != m_files) m_store.setFolder(m_folder, packed(now));
+    if (m_folder == m_otherFolder) m_otherFolder.clear();
+  }
+  m_folder.clear();
+  m_files.clear();
+  m_changes.clear();
+  m_next = 0;
+}
