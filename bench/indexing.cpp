@@ -125,7 +125,6 @@ void endOfSmallRun(benchmark::State& state) {
     run.claim();
     for (int number = 0; number < 200; ++number) {
       const LCFileData loop{.hash = ++loopId,
-                            .genreTag = "Jazz",
                             .descriptors = vesk::StringSet{"Dry", "Harmonica"},
                             .storedFileURL = vesk::URL::fileURLWithPath("/new/" + std::to_string(loopId), false)};
       if (!indexer->writeFileData(loop, std::nullopt)) state.SkipWithError("a loop could not be written");
@@ -203,7 +202,7 @@ int main(int argc, char** argv) {
       ->Arg(10000)
       ->Arg(100000);
   if (large) {
-    for (const auto& [name, work] : {std::pair("end_of_run", endOfRun), {"end_of_small_run", endOfSmallRun}}) {
+    for (const auto& [name, work] : {std::pair("end_of_run", &endOfRun), {"end_of_small_run", &endOfSmallRun}}) {
       RegisterBenchmark(name, work)->Unit(benchmark::kMillisecond)->UseRealTime()->Arg(1000000)->Iterations(1);
     }
   }

@@ -131,8 +131,8 @@ std::string indexedInWords(const LCScanReport& report) {
 
 std::string summary(const LCScanReport& report, const IndexArguments& arguments) {
   std::string text = indexedInWords(report);
-  text += fmt::format(", {} {}, {} unchanged, {} of other types, {} failed in {:.1f} s", report.untagged,
-                      arguments.taggedOnly ? "without tags left out" : "of them without tags", report.unchanged,
+  text += fmt::format(", {} unchanged, {} {}, {} of other types, {} failed in {:.1f} s", report.unchanged,
+                      report.untagged, arguments.taggedOnly ? "without tags left out" : "of them without tags",
                       report.unsupported, report.failed, report.seconds);
   if (arguments.prune) text += fmt::format(", {} removed", report.removed);
   if (report.carried > 0)

@@ -56,9 +56,10 @@ bool lc::CarriedLoops::note(const WrittenLoop& written) {
   return !hasFormer;
 }
 
-void lc::CarriedLoops::noteUnchanged(const IndexedFile& file) {
-  m_successors.erase(file.loopId);
-  if (std::binary_search(m_markedIds.begin(), m_markedIds.end(), file.loopId)) m_states.rememberMarked(file);
+void lc::CarriedLoops::noteUnchanged(const vesk::URL& url, const FileState& state, int64_t loopId) {
+  m_successors.erase(loopId);
+  if (!std::binary_search(m_markedIds.begin(), m_markedIds.end(), loopId)) return;
+  m_states.rememberMarked({.urlText = url.absoluteString(), .state = state, .loopId = loopId});
 }
 
 // A file may have thousands of names (hard links): the first one met looks for all former names, and those after it

@@ -39,7 +39,7 @@ class CarriedLoops {
   // Whether nothing is left to be carried for it, so that its file is remembered already.
   bool note(const WrittenLoop& written);
   // A file of which all was noted when it was written.
-  void noteUnchanged(const IndexedFile& file);
+  void noteUnchanged(const vesk::URL& url, const FileState& state, int64_t loopId);
   // Carries what was found, in transactions of its own.
   void carryAll();
   bool hasMany() const;                      // time to carry before all files were seen

@@ -37,6 +37,9 @@ using lc::WalkedFile;
 
 constexpr const char* kIndexingProgram = "veskloops";
 constexpr size_t kMostPathsInGroups = 10000;
+constexpr int64_t kFilesInReading = 1000;
+// Rows are looked up in the order of their files, which is all over the table: 64 MiB of pages, when there are so many.
+constexpr const char* kKeepManyPages = "PRAGMA cache_size = -65536";
 constexpr std::chrono::seconds kLongBatch{2};  // well within the time that other programs wait for the database
 
 bool isSameFile(const std::string& left, const std::string& right) {
@@ -126,7 +129,8 @@ class Scan {
   void notePassedOver(const std::string& path);
 
   // Batches
-  void openBatch();  // unless one is open
+  void openBatch();    // unless one is open
+  void openReading();  // so that the next questions need no locks of their own
   bool isBatchFull() const;
   void commitBatch();
   void carry();
@@ -156,7 +160,9 @@ class Scan {
   std::vector<std::string> m_paths;        // of the request, and the remembered folders
   bool m_canRemember = true;
   std::chrono::steady_clock::time_point m_batchBegan;
-  int64_t m_inBatch = 0;  // written since the last commit
+  std::optional<LCTransaction> m_reading;  // while files are passed over
+  int64_t m_inReading = 0;                 // files asked about in it
+  int64_t m_inBatch = 0;                   // written since the last commit
   lc::LoopCounter m_loops;
   size_t m_pathsInGroups = 0;
 };
@@ -178,8 +184,10 @@ LCScanReport Scan::run() {
            .missing = [this](const std::string& path) { failUnwalked(path, LCFileProblem::notFound, {}); },
            .filesEnded =
                [this](const std::string& path, const std::vector<std::string>& names) {
+                 m_reading.reset();
                  if (m_unchanged) m_unchanged->filesEnded(path, names);
                }});
+  m_reading.reset();
   if (m_unchanged) m_unchanged->leaveFolder();
   commitBatch();
   if (m_request.copyTo) rememberFolder(*m_request.copyTo);
@@ -227,6 +235,7 @@ void Scan::openDatabase() {
                         "Scan your other folders again, too.");
     }
     m_indexer = std::move(opened.indexer);
+    m_indexer->executeStatementWithNoReturnValue(kKeepManyPages);
     m_run = std::make_unique<lc::IndexingRun>(*m_indexer, lc::IndexingRun::Kind::scan);
     m_rows = std::make_unique<lc::LoopRows>(m_indexer->sqlite3Connection());
     m_emptyPackages = lc::emptyPackages(*m_rows);
@@ -335,6 +344,7 @@ void Scan::visit(const WalkedFile& file) {
 // Tells of the file what reading it would.
 bool Scan::passOverUnchanged(const WalkedFile& file) {
   if (!m_unchanged) return false;
+  openReading();
   const vesk::URL url = vesk::URL::fileURLWithPath(file.path, false);
   const auto known = m_unchanged->find(file, url);
   if (!known) return false;
@@ -342,7 +352,7 @@ bool Scan::passOverUnchanged(const WalkedFile& file) {
   if (!known->isTagged && m_request.onlyTagged) return true;
   ++m_report.unchanged;
   if (known->otherPlace) noteSameIdentity(known->loopId, url.absoluteString(), file.path);
-  m_carried->noteUnchanged({.urlText = url.absoluteString(), .state = file.status.state, .loopId = known->loopId});
+  m_carried->noteUnchanged(url, file.status.state, known->loopId);
   return true;
 }
 
@@ -352,6 +362,7 @@ void Scan::noteUntagged(const std::string& path) {
 }
 
 void Scan::add(const WalkedFile& file) {
+  m_reading.reset();
   if (m_unchanged) m_unchanged->beginReading(file);
   LCLoopFile read = LCLoopFile::read(file.path, vesk::URL::fileURLWithPath(file.path, false));
   if (!read.record && read.failure.problem == LCFileProblem::unsupported) return notePassedOver(file.path);
@@ -481,6 +492,14 @@ void Scan::openBatch() {
   m_batchBegan = std::chrono::steady_clock::now();
 }
 
+// Not for long, for others wait with their changes until it ends.
+void Scan::openReading() {
+  if (m_reading && ++m_inReading < kFilesInReading) return;
+  m_reading.reset();
+  m_inReading = 0;
+  if (!m_batch && m_indexer) m_reading.emplace(m_indexer->sqlite3Connection());
+}
+
 bool Scan::isBatchFull() const {
   if (m_inBatch >= m_request.batchSize) return true;
   return m_batch && std::chrono::steady_clock::now() - m_batchBegan > kLongBatch;
@@ -488,6 +507,7 @@ bool Scan::isBatchFull() const {
 
 // The states come second, so that they never tell of a loop that is not in the database.
 void Scan::commitBatch() {
+  m_reading.reset();
   if (m_batch) {
     const bool isCommitted = m_batch->commit();
     const int status = lc::lastStatusOf(m_indexer->sqlite3Connection());
