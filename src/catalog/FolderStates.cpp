@@ -5,7 +5,8 @@
 
 namespace {
 
-// A packed folder is a byte for the layout and then, for each file by name:
+// A packed folder is a byte for the layout, 8 for the state of the loop database in which the rows were seen, and then,
+// for each file by name:
 //   1 byte    length of the name       n bytes   the name
 //   1 byte    flags                    7 x 8     device, inode, size, modified, created, changed, loop id
 // in the byte order of the machine, whose cache it is. A new layout, or new rules of reading files, is a new first
@@ -13,7 +14,7 @@ namespace {
 constexpr auto kLayout = std::byte{1};
 constexpr size_t kNumberCount = 7;
 
-enum Flag : uint8_t { kTagged = 1, kPathWords = 2, kWritten = 4 };
+enum Flag : uint8_t { kTagged = 1, kPathWords = 2, kWritten = 4, kOwner = 8 };
 
 std::string_view folderOf(std::string_view path) {
   return path.substr(0, std::max<size_t>(path.rfind('/'), 1));
@@ -31,9 +32,11 @@ auto placeOf(Files& files, std::string_view name) {
 
 }  // namespace
 
-std::vector<std::byte> lc::FolderStates::packed(const Files& files) {
+std::vector<std::byte> lc::FolderStates::packed(const Files& files, int64_t rowsSeenIn) {
   if (files.empty()) return {};
   std::vector<std::byte> bytes{kLayout};
+  const auto state = std::as_bytes(std::span(&rowsSeenIn, 1));
+  bytes.insert(bytes.end(), state.begin(), state.end());
   for (const auto& [name, file] : files) {
     const int64_t numbers[kNumberCount] = {file.state.device,  file.state.inode, file.state.size, file.state.modified,
                                            file.state.created, file.changed,     file.loopId};
@@ -41,17 +44,19 @@ std::vector<std::byte> lc::FolderStates::packed(const Files& files) {
     bytes.push_back(static_cast<std::byte>(name.size()));
     bytes.insert(bytes.end(), text, text + name.size());
     bytes.push_back(static_cast<std::byte>((file.isTagged ? kTagged : 0) | (file.readsPathWords ? kPathWords : 0) |
-                                           (file.isWritten ? kWritten : 0)));
+                                           (file.isWritten ? kWritten : 0) | (file.ownsRow ? kOwner : 0)));
     const auto packedNumbers = std::as_bytes(std::span(numbers));
     bytes.insert(bytes.end(), packedNumbers.begin(), packedNumbers.end());
   }
   return bytes;
 }
 
-lc::FolderStates::Files lc::FolderStates::unpacked(std::span<const std::byte> bytes) {
+lc::FolderStates::Files lc::FolderStates::unpacked(std::span<const std::byte> bytes, int64_t& rowsSeenIn) {
   Files files;
-  if (bytes.empty() || bytes.front() != kLayout) return files;
-  bytes = bytes.subspan(1);
+  rowsSeenIn = 0;
+  if (bytes.size() < 1 + sizeof rowsSeenIn || bytes.front() != kLayout) return files;
+  std::memcpy(&rowsSeenIn, bytes.data() + 1, sizeof rowsSeenIn);
+  bytes = bytes.subspan(1 + sizeof rowsSeenIn);
   while (!bytes.empty()) {
     const auto length = static_cast<size_t>(bytes.front());
     int64_t numbers[kNumberCount];
@@ -65,7 +70,8 @@ lc::FolderStates::Files lc::FolderStates::unpacked(std::span<const std::byte> by
                                                            .loopId = loopId,
                                                            .isTagged = (flags & kTagged) != 0,
                                                            .readsPathWords = (flags & kPathWords) != 0,
-                                                           .isWritten = (flags & kWritten) != 0});
+                                                           .isWritten = (flags & kWritten) != 0,
+                                                           .ownsRow = (flags & kOwner) != 0});
     bytes = bytes.subspan(length + 2 + sizeof numbers);
   }
   return files;
@@ -75,12 +81,14 @@ void lc::FolderStates::enter(std::string_view folder) {
   if (folder == m_folder) return;
   leave();
   m_folder = folder;
-  m_files = unpacked(m_store.folder(m_folder));
+  m_files = unpacked(m_store.folder(m_folder), m_rowsSeenIn);
+  m_isSeen.assign(m_files.size(), false);
 }
 
 const lc::ReadFile* lc::FolderStates::find(const std::string& path) {
   enter(folderOf(path));
   const std::string_view name = nameOf(path);
+  m_found.reset();
   if (const auto change = m_changes.find(name); change != m_changes.end()) {
     return change->second ? &*change->second : nullptr;
   }
@@ -88,7 +96,8 @@ const lc::ReadFile* lc::FolderStates::find(const std::string& path) {
     m_next = static_cast<size_t>(placeOf(m_files, name) - m_files.begin());
   }
   if (m_next == m_files.size() || m_files[m_next].first != name) return nullptr;
-  return &m_files[m_next++].second;
+  m_found = m_next++;
+  return &m_files[*m_found].second;
 }
 
 void lc::FolderStates::set(const std::string& path, const std::optional<ReadFile>& file) {
@@ -104,7 +113,8 @@ std::optional<lc::ReadFile> lc::FolderStates::fileElsewhere(const std::string& p
   }
   if (folder != m_otherFolder) {
     m_otherFolder = folder;
-    m_otherFiles = unpacked(m_store.folder(m_otherFolder));
+    int64_t ignored = 0;
+    m_otherFiles = unpacked(m_store.folder(m_otherFolder), ignored);
   }
   const auto place = placeOf(m_otherFiles, nameOf(path));
   if (place == m_otherFiles.end() || place->first != nameOf(path)) return std::nullopt;
@@ -118,6 +128,22 @@ void lc::FolderStates::keepOnly(const std::string& folder, const std::vector<std
   }
 }
 
+void lc::FolderStates::noteRowSeen() {
+  if (m_found) m_isSeen[*m_found] = true;
+}
+
+void lc::FolderStates::setRowsSeenIn(int64_t databaseState) {
+  if (m_rowsSeenIn == databaseState) return;
+  for (size_t index = 0; index < m_files.size(); ++index) {
+    const auto& [name, file] = m_files[index];
+    const auto change = m_changes.find(name);
+    const bool isLeft = change == m_changes.end() || change->second;
+    if (isLeft && file.isWritten && !m_isSeen[index]) return;
+  }
+  m_rowsSeenIn = databaseState;
+  m_isSeenAnew = true;
+}
+
 lc::FolderStates::Files lc::FolderStates::merged() const {
   std::map<std::string, std::optional<ReadFile>, std::less<>> files(m_changes);
   for (const auto& [name, file] : m_files) files.try_emplace(name, file);
@@ -129,13 +155,17 @@ lc::FolderStates::Files lc::FolderStates::merged() const {
 }
 
 void lc::FolderStates::leave() {
-  if (!m_changes.empty()) {
+  if (!m_changes.empty() || m_isSeenAnew) {
     const Files now = merged();
-    if (now != m_files) m_store.setFolder(m_folder, packed(now));
+    if (now != m_files || m_isSeenAnew) m_store.setFolder(m_folder, packed(now, m_isSeenAnew ? m_rowsSeenIn : 0));
     if (m_folder == m_otherFolder) m_otherFolder.clear();
   }
   m_folder.clear();
   m_files.clear();
   m_changes.clear();
+  m_isSeen.clear();
+  m_found.reset();
   m_next = 0;
+  m_rowsSeenIn = 0;
+  m_isSeenAnew = false;
 }

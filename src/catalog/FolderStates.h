@@ -24,6 +24,7 @@ struct ReadFile {
   bool isTagged = false;       // by itself or by the words of its path
   bool readsPathWords = true;  // whether those were read
   bool isWritten = true;       // else it was left out for having no tags
+  bool ownsRow = true;         // when the rows were seen last; else it was that of a file of the same identity
   bool operator==(const ReadFile&) const = default;
 };
 
@@ -33,6 +34,11 @@ class FolderStates {
 
   // In the folder at work, which the path's folder becomes.
   const ReadFile* find(const std::string& path);
+  // Which state of the loop database had the rows of all files of the folder at work; 0 for none.
+  int64_t rowsSeenIn() const { return m_rowsSeenIn; }
+  void noteRowSeen();  // of the file that was found last
+  // At the end of a folder: in that state of the database, if the rows of all of its files were.
+  void setRowsSeenIn(int64_t databaseState);
   void set(const std::string& path, const std::optional<ReadFile>& file);  // nullopt: it is forgotten
   // Beside the folder at work.
   std::optional<ReadFile> fileElsewhere(const std::string& path);
@@ -43,15 +49,19 @@ class FolderStates {
  private:
   using Files = std::vector<std::pair<std::string, ReadFile>>;  // by name
 
-  static std::vector<std::byte> packed(const Files& files);
-  static Files unpacked(std::span<const std::byte> bytes);
+  static std::vector<std::byte> packed(const Files& files, int64_t rowsSeenIn);
+  static Files unpacked(std::span<const std::byte> bytes, int64_t& rowsSeenIn);
   void enter(std::string_view folder);
   Files merged() const;
 
   FileStateStore& m_store;
   std::string m_folder;  // at work; "" for none
   Files m_files;         // of it, as stored
-  size_t m_next = 0;     // where in m_files the next question will probably be answered
+  int64_t m_rowsSeenIn = 0;
+  bool m_isSeenAnew = false;
+  std::vector<bool> m_isSeen;     // of m_files, since the folder was entered
+  size_t m_next = 0;              // where in m_files the next question will probably be answered
+  std::optional<size_t> m_found;  // where in m_files it was answered last
   std::map<std::string, std::optional<ReadFile>, std::less<>> m_changes;
   std::string m_otherFolder;
   Files m_otherFiles;

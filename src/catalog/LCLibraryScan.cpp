@@ -91,6 +91,12 @@ LCFileProblem problemOf(lc::FileTransferResult::Kind kind) {
   return LCFileProblem::databaseRefused;
 }
 
+// Only then every change shows in the state of the file.
+bool writesIntoTheFileItself(sqlite3* connection) {
+  LCStatement statement(connection, "PRAGMA journal_mode");
+  return statement.step() && statement.textAt(0) != "wal";
+}
+
 // One run, from the open database to the report.
 class Scan {
  public:
@@ -253,11 +259,13 @@ void Scan::prepareUnchanged() {
   sqlite3* connection = m_indexer ? m_indexer->sqlite3Connection() : m_dryRunEngine->sqlite3Connection();
   m_unchanged = std::make_unique<lc::UnchangedFiles>(
       *m_states, *m_rows,
-      lc::UnchangedFiles::Rules{.formerScan = lc::facts::lastScan(connection).value_or(""),
-                                .readsEveryFile = m_request.readsEveryFile,
-                                .readsPathWords = m_request.readsPathKeywords,
-                                .onlyTagged = m_request.onlyTagged,
-                                .package = m_packageIdentifier});
+      lc::UnchangedFiles::Rules{
+          .formerScan = lc::facts::lastScan(connection).value_or(""),
+          .readsEveryFile = m_request.readsEveryFile,
+          .readsPathWords = m_request.readsPathKeywords,
+          .onlyTagged = m_request.onlyTagged,
+          .package = m_packageIdentifier,
+          .databaseFile = writesIntoTheFileItself(connection) ? std::optional(m_databaseFile) : std::nullopt});
 }
 
 // What stands in the way of reading is said; then every file counts as new.
@@ -489,6 +497,7 @@ void Scan::openBatch() {
   m_batch.emplace(connection, LCTransaction::Begin::immediately);
   if (!m_batch->isOpen()) throw CatalogError{lc::databaseFailure(lc::lastStatusOf(connection), m_databaseFile)};
   m_run->claim();
+  if (m_unchanged) m_unchanged->databaseChanges();
   m_batchBegan = std::chrono::steady_clock::now();
 }
 

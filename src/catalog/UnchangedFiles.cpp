@@ -1,5 +1,7 @@
 #include "catalog/UnchangedFiles.h"
 
+#include "VeskLoopManagement/fileio/MurmurHash.h"
+
 #include <ctime>
 
 namespace {
@@ -20,6 +22,7 @@ bool mayHaveChangedUnseen(const lc::FileStatus& status) {
 
 lc::UnchangedFiles::UnchangedFiles(FileStates& states, LoopRows& rows, Rules rules)
     : m_folders(states.cached()), m_rows(rows), m_rules(std::move(rules)) {
+  m_databaseState = databaseState();
   if (states.cached().scanOfFolders() == m_rules.formerScan) return;
   states.cached().clearFolders();  // they were of a database that is gone
   m_rules.readsEveryFile = true;
@@ -30,6 +33,16 @@ bool lc::UnchangedFiles::isOf(const ReadFile& known, const FileStatus& status) c
          known.readsPathWords == m_rules.readsPathWords;
 }
 
+// What the disk says of the loop database, in a number.
+int64_t lc::UnchangedFiles::databaseState() const {
+  const auto status = m_rules.databaseFile ? fileStatusAt(*m_rules.databaseFile) : std::nullopt;
+  if (!status || mayHaveChangedUnseen(*status)) return 0;
+  const auto& [device, inode, size, modified, created] = status->state;
+  const int64_t numbers[] = {device, inode, size, modified, created, status->changed};
+  constexpr uint64_t kSeed = 7;
+  return static_cast<int64_t>(MurmurHash64A(numbers, sizeof numbers, kSeed));
+}
+
 std::optional<lc::UnchangedFiles::Known> lc::UnchangedFiles::find(const WalkedFile& file, const vesk::URL& url) {
   const ReadFile* known = m_rules.readsEveryFile ? nullptr : m_folders.find(file.path);
   if (known == nullptr || !isOf(*known, file.status)) return std::nullopt;
@@ -37,9 +50,17 @@ std::optional<lc::UnchangedFiles::Known> lc::UnchangedFiles::find(const WalkedFi
   if (!known->isTagged && m_rules.onlyTagged) return found;
   if (!known->isWritten) return std::nullopt;
   if (m_rules.package && !m_rows.isInPackage(found.loopId, *m_rules.package)) return std::nullopt;
+  if (known->ownsRow && m_databaseState != 0 && m_folders.rowsSeenIn() == m_databaseState) return found;
   const auto place = m_rows.placeWithId(found.loopId);
   if (!place) return std::nullopt;
-  if (place->urlText == url.absoluteString()) return found;
+  const bool ownsRow = place->urlText == url.absoluteString();
+  m_folders.noteRowSeen();
+  if (ownsRow != known->ownsRow) {
+    ReadFile seen = *known;
+    seen.ownsRow = ownsRow;
+    m_folders.set(file.path, seen);
+  }
+  if (ownsRow) return found;
   if (!isUnchanged(*place)) return std::nullopt;  // the row becomes this file's
   return Known{.loopId = found.loopId, .isTagged = found.isTagged, .otherPlace = place};
 }
@@ -84,5 +105,6 @@ void lc::UnchangedFiles::settle() {
 
 void lc::UnchangedFiles::filesEnded(const std::string& folder, const std::vector<std::string>& names) {
   m_folders.keepOnly(folder, names);
+  if (m_databaseState != 0 && databaseState() == m_databaseState) m_folders.setRowsSeenIn(m_databaseState);
   m_folders.leave();
 }

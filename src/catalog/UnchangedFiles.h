@@ -25,6 +25,8 @@ class UnchangedFiles {
     bool readsPathWords = true;
     bool onlyTagged = false;
     std::optional<std::string> package = {};  // that the loops must be in
+    // Where nobody writes without changing the file's state; rows that were seen in one state need no second look.
+    std::optional<std::string> databaseFile = {};
   };
   UnchangedFiles(FileStates& states, LoopRows& rows, Rules rules);
 
@@ -42,6 +44,7 @@ class UnchangedFiles {
   void rememberWritten(const WalkedFile& file, int64_t loopId, bool isTagged, bool isSettled);
   void rememberLeftOut(const WalkedFile& file);
   void settle();
+  void databaseChanges() { m_databaseState = 0; }  // by the scan itself
   void filesEnded(const std::string& folder, const std::vector<std::string>& names);
   void leaveFolder() { m_folders.leave(); }  // before what is remembered is committed for good
 
@@ -49,10 +52,12 @@ class UnchangedFiles {
   void remember(const WalkedFile& file, const ReadFile& read, bool isSettled);
   bool isOf(const ReadFile& known, const FileStatus& status) const;
   bool isUnchanged(const LCLoopPlace& place);
+  int64_t databaseState() const;
 
   FolderStates m_folders;
   LoopRows& m_rows;
   Rules m_rules;
+  int64_t m_databaseState = 0;                                // since the scan began; 0 when it is not known
   bool m_isTooFresh = false;                                  // the file that is read
   std::vector<std::pair<std::string, ReadFile>> m_unsettled;  // by path
 };
