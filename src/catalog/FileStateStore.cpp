@@ -16,6 +16,8 @@ constexpr std::string_view kCreateTable =
     "(fileURL TEXT PRIMARY KEY, device INTEGER, inode INTEGER, size INTEGER, modified INTEGER, created INTEGER, "
     "loopId INTEGER) WITHOUT ROWID";
 constexpr std::string_view kCreateIndex = "CREATE INDEX IF NOT EXISTS index_fileStates_inode ON FileStates (inode)";
+constexpr std::string_view kCreateLoopIndex =
+    "CREATE INDEX IF NOT EXISTS index_fileStates_loopId ON FileStates (loopId)";
 constexpr std::string_view kCreateFolders =
     "CREATE TABLE IF NOT EXISTS FolderStates (path TEXT PRIMARY KEY, files BLOB) WITHOUT ROWID";
 constexpr std::string_view kCreateScan =
@@ -26,6 +28,9 @@ constexpr std::string_view kSelectWithURL =
 constexpr std::string_view kSelectWithState =
     "SELECT fileURL, device, inode, size, modified, created, loopId FROM FileStates "
     "WHERE inode = ?1 AND device = ?2 AND size = ?3 AND modified = ?4 AND created = ?5";
+constexpr std::string_view kSelectOfLoop =
+    "SELECT fileURL, device, inode, size, modified, created, loopId FROM FileStates WHERE loopId = ?1 "
+    "ORDER BY fileURL";
 constexpr std::string_view kRemember =
     "INSERT OR REPLACE INTO FileStates (fileURL, device, inode, size, modified, created, loopId) "
     "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)";
@@ -115,6 +120,7 @@ void lc::FileStateStore::open() {
   execute("PRAGMA synchronous = NORMAL");
   execute(kCreateTable);
   execute(kCreateIndex);
+  execute(kCreateLoopIndex);
   execute(kCreateFolders);
   execute(kCreateScan);
 }
@@ -165,6 +171,13 @@ std::vector<lc::IndexedFile> lc::FileStateStore::filesWithState(const FileState&
   statement.bind(3, state.size);
   statement.bind(4, state.modified);
   statement.bind(5, state.created);
+  return filesOf(statement);
+}
+
+std::vector<lc::IndexedFile> lc::FileStateStore::filesOfLoop(int64_t loopId) {
+  if (!isUsable()) return {};
+  LCStatement& statement = m_statements.ofLoop.preparedOnce(m_connection.get(), kSelectOfLoop);
+  statement.bind(1, loopId);
   return filesOf(statement);
 }
 

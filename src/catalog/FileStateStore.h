@@ -60,6 +60,7 @@ class FileStateStore {
   std::optional<IndexedFile> fileWithURL(const std::string& urlText);
   // Under every URL that is remembered for it, links and former names included.
   std::vector<IndexedFile> filesWithState(const FileState& state);
+  std::vector<IndexedFile> filesOfLoop(int64_t loopId);
 
   // The bytes kept for a folder; none: empty.
   std::vector<std::byte> folder(const std::string& path);
@@ -80,7 +81,7 @@ class FileStateStore {
 
  private:
   struct Statements {
-    LCStatement withURL, withState, remember, forget, forgetLoop, folder, setFolder, forgetFolder;
+    LCStatement withURL, withState, ofLoop, remember, forget, forgetLoop, folder, setFolder, forgetFolder;
   };
   enum class Transaction { none, wanted, open };
 

@@ -142,6 +142,7 @@ class Scan {
   void carry();
   void prune();
   void pruneBelow(const std::string& folder);
+  bool isTakenOver(const LCLoopPlace& gone);
   void noteScan();
   void finish();
   bool isInterrupted();
@@ -559,6 +560,8 @@ void Scan::pruneBelow(const std::string& folder) {
                               if (!stays && !vesk::path::exists(known.path())) gone.push_back(known);
                               return true;
                             });
+  std::erase_if(gone, [this](const LCLoopPlace& known) { return !isInterrupted() && isTakenOver(known); });
+  commitBatch();
   const auto batchSize = static_cast<size_t>(m_request.batchSize);
   for (size_t begin = 0; begin < gone.size() && !isInterrupted(); begin += batchSize) {
     const auto batch = std::span(gone).subspan(begin, std::min(batchSize, gone.size() - begin));
@@ -567,6 +570,24 @@ void Scan::pruneBelow(const std::string& folder) {
     lc::CarriedLoops::forgetRemoved(*m_states, *m_rows, batch);
     m_report.removed += std::ssize(batch);
   }
+}
+
+// The row becomes that of another file of the same identity, wherever that is.
+bool Scan::isTakenOver(const LCLoopPlace& gone) {
+  for (const auto& file : m_states->cached().filesOfLoop(gone.id)) {
+    const std::string path = LCLoopPlace{.urlText = file.urlText}.path();
+    if (lc::fileStateAt(path) != file.state) continue;
+    const auto url = vesk::URL::fileURLWithPath(path, false);
+    const LCLoopFile read = LCLoopFile::read(path, url);
+    if (!read.record || read.record->hash != gone.id) continue;
+    openBatch();
+    if (m_indexer && !m_indexer->writeFileData(*read.record, std::nullopt)) continue;
+    noteWritten({.url = url, .loopId = gone.id, .state = file.state, .movedFrom = std::nullopt});
+    m_observer.noted(fmt::format("{}: takes the place of {}", path, gone.path()));
+    if (isBatchFull()) commitBatch();
+    return true;
+  }
+  return false;
 }
 
 // From here on what is remembered of folders is of the database as this scan has written it.

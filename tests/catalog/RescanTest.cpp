@@ -86,6 +86,27 @@ TEST_F(Rescan, AFileTakesTheRowOfItsNamesakeThatIsGoneOrHasOtherTags) {
   fs::remove(path("l/one/Same.aif"));
   EXPECT_EQ(scan({.paths = {"l"}}).indexed, 1);
   EXPECT_EQ(paths(), Rows{"l/two/Same.aif"});
+  add("m/Same.aif");
+  scan({.paths = {"m"}, .readsEveryFile = true});
+  EXPECT_EQ(paths(), Rows{"m/Same.aif"});
+  fs::remove(path("m/Same.aif"));
+  for (const bool isDryRun : {true, false}) {
+    EXPECT_EQ(scan({.paths = {"m"}, .prunes = true, .isDryRun = isDryRun}).removed, 0);
+    EXPECT_EQ(paths(), Rows{isDryRun ? "m/Same.aif" : "l/two/Same.aif"});
+  }
+}
+
+TEST_F(Rescan, DoesTheWorkThatAKilledRunHasLeft) {
+  add("l/A.aif");
+  scan({.paths = {"l"}});
+  const Rows distribution = rows("SELECT * FROM keyword_distribution");
+  execute(
+      "DELETE FROM keyword_distribution; DROP TABLE tagging_cache_65;"
+      "INSERT INTO DatabaseMigrationInfos (key, textValue) VALUES ('UNFINISHED_RUN', 'another')");
+  EXPECT_EQ(scan({.paths = {"l"}}).indexed, 0);
+  EXPECT_EQ(rows("SELECT * FROM keyword_distribution"), distribution);
+  EXPECT_EQ(rows("SELECT count(*) FROM tagging_cache_65"), Rows{"0"});
+  EXPECT_EQ(rows("SELECT count(*) FROM DatabaseMigrationInfos WHERE key = 'UNFINISHED_RUN'"), Rows{"0"});
 }
 
 // Every table of the database, row by row; of Tagging the order of the rows is left open.
