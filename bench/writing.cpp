@@ -37,13 +37,15 @@ bool isSyncing = true;
 
 }  // namespace
 
-// In place of the system's, for everything in this process.
+// In place of the system's, for everything in this process, SQLite included.
+#pragma GCC visibility push(default)
 extern "C" int fsync(int descriptor) {
   return isSyncing ? static_cast<int>(::syscall(SYS_fsync, descriptor)) : 0;
 }
 extern "C" int fdatasync(int descriptor) {
   return isSyncing ? static_cast<int>(::syscall(SYS_fdatasync, descriptor)) : 0;
 }
+#pragma GCC visibility pop
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 #include <random>
 #include <system_error>
@@ -456,7 +457,7 @@ bool FileReplacement::writeOver(int target, uint64_t size, bool& isTouched) {
     const auto there = std::span(old).first(piece.size());
     const bool isWhole = oldSize >= offset && oldSize - offset >= piece.size();
     if (isWhole && !readAll(target, offset, there)) return false;
-    if (isWhole && std::equal(piece.begin(), piece.end(), there.begin())) continue;
+    if (isWhole && std::memcmp(piece.data(), there.data(), piece.size()) == 0) continue;
     if (!writeAllAt(target, offset, piece, isTouched)) return false;
   }
   const bool isLonger = size < oldSize;
