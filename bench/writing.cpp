@@ -49,7 +49,7 @@ extern "C" int fdatasync(int descriptor) {
 
 namespace {
 
-// The journal beside the files.
+// The journal beside the files, begun anew.
 class BenchEnvironment : public vesk::DefaultEnvironment {
  public:
   std::string stateFolder() const override { return vesk::path::appending(benchFolder(), "writing-state"); }
@@ -187,6 +187,7 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   vesk::Environment::setShared(std::make_shared<BenchEnvironment>());
+  std::filesystem::remove_all(vesk::Environment::shared().stateFolder());
   for (const int64_t megabytes : {1, 100}) {
     for (const char* extension : {"aif", "wav", "caf"}) {
       add("commit", extension, megabytes, repeated(commitTitle));
