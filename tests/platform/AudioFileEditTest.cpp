@@ -373,6 +373,11 @@ TEST(AudioFileEdit, WhatIsNotSafeToRewriteIsRefusedWithTheReason) {
     EXPECT_TRUE(failure.message.starts_with(folder.path("a: ")) && failure.message.find(reason) != std::string::npos)
         << failure.message;
   }
+  writeFile(folder.path("a"), Bytes(402));
+  writeFile(folder.path("._a"), soundDesignerFork('2', "44100.0000", '2'));
+  vesk::WriteFailure failure;
+  EXPECT_FALSE(AudioFileEdit::open(folder.path("a"), failure));
+  EXPECT_EQ(failure.error, noChunks) << failure.message;
 }
 
 TEST(AudioFileEdit, AFormOf32BitsDoesNotGrowPast4GiB) {
