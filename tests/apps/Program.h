@@ -28,6 +28,8 @@ class Program {
  public:
   Program();
 
+  // Assignments for the shell, for the runs from now on.
+  void setSurroundings(const std::string& assignments) { m_surroundings = assignments; }
   // Relative paths are below folder(). VESKLOOPS_DATABASE names database().
   Outcome run(const Words& arguments, const std::string& input = {}) const;
   // What it prints with --json, and how it ends.
@@ -52,4 +54,5 @@ class Program {
   std::FILE* start(const std::string& command, const std::string& input) const;
   Outcome outcome(int status) const;
   TemporaryFolder m_folder;
+  std::string m_surroundings;
 };
