@@ -28,8 +28,8 @@ class Program {
  public:
   Program();
 
-  // Assignments for the shell, for the runs from now on.
-  void setSurroundings(const std::string& assignments) { m_surroundings = assignments; }
+  // Words of a shell that come before the runs from now on, such as "export A=1; ".
+  void setSurroundings(const std::string& words) { m_surroundings = words; }
   // Relative paths are below folder(). VESKLOOPS_DATABASE names database().
   Outcome run(const Words& arguments, const std::string& input = {}) const;
   // What it prints with --json, and how it ends.
