@@ -8,11 +8,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/xattr.h>
 
 #include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <functional>
 
@@ -162,29 +160,6 @@ TEST(FileReplacement, RangesAreCopiedAndAShortFileIsAnError) {
   EXPECT_FALSE(replacement.copy(found->descriptor(), 3, text.size()));
   EXPECT_FALSE(replacement.commit());
   EXPECT_EQ(replacement.failure().error, WriteError::notReadable);
-}
-
-TEST(FileReplacement, AWriteThatFailsLeavesTheFileAndNothingElse) {
-  const TemporaryFolder folder;
-  const std::string file = folder.addFile("a", "old");
-  WriteFailure failure;
-  const auto found = FoundFile::open(file, failure);
-  struct rlimit old = {};
-  ::getrlimit(RLIMIT_FSIZE, &old);
-  const struct rlimit small = {.rlim_cur = 100, .rlim_max = old.rlim_max};
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-  ::setrlimit(RLIMIT_FSIZE, &small);
-  {
-    FileReplacement replacement(*found);
-    EXPECT_FALSE(replacement.write(fixture::Bytes(200)));
-    EXPECT_FALSE(replacement.write(bytesOf("more")) || replacement.commit()) << "it stays failed";
-    EXPECT_EQ(replacement.failure().systemError, EFBIG);
-    EXPECT_TRUE(replacement.failure().message.starts_with(file + ": ")) << replacement.failure().message;
-  }
-  ::setrlimit(RLIMIT_FSIZE, &old);
-  std::signal(SIGXFSZ, handler);
-  EXPECT_EQ(path::readFile(file), "old");
-  EXPECT_EQ(path::subpaths(folder.path()), Texts{"a"});
 }
 
 TEST(FileReplacement, OnlySiblingsOfTheDeadAreRemoved) {

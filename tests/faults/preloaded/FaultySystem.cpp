@@ -71,26 +71,24 @@ Answer answerTo(const char* call, bool isOneOfOurs) {
 
 #define REAL(name) static const auto real = reinterpret_cast<decltype(&::name)>(::dlsym(RTLD_NEXT, #name))
 
-#define FAULTY(type, name, parameters, arguments, isOneOfOurs)                          \
-  extern "C" type name parameters {                                                     \
-    REAL(name);                                                                         \
-    return answerTo(#name, isOneOfOurs) == Answer::failing ? type(-1) : real arguments; \
+#define FAULTY(name, parameters, arguments, isOneOfOurs)                          \
+  extern "C" int name parameters {                                                \
+    REAL(name);                                                                   \
+    return answerTo(#name, isOneOfOurs) == Answer::failing ? -1 : real arguments; \
   }
-FAULTY(int, rename, (const char* from, const char* to), (from, to), isOurs(to))
-FAULTY(int, renameat, (int old, const char* from, int folder, const char* to), (old, from, folder, to),
-       isOurs(folder, to))
-FAULTY(int, unlink, (const char* path), (path), isOurs(path))
-FAULTY(int, unlinkat, (int folder, const char* path, int flags), (folder, path, flags), isOurs(folder, path))
-FAULTY(int, mkdir, (const char* path, mode_t mode), (path, mode), isOurs(path))
-FAULTY(int, flock, (int file, int operation), (file, operation), isOurs(file))
-FAULTY(int, fchmod, (int file, mode_t mode), (file, mode), isOurs(file))
-FAULTY(int, fchown, (int file, uid_t user, gid_t group), (file, user, group), isOurs(file))
-FAULTY(int, fsetxattr, (int file, const char* name, const void* value, size_t size, int flags),
+FAULTY(renameat, (int old, const char* from, int folder, const char* to), (old, from, folder, to), isOurs(folder, to))
+FAULTY(unlink, (const char* path), (path), isOurs(path))
+FAULTY(unlinkat, (int folder, const char* path, int flags), (folder, path, flags), isOurs(folder, path))
+FAULTY(mkdir, (const char* path, mode_t mode), (path, mode), isOurs(path))
+FAULTY(flock, (int file, int operation), (file, operation), isOurs(file))
+FAULTY(fchmod, (int file, mode_t mode), (file, mode), isOurs(file))
+FAULTY(fchown, (int file, uid_t user, gid_t group), (file, user, group), isOurs(file))
+FAULTY(fsetxattr, (int file, const char* name, const void* value, size_t size, int flags),
        (file, name, value, size, flags), isOurs(file))
-FAULTY(int, futimens, (int file, const struct timespec* times), (file, times), isOurs(file))
-FAULTY(int, ftruncate, (int file, off_t size), (file, size), isOurs(file))
-FAULTY(int, ftruncate64, (int file, off64_t size), (file, size), isOurs(file))
-FAULTY(int, fallocate, (int file, int mode, off_t from, off_t size), (file, mode, from, size), isOurs(file))
+FAULTY(futimens, (int file, const struct timespec* times), (file, times), isOurs(file))
+FAULTY(ftruncate, (int file, off_t size), (file, size), isOurs(file))
+FAULTY(ftruncate64, (int file, off64_t size), (file, size), isOurs(file))
+FAULTY(fallocate, (int file, int mode, off_t from, off_t size), (file, mode, from, size), isOurs(file))
 #undef FAULTY
 
 #define SYNC(name)                                            \
