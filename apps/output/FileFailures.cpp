@@ -14,9 +14,9 @@ std::string problemInWords(LCFileProblem problem) {
     case LCFileProblem::notFound:
       return "not found";
     case LCFileProblem::unsupported:
-      return "no kind of file that is read here";
+      return "not a kind of file that can be read";
     case LCFileProblem::destinationExists:
-      return "another file is there already";
+      return "another file is already there";
     case LCFileProblem::copyFailed:
       return "could not be copied";
     case LCFileProblem::databaseRefused:

@@ -1,6 +1,7 @@
 #include "KeywordList.h"
 
 #include "TerminalText.h"
+#include "TextTable.h"
 #include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
@@ -16,22 +17,26 @@ constexpr KindWord kKindWords[] = {{LCKeywordKind::genre, "genre"},
                                    {LCKeywordKind::instrument, "instrument"},
                                    {LCKeywordKind::other, "other"}};
 
-std::string tableLine(std::string_view name, std::string_view count, std::string_view id, std::string_view parent) {
-  return fmt::format("{}  {}  {}  {}", paddedToWidth(name, 32), paddedLeftToWidth(count, 8), paddedLeftToWidth(id, 6),
-                     parent);
+TextTable tableOfGroup(const std::string& category, size_t width) {
+  using Kind = TextTableColumn::Kind;
+  return {{{.title = category, .width = 32},
+           {.title = "Loops", .width = 8, .kind = Kind::number},
+           {.title = "Id", .width = 6, .kind = Kind::number},
+           {.title = "Part of", .width = 20}},
+          width};
 }
 
 void printGroups(Output& output, std::span<const LCFacet> facets) {
+  const TextTable table = tableOfGroup({}, output.resultTraits().columns);
   std::string group;
   for (const auto& facet : facets) {
     if (const std::string category = keywordKindWord(facet.kind()); category != group) {
       if (!group.empty()) output.text("");
-      output.text(output.emphasized(tableLine(category, "Loops", "Id", "Part of")));
+      output.text(output.emphasized(tableOfGroup(category, output.resultTraits().columns).header()));
       group = category;
     }
-    const std::string line = tableLine("  " + printable(facet.keyword.name), std::to_string(facet.loopCount),
-                                       std::to_string(facet.keyword.id), facet.parent.value_or(""));
-    output.text(line.substr(0, line.find_last_not_of(' ') + 1));
+    output.text(table.row(std::vector{"  " + printable(facet.keyword.name), std::to_string(facet.loopCount),
+                                      std::to_string(facet.keyword.id), facet.parent.value_or("")}));
   }
 }
 

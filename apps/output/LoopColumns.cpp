@@ -9,52 +9,56 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 
 struct LoopColumn {
   std::string_view word;
   std::string_view title;
-  size_t width;       // on a terminal; 0: a share of what the others leave
-  bool isNumber;      // stands on the right
+  size_t width;  // on a terminal, where those that grow share what the others leave
+  TextTableColumn::Kind kind;
   const char* field;  // where the loop's JSON has the value
+  bool grows = false;
 };
 
 namespace {
 
 enum class Reader { person, script };
 
-constexpr LoopColumn kColumns[] = {{"name", "Name", 0, false, "/fileName"},
-                                   {"path", "Path", 0, false, "/path"},
-                                   {"url", "URL", 0, false, "/url"},
-                                   {"id", "Id", 20, true, "/id"},
-                                   {"tempo", "Tempo", 5, true, "/tempo"},
-                                   {"key", "Key", 8, false, "/key"},
-                                   {"beats", "Beats", 5, true, "/beats"},
-                                   {"signature", "Sig.", 4, false, "/signature"},
-                                   {"length", "Length", 7, true, "/seconds"},
-                                   {"type", "Type", 13, false, "/loopType"},
-                                   {"instrument", "Instrument", 18, false, "/instrument"},
-                                   {"genre", "Genre", 18, false, "/genre"},
-                                   {"descriptors", "Descriptors", 0, false, "/descriptors"},
-                                   {"crates", "Packages", 0, false, "/crates"},
-                                   {"favorite", "Fav.", 4, false, "/favorite"},
-                                   {"rating", "Rating", 6, true, "/rating"},
-                                   {"comment", "Comment", 0, false, "/comment"},
-                                   {"loudness", "LUFS", 6, true, "/loudness/integrated"},
-                                   {"peak", "Peak", 6, true, "/loudness/truePeak"},
-                                   {"target", "Target", 6, true, "/loudness/target"},
-                                   {"gain", "Gain", 6, true, "/loudness/gain"}};
+constexpr auto kText = TextTableColumn::Kind::text, kPath = TextTableColumn::Kind::path,
+               kNumber = TextTableColumn::Kind::number;
 
-// Shown beside the name when nobody asks for others.
-constexpr std::string_view kUsualColumns = "tempo,key,length,beats,instrument,signature,genre,type";
+constexpr LoopColumn kColumns[] = {{"name", "Name", 24, kText, "/fileName", true},
+                                   {"folder", "Folder", 16, kPath, "/folder", true},
+                                   {"path", "Path", 40, kPath, "/path", true},
+                                   {"url", "URL", 40, kPath, "/url", true},
+                                   {"id", "Id", 20, kNumber, "/id"},
+                                   {"tempo", "Tempo", 5, kNumber, "/tempo"},
+                                   {"key", "Key", 8, kText, "/key"},
+                                   {"beats", "Beats", 5, kNumber, "/beats"},
+                                   {"signature", "Sig.", 4, kText, "/signature"},
+                                   {"length", "Length", 7, kNumber, "/seconds"},
+                                   {"type", "Type", 13, kText, "/loopType"},
+                                   {"instrument", "Instrument", 18, kText, "/instrument"},
+                                   {"genre", "Genre", 18, kText, "/genre"},
+                                   {"descriptors", "Descriptors", 20, kText, "/descriptors", true},
+                                   {"crates", "Packages", 20, kText, "/crates", true},
+                                   {"favorite", "Fav.", 4, kText, "/favorite"},
+                                   {"rating", "Rating", 6, kNumber, "/rating"},
+                                   {"comment", "Comment", 20, kText, "/comment", true},
+                                   {"loudness", "LUFS", 6, kNumber, "/loudness/integrated"},
+                                   {"peak", "Peak", 6, kNumber, "/loudness/truePeak"},
+                                   {"target", "Target", 6, kNumber, "/loudness/target"},
+                                   {"gain", "Gain", 6, kNumber, "/loudness/gain"}};
 
-constexpr size_t kGap = 2;
-constexpr size_t kNarrowestShare = 20;
+// Shown when nobody asks for others, as far as they have room.
+constexpr std::string_view kUsualColumns = "name,folder,tempo,key,genre,length,instrument,beats,signature,type";
 
 // The loop's JSON with what reads better as text put in its place.
 JSON shownFields(const LCCatalogLoop& loop, Reader reader) {
   JSON fields = jsonOfLoop(loop);
   fields["fileName"] = loop.fileName;  // JSON is never made of these bytes, so they may be ill-formed
   fields["path"] = loop.place.path();
+  fields["folder"] = std::filesystem::path(loop.place.path()).parent_path().string();
   if (fields.contains("subInstrument")) fields["instrument"] = fields["subInstrument"];
   const std::string scale = fields.value("scale", "");
   if (fields.contains("key") && (scale == "minor" || scale == "major")) {
@@ -84,30 +88,23 @@ std::string valueIn(const JSON& fields, const LoopColumn& column, Reader reader)
   return fields.contains(field) ? textOf(fields[field], reader) : std::string();
 }
 
-// What the columns take that have widths of their own, with a gap for each.
-size_t fixedWidth(const LoopColumns& columns) {
-  size_t width = 0;
+TextTable tableOf(const LoopColumns& columns, size_t width) {
+  std::vector<TextTableColumn> shown;
   for (const auto* column : columns) {
-    if (column->width > 0) width += column->width + kGap;
+    shown.push_back({.title = column->title, .width = column->width, .kind = column->kind, .grows = column->grows});
   }
-  return width;
+  return {std::move(shown), width};
 }
 
 LoopColumns usualColumns(size_t width) {
-  LoopColumns columns = columnsForWords("name");
+  LoopColumns columns;
+  size_t taken = 0;
   for (const auto* column : columnsForWords(kUsualColumns)) {
-    if (fixedWidth(columns) + column->width + kGap + kNarrowestShare > width) break;
+    taken += column->width + (columns.empty() ? 0 : TextTable::kGap);
+    if (!columns.empty() && taken >= width) break;  // the last column of the terminal stays free
     columns.push_back(column);
   }
   return columns;
-}
-
-size_t sharedWidth(const LoopColumns& columns, size_t width) {
-  const auto sharing = static_cast<size_t>(
-      std::count_if(columns.begin(), columns.end(), [](const auto* column) { return column->width == 0; }));
-  if (sharing == 0) return 0;
-  const size_t taken = fixedWidth(columns) + (sharing - 1) * kGap + 1;
-  return std::max(kNarrowestShare, (width - std::min(width, taken)) / sharing);
 }
 
 }  // namespace
@@ -118,8 +115,9 @@ LoopColumns columnsForWords(std::string_view words) {
     const auto* found =
         std::find_if(std::begin(kColumns), std::end(kColumns), [&](const auto& column) { return column.word == word; });
     if (found == std::end(kColumns)) {
-      throw usageFailure(fmt::format("\"{}\" is no column", word),
-                         fmt::format("Several with commas of {}.", fmt::join(columnWords(), ", ")));
+      throw usageFailure(
+          fmt::format("\"{}\" is not a column", word),
+          fmt::format("Columns are {}; several with commas between them.", fmt::join(columnWords(), ", ")));
     }
     columns.push_back(found);
   }
@@ -142,31 +140,18 @@ std::string tabSeparated(const LoopColumns& columns, const LCCatalogLoop& loop) 
   return line;
 }
 
-LoopTable::LoopTable(Output& output, LoopColumns columns) : m_output(output), m_columns(std::move(columns)) {
-  const size_t width = output.resultTraits().columns;
-  if (m_columns.empty()) m_columns = usualColumns(width);
-  m_sharedWidth = sharedWidth(m_columns, width);
-}
+LoopTable::LoopTable(Output& output, LoopColumns columns)
+    : m_output(output),
+      m_columns(columns.empty() ? usualColumns(output.resultTraits().columns) : std::move(columns)),
+      m_table(tableOf(m_columns, output.resultTraits().columns)) {}
 
 void LoopTable::printHeader() const {
-  std::string line;
-  for (size_t index = 0; index < m_columns.size(); ++index) line += padded(index, m_columns[index]->title);
-  m_output.text(m_output.emphasized(line));
+  m_output.text(m_output.emphasized(m_table.header()));
 }
 
 void LoopTable::printRow(const LCCatalogLoop& loop) const {
   const JSON fields = shownFields(loop, Reader::person);
-  std::string line;
-  for (size_t index = 0; index < m_columns.size(); ++index) {
-    line += padded(index, printable(valueIn(fields, *m_columns[index], Reader::person)));
-  }
-  m_output.text(line.erase(line.find_last_not_of(' ') + 1));
-}
-
-// With the gap before it.
-std::string LoopTable::padded(size_t index, std::string_view text) const {
-  const LoopColumn& column = *m_columns[index];
-  const size_t width = column.width > 0 ? column.width : m_sharedWidth;
-  return std::string(index > 0 ? kGap : 0, ' ') +
-         (column.isNumber ? paddedLeftToWidth(text, width) : paddedToWidth(text, width));
+  std::vector<std::string> cells;
+  for (const auto* column : m_columns) cells.push_back(printable(valueIn(fields, *column, Reader::person)));
+  m_output.text(m_table.row(cells));
 }

@@ -2,6 +2,7 @@
 // list of columns, and every value from the loop's JSON, so that all three say the same.
 #pragma once
 
+#include "TextTable.h"
 #include "VeskLoopManagement/catalog/LCCatalogLoop.h"
 
 #include <string>
@@ -20,7 +21,7 @@ std::vector<std::string> columnWords();  // for messages and help
 // The values of a loop between tabs, in full. A value's own tabs and line ends are replaced.
 std::string tabSeparated(const LoopColumns& columns, const LCCatalogLoop& loop);
 
-// The table on a terminal: columns with names, paths and lists share what the others leave.
+// The table on a terminal: columns with names, paths and lists share what the others leave, and no row wraps.
 class LoopTable {
  public:
   // Without `columns`: the name and as many of the usual columns as have room.
@@ -30,9 +31,7 @@ class LoopTable {
   void printRow(const LCCatalogLoop& loop) const;
 
  private:
-  std::string padded(size_t index, std::string_view text) const;
-
   Output& m_output;
   LoopColumns m_columns;
-  size_t m_sharedWidth;
+  TextTable m_table;
 };

@@ -21,14 +21,6 @@ bool isWanted(When when, const StreamTraits& stream) {
   return when == When::automatic ? stream.isDecorated : when == When::always;
 }
 
-JSON errorObject(const Failure& failure) {
-  JSON error = {{"code", failure.code}, {"kind", failure.kind}, {"message", failure.message}};
-  if (!failure.subject.empty()) error["subject"] = failure.subject;
-  if (!failure.suggestions.empty()) error["suggestions"] = failure.suggestions;
-  if (!failure.nextStep.empty()) error["nextStep"] = failure.nextStep;
-  return error;
-}
-
 std::string messageText(const Failure& failure) {
   return failure.subject.empty() ? failure.message : fmt::format("{}: {}", failure.message, failure.subject);
 }
@@ -41,6 +33,14 @@ std::string nextStepText(const Failure& failure) {
 }
 
 }  // namespace
+
+JSON jsonOfFailure(const Failure& failure) {
+  JSON error = {{"code", failure.code}, {"kind", failure.kind}, {"message", failure.message}};
+  if (!failure.subject.empty()) error["subject"] = failure.subject;
+  if (!failure.suggestions.empty()) error["suggestions"] = failure.suggestions;
+  if (!failure.nextStep.empty()) error["nextStep"] = failure.nextStep;
+  return error;
+}
 
 Output::Output(Sink& sink, const OutputOptions& options)
     : m_sink(sink),
@@ -152,6 +152,9 @@ void Output::message(std::string_view label, std::string_view color, std::string
 void Output::error(std::string_view text, std::string_view nextStep) {
   message("error", kRed, text, nextStep);
 }
+void Output::error(const Failure& failure) {
+  error(messageText(failure), nextStepText(failure));
+}
 void Output::warning(std::string_view text, std::string_view nextStep) {
   message("warning", kYellow, text, nextStep);
 }
@@ -179,8 +182,8 @@ void Output::setStatusLine(std::string_view line) {
 }
 
 int Output::fail(const Failure& failure) {
-  error(messageText(failure), nextStepText(failure));
-  if (!isText()) failDocument(errorObject(failure));
+  error(failure);
+  if (!isText()) failDocument(jsonOfFailure(failure));
   return failure.code;
 }
 

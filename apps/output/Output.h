@@ -11,6 +11,9 @@
 #include <string>
 #include <string_view>
 
+// {"code":3,"kind":"notFound","message":…}
+JSON jsonOfFailure(const Failure& failure);
+
 class Output {
  public:
   Output(Sink& sink, const OutputOptions& options);  // the sink must outlive it
@@ -40,6 +43,7 @@ class Output {
 
   // --- Messages; on a terminal nothing in them can steer it ---
   void error(std::string_view message, std::string_view nextStep = {});
+  void error(const Failure& failure);
   void warning(std::string_view message, std::string_view nextStep = {});
   void note(std::string_view message);     // not with --quiet
   void comment(std::string_view message);  // only with --verbose

@@ -56,9 +56,7 @@ void Progress::begin(std::string_view phase, std::optional<int64_t> total) {
   m_done = 0;
   m_path.clear();
   m_phaseBegan = Clock::now();
-  m_isCurrentShown = false;
-  const bool isFirst = !m_lastShown;
-  if (isFirst || Clock::now() - *m_lastShown >= kInterval) show();
+  show();
 }
 
 void Progress::step(int64_t done, std::string_view path) {
@@ -66,12 +64,11 @@ void Progress::step(int64_t done, std::string_view path) {
   m_done = done;
   m_path = path;
   m_isCurrentShown = false;
-  if (Clock::now() - *m_lastShown >= kInterval) show();
+  if (Clock::now() - m_lastShown >= kInterval) show();
 }
 
 void Progress::end() {
-  const bool isWorkItself = m_phase == "index" || m_phase == "remove";
-  if (isShown() && isWorkItself && !m_isCurrentShown) show();
+  if (isShown() && !m_isCurrentShown) show();
   m_output.setStatusLine({});
 }
 

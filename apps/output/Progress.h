@@ -1,5 +1,5 @@
 // Tells among the messages how far a long command is: a line of the terminal, plain lines, or lines of JSON; at most
-// ten a second, the first and the last always. Says nothing when nobody wants it.
+// ten a second, the first and the last of every phase always. Says nothing when nobody wants it.
 #pragma once
 
 #include <chrono>
@@ -35,6 +35,6 @@ class Progress {
   int64_t m_done = 0;
   std::string m_path;
   Clock::time_point m_phaseBegan;
-  std::optional<Clock::time_point> m_lastShown;
+  Clock::time_point m_lastShown;
   bool m_isCurrentShown = false;
 };

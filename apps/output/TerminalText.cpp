@@ -69,6 +69,15 @@ std::string_view endOfWidth(std::string_view text, size_t width) {
   return text.substr(start);
 }
 
+// With the last `endWidth` columns of the text.
+std::string cutBeforeEnd(std::string_view text, size_t width, size_t endWidth) {
+  if (displayWidth(text) <= width) return std::string(text);
+  if (width == 0) return {};
+  const std::string_view end = endOfWidth(text, endWidth);
+  const std::string_view beginning = beginningOfWidth(text, width - 1 - displayWidth(end));
+  return std::string(beginning).append(kEllipsis).append(end);
+}
+
 }  // namespace
 
 std::string printable(std::string_view text) {
@@ -101,11 +110,11 @@ size_t displayWidth(std::string_view text) {
 
 std::string cutToWidth(std::string_view text, size_t width) {
   constexpr size_t kLongestEnd = 10;
-  if (displayWidth(text) <= width) return std::string(text);
-  if (width == 0) return {};
-  const std::string_view end = endOfWidth(text, std::min(width / 3, kLongestEnd));
-  const std::string_view beginning = beginningOfWidth(text, width - 1 - displayWidth(end));
-  return std::string(beginning).append(kEllipsis).append(end);
+  return cutBeforeEnd(text, width, std::min(width / 3, kLongestEnd));
+}
+
+std::string cutPathToWidth(std::string_view path, size_t width) {
+  return cutBeforeEnd(path, width, width - width / 3 - std::min<size_t>(width, 1));
 }
 
 std::string paddedToWidth(std::string_view text, size_t width) {
@@ -117,4 +126,20 @@ std::string paddedToWidth(std::string_view text, size_t width) {
 std::string paddedLeftToWidth(std::string_view text, size_t width) {
   const std::string cut = cutToWidth(text, width);
   return std::string(width - displayWidth(cut), ' ') + cut;
+}
+
+std::vector<std::string> wrappedToWidth(std::string_view text, size_t width) {
+  std::vector<std::string> lines;
+  while (!text.empty()) {
+    const size_t blank = text.find(' ');
+    const std::string_view word = text.substr(0, blank);
+    text.remove_prefix(blank == std::string_view::npos ? text.size() : blank + 1);
+    if (word.empty()) continue;
+    if (lines.empty() || displayWidth(lines.back()) + 1 + displayWidth(word) > width) {
+      lines.emplace_back(word);
+    } else {
+      lines.back().append(" ").append(word);
+    }
+  }
+  return lines;
 }

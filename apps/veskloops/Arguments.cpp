@@ -1,13 +1,16 @@
 #include "Arguments.h"
 
+#include "English.h"
 #include "Failure.h"
 #include "Signals.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -22,6 +25,32 @@ bool needsMark(std::string_view argument) {
 
 std::string unmarked(const std::string& argument) {
   return argument.starts_with(kMark) ? argument.substr(1) : argument;
+}
+
+// The first word that is neither an option nor an option's value.
+const CLI::App* commandAmong(const std::vector<std::string>& arguments, const CLI::App& app) {
+  for (size_t index = 0; index < arguments.size(); ++index) {
+    const std::string& argument = arguments[index];
+    if (argument.starts_with('-')) {
+      const auto* option = app.get_option_no_throw(argument);
+      if (option != nullptr && option->get_type_size() > 0) ++index;
+      continue;
+    }
+    const auto found = app.get_subcommands([&](const CLI::App* each) { return each->get_name() == argument; });
+    return found.empty() ? nullptr : found.front();
+  }
+  return nullptr;
+}
+
+// Text with a blank that is no value, and letters behind one "-" of which not each is an option. What begins with "--"
+// may be a mistyped option, and must not become a comment.
+bool cannotBeOptions(std::string_view argument, const CLI::App& app, const CLI::App& command) {
+  if (argument.substr(0, argument.find('=')).find(' ') != std::string_view::npos) return true;
+  if (argument.starts_with("--")) return false;
+  return !std::all_of(argument.begin() + 1, argument.end(), [&](char letter) {
+    const std::string name = {'-', letter};
+    return app.get_option_no_throw(name) != nullptr || command.get_option_no_throw(name) != nullptr;
+  });
 }
 
 CLI::Option* addRaw(CLI::App& app, const std::string& name, const std::string& description,
@@ -65,17 +94,21 @@ class StandardInputList {
 
 }  // namespace
 
-std::vector<std::string> markedArguments(int count, char** arguments) {
+std::vector<std::string> markedArguments(int count, char** arguments, const CLI::App& app,
+                                         std::string_view textCommand) {
+  const std::vector<std::string> given(arguments + std::min(count, 1), arguments + count);
+  const CLI::App* command = commandAmong(given, app);
+  const bool takesText = command != nullptr && command->get_name() == textCommand;
   std::vector<std::string> marked;
   bool isBehindOptions = false;
-  for (int index = 1; index < count; ++index) {
-    const std::string argument = arguments[index];
+  for (const auto& argument : given) {
     if (argument == "--" && !isBehindOptions) {
       isBehindOptions = true;  // the parser would take it for the end of the command
       continue;
     }
-    const bool looksLikeOption = isBehindOptions && argument.size() > 1 && argument.starts_with('-');
-    marked.push_back(looksLikeOption || needsMark(argument) ? kMark + argument : argument);
+    const bool looksLikeOption = argument.size() > 1 && argument.starts_with('-');
+    const bool isText = looksLikeOption && (isBehindOptions || (takesText && cannotBeOptions(argument, app, *command)));
+    marked.push_back(isText || needsMark(argument) ? kMark + argument : argument);
   }
   return marked;
 }
@@ -103,6 +136,42 @@ CLI::Option* addArguments(CLI::App& app, const std::string& name, std::vector<st
   return addTexts(app, name, target, description, "")->allow_extra_args(true);
 }
 
+CLI::Option* addChoice(CLI::App& app, const std::string& name, const std::vector<std::string>& words,
+                       const std::string& description, const std::function<void(const std::string&)>& choose) {
+  return app.add_option_function<std::string>(name, choose, description)
+      ->type_name("WORD")
+      ->check([words](const std::string& given) {
+        const std::string word = unmarked(given);
+        const bool isKnown = std::find(words.begin(), words.end(), word) != words.end();
+        return isKnown ? std::string() : fmt::format("must be {}, not \"{}\"", listed(words, "or"), word);
+      });
+}
+
+CLI::Option* addNumber(CLI::App& app, const std::string& name, NumberSpan span, const std::string& description,
+                       const std::function<void(int64_t)>& choose) {
+  const bool isOpen = span.highest == NumberSpan().highest;
+  const std::string range = isOpen ? fmt::format("a number from {} up", span.lowest)
+                                   : fmt::format("a number from {} to {}", span.lowest, span.highest);
+  return addRaw(app, name, description, "N",
+                [choose](const CLI::results_t& results) {
+                  choose(decimalNumber(results.front()).value_or(0));
+                  return true;
+                })
+      ->check([span, range](const std::string& given) {
+        const std::string text = unmarked(given);
+        const auto number = decimalNumber(text);
+        const bool fits = number && *number >= span.lowest && *number <= span.highest;
+        return fits ? std::string() : fmt::format("must be {}, not \"{}\"", range, text);
+      });
+}
+
+std::optional<int64_t> decimalNumber(std::string_view text) {
+  int64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
 std::string absolutePath(std::string_view path) {
   namespace fs = std::filesystem;
   std::error_code error;
@@ -122,6 +191,11 @@ std::string absolutePath(std::string_view path) {
   return result.string();
 }
 
+std::string messageForMissing(const std::string& path, std::string otherwise) {
+  std::error_code error;
+  return std::filesystem::is_symlink(path, error) ? "the link leads nowhere" : std::move(otherwise);
+}
+
 void addPathList(CLI::App& app, PathListOptions& target, const std::string& name, const std::string& description) {
   addArguments(app, name, target.arguments, description + "; - reads a list of them from standard input");
   app.add_flag("-0,--null", target.isNullSeparated, "The list on standard input is separated by NUL characters");
@@ -133,7 +207,7 @@ bool readsStandardInput(const PathListOptions& list) {
 
 void checkPathList(const PathListOptions& list) {
   if (!list.isNullSeparated || readsStandardInput(list)) return;
-  throw usageFailure("--null is about a list on standard input, and there is none", "Add - to the arguments.");
+  throw usageFailure("--null needs a list on standard input", "Put - among the arguments to read one.");
 }
 
 void forEachEntry(const PathListOptions& list, const EntryHandler& handler) {

@@ -5,7 +5,9 @@
 #include <CLI/App.hpp>
 #include <CLI/Option.hpp>
 
+#include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,7 +16,9 @@
 // The program's arguments, without its name, in the form in which they have to be given to the argument parser: it
 // takes words such as "[a,b]" and "++", and those with a "-" behind "--", for its own syntax unless they are marked.
 // The functions below take the marks off again.
-std::vector<std::string> markedArguments(int count, char** arguments);
+// So are the words behind the command `textCommand` that begin with "-" and cannot be options: they are its text.
+std::vector<std::string> markedArguments(int count, char** arguments, const CLI::App& app,
+                                         std::string_view textCommand);
 
 CLI::Option* addText(CLI::App& app, const std::string& name, std::optional<std::string>& target,
                      const std::string& description, const std::string& valueName = "TEXT");
@@ -25,9 +29,24 @@ CLI::Option* addTexts(CLI::App& app, const std::string& name, std::vector<std::s
 CLI::Option* addArguments(CLI::App& app, const std::string& name, std::vector<std::string>& target,
                           const std::string& description);
 
+// What has to be one of `words`; the complaint lists them.
+CLI::Option* addChoice(CLI::App& app, const std::string& name, const std::vector<std::string>& words,
+                       const std::string& description, const std::function<void(const std::string&)>& choose);
+// A whole number from `lowest` to `highest`.
+struct NumberSpan {
+  int64_t lowest = 0;
+  int64_t highest = std::numeric_limits<int64_t>::max();
+};
+CLI::Option* addNumber(CLI::App& app, const std::string& name, NumberSpan span, const std::string& description,
+                       const std::function<void(int64_t)>& choose);
+std::optional<int64_t> decimalNumber(std::string_view text);
+
 // Absolute, without "." and empty parts and without a trailing "/". Links stay as they are, except before a "..", which
 // means the folder above the link's target, as it does for the system. Touches the disk only for "..".
 std::string absolutePath(std::string_view path);
+
+// What to say of a path where there is nothing: `otherwise`, unless a link stands there that leads nowhere.
+std::string messageForMissing(const std::string& path, std::string otherwise);
 
 struct PathListOptions {
   std::vector<std::string> arguments;  // "-" stands for a list on standard input

@@ -4,8 +4,7 @@
 #include "Consent.h"
 #include "Database.h"
 #include "English.h"
-#include "Output.h"
-#include "TerminalText.h"
+#include "PackageList.h"
 
 #include <fmt/format.h>
 
@@ -22,44 +21,17 @@ struct CratesArguments {
   bool yes = false;
 };
 
-JSON jsonOfPackage(const LCPackage& package) {
-  return {{"identifier", package.identifier},
-          {"name", package.name},
-          {"manufacturer", package.manufacturer},
-          {"virtual", package.isVirtual},
-          {"loops", package.loopCount}};
-}
+enum class Detail { line, properties };
 
-std::string tableLine(std::string_view name, std::string_view manufacturer, std::string_view loops,
-                      std::string_view identifier) {
-  return fmt::format("{}  {}  {}  {}", paddedToWidth(name, 28), paddedToWidth(manufacturer, 18),
-                     paddedLeftToWidth(loops, 8), identifier);
-}
-
-void print(Output& output, const LCPackage& package) {
-  const std::string count = std::to_string(package.loopCount);
-  if (output.resultIsOnTerminal()) {
-    output.text(
-        tableLine(printable(package.name), printable(package.manufacturer), count, printable(package.identifier)));
-  } else {
-    output.text(fmt::format("{}\t{}\t{}\t{}\t{}", onOneLine(package.identifier), onOneLine(package.name),
-                            onOneLine(package.manufacturer), package.isVirtual ? "virtual" : "", count));
-  }
-}
-
-int report(Output& output, const std::vector<LCPackage>& packages, bool isDryRun = false) {
-  if (output.resultIsOnTerminal()) {
-    output.text(output.emphasized(tableLine("Name", "Manufacturer", "Loops", "Identifier")));
-  }
+int report(Output& output, const std::vector<LCPackage>& packages, Detail detail = Detail::line,
+           bool isDryRun = false) {
   output.beginDocument("veskloops.crates/1");
   output.beginList("crates");
-  for (const auto& package : packages) {
-    output.item(jsonOfPackage(package));
-    print(output, package);
-  }
+  for (const auto& package : packages) output.item(jsonOfPackage(package));
   output.endList();
   if (isDryRun) output.field("dryRun", true);
   output.endDocument();
+  detail == Detail::properties ? printPackagesInDetail(output, packages) : printPackages(output, packages);
   if (isDryRun && output.resultIsOnTerminal()) output.note("dry run: nothing was changed");
   return kExitDone;
 }
@@ -83,23 +55,32 @@ std::unique_ptr<LCCatalog> openForChange(const Context& context, const CratesArg
 // --- The commands ---
 
 int listPackages(Context& context) {
-  return report(context.output, valueOf(openForReading(context)->packages()));
+  Output& output = context.output;
+  const auto packages = valueOf(openForReading(context)->packages());
+  report(output, packages);
+  if (output.isText() && output.resultIsOnTerminal()) output.note(counted(std::ssize(packages), "package"));
+  return kExitDone;
 }
 
 int showPackages(Context& context, const CratesArguments& arguments) {
   requireNames(arguments, "show");
-  return report(context.output, namedPackages(*openForReading(context), arguments.names));
+  report(context.output, namedPackages(*openForReading(context), arguments.names), Detail::properties);
+  if (context.output.isText() && context.output.resultIsOnTerminal()) {
+    context.output.note("veskloops search --crate NAME lists the loops of a package");
+  }
+  return kExitDone;
 }
 
 int createPackage(Context& context, const CratesArguments& arguments) {
   requireNames(arguments, "create");
-  if (arguments.names.size() > 1) throw usageFailure("crates create makes one at a time", "Quote a name with blanks.");
+  if (arguments.names.size() > 1)
+    throw usageFailure("crates create makes one package at a time", "Put quotes around a name with blanks.");
   const LCNewPackage package{.name = arguments.names.front(),
                              .manufacturer = arguments.manufacturer,
                              .identifier = arguments.identifier,
                              .isVirtual = arguments.isVirtual};
   const auto made = valueOf(openForChange(context, arguments)->createPackage(package, arguments.dryRun));
-  return report(context.output, {made}, arguments.dryRun);
+  return report(context.output, {made}, Detail::line, arguments.dryRun);
 }
 
 // All are found before the first one is removed.
@@ -108,10 +89,10 @@ int removePackages(Context& context, const CratesArguments& arguments) {
   const auto catalog = openForChange(context, arguments);
   const auto packages = namedPackages(*catalog, arguments.names);
   if (!arguments.dryRun && !arguments.yes) {
-    requireConsent(context.output, counted(packages.size(), "package"), "Its loops stay.");
+    requireConsent(context.output, counted(packages.size(), "package"), "The loops stay.");
   }
   for (const auto& package : packages) valueOf(catalog->removePackage(package.identifier, arguments.dryRun));
-  return report(context.output, packages, arguments.dryRun);
+  return report(context.output, packages, Detail::line, arguments.dryRun);
 }
 
 // --- Their arguments ---
@@ -121,23 +102,24 @@ CLI::App* addCommand(CLI::App& app, const std::string& name, const std::string& 
 }
 
 void addDryRun(CLI::App& app, CratesArguments& arguments) {
-  app.add_flag("-n,--dry-run", arguments.dryRun, "Only tell what would be done");
+  app.add_flag("-n,--dry-run", arguments.dryRun, "Only show what would be done");
 }
 
 }  // namespace
 
 CommandRunner addCratesCommand(CLI::App& app) {
   auto arguments = std::make_shared<CratesArguments>();
-  addCommand(app, "list", "List them; the same as crates alone");
-  CLI::App* show = addCommand(app, "show", "List those that are named");
+  addCommand(app, "list", "List the packages, as crates alone does");
+  CLI::App* show = addCommand(app, "show", "Show what is known of packages");
   addArguments(*show, "CRATE", arguments->names, "Names or identifiers");
-  CLI::App* create = addCommand(app, "create", "Make one without loops; index --crate fills it");
+  CLI::App* create = addCommand(app, "create", "Make an empty package; index --crate fills it");
   addArguments(*create, "NAME", arguments->names, "Its name");
-  addText(*create, "--manufacturer", arguments->manufacturer, "Who made it; else \"User Loops\"", "NAME");
-  addText(*create, "--identifier", arguments->identifier, "Else made of manufacturer and name", "ID");
+  addText(*create, "--manufacturer", arguments->manufacturer, "Who made it (default: User Loops)", "NAME");
+  addText(*create, "--identifier", arguments->identifier, "Its identifier (default: made of manufacturer and name)",
+          "ID");
   create->add_flag("--virtual", arguments->isVirtual, "Mark it as virtual");
   addDryRun(*create, *arguments);
-  CLI::App* remove = addCommand(app, "remove", "Remove them; their loops stay");
+  CLI::App* remove = addCommand(app, "remove", "Remove packages; their loops stay in the database");
   addArguments(*remove, "CRATE", arguments->names, "Names or identifiers");
   addDryRun(*remove, *arguments);
   remove->add_flag("-y,--yes", arguments->yes, "Do not ask");

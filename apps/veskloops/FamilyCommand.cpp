@@ -3,15 +3,9 @@
 #include "Arguments.h"
 #include "Database.h"
 #include "LoopArguments.h"
-#include "LoopJSON.h"
-#include "Output.h"
-#include "TerminalText.h"
+#include "LoopLists.h"
 #include "VeskLoopManagement/platform/Text.h"
 
-#include <fmt/format.h>
-
-#include <algorithm>
-#include <filesystem>
 #include <memory>
 
 namespace {
@@ -22,28 +16,6 @@ struct FamilyArguments {
   bool print0 = false;
 };
 
-JSON jsonOfMember(const LCCatalogLoop& member, bool isGiven) {
-  JSON object = jsonOfLoop(member);
-  object["isGiven"] = isGiven;
-  return object;
-}
-
-void printList(Output& output, const std::vector<LCCatalogLoop>& members, int64_t givenId) {
-  size_t width = 0;
-  for (const auto& member : members) width = std::max(width, displayWidth(printable(member.fileName)));
-  for (const auto& member : members) {
-    const std::string folder = std::filesystem::path(member.place.path()).parent_path();
-    output.text(fmt::format("{} {}  {}", member.place.id == givenId ? '*' : ' ',
-                            paddedToWidth(printable(member.fileName), width), output.faint(printable(folder))));
-  }
-}
-
-void printPaths(Output& output, std::vector<LCCatalogLoop> members, const FamilyArguments& arguments, int64_t givenId) {
-  std::stable_partition(members.begin(), members.end(),
-                        [&](const LCCatalogLoop& member) { return member.place.id == givenId; });
-  for (const auto& member : members) output.rawText(member.place.path() + (arguments.print0 ? '\0' : '\n'));
-}
-
 int runFamily(Context& context, const FamilyArguments& arguments) {
   if (arguments.loops.size() != 1) throw usageFailure("family needs one loop", "See veskloops help family.");
   const LCLoopReference reference = loopArgument(arguments.loops.front());
@@ -51,7 +23,7 @@ int runFamily(Context& context, const FamilyArguments& arguments) {
   const auto catalog = openForReading(context);
   const LCCatalogLoop given = valueOf(catalog->loop(reference));
   const bool hasKey = given.rootNote > 0;
-  if (arguments.inKey && !hasKey) output.note("the loop has no key; its variants of every key are listed");
+  if (arguments.inKey && !hasKey) output.note("the loop has no key; its variants in every key are listed");
   const auto rootNote = arguments.inKey && hasKey ? std::optional(given.rootNote) : std::nullopt;
   const auto family = valueOf(catalog->family(given.place.id, rootNote));
 
@@ -60,13 +32,13 @@ int runFamily(Context& context, const FamilyArguments& arguments) {
   output.field("total", family.members.size());
   output.field("offset", 0);
   output.beginList("loops");
-  for (const auto& member : family.members) output.item(jsonOfMember(member, member.place.id == given.place.id));
+  for (const auto& member : family.members) output.item(jsonOfMember(member, given.place.id));
   output.endList();
   output.endDocument();
   if (output.resultIsOnTerminal() && !arguments.print0) {
-    printList(output, family.members, given.place.id);
+    printFamilyTable(output, family.members, given.place.id);
   } else {
-    printPaths(output, family.members, arguments, given.place.id);
+    printFamilyPaths(output, family.members, given.place.id, std::string(1, arguments.print0 ? '\0' : '\n'));
   }
   return kExitDone;
 }
@@ -75,12 +47,12 @@ int runFamily(Context& context, const FamilyArguments& arguments) {
 
 CommandRunner addFamilyCommand(CLI::App& app) {
   auto arguments = std::make_shared<FamilyArguments>();
-  addArguments(app, "LOOP", arguments->loops, "One of the variants; where paths are printed, its own stands first");
+  addArguments(app, "LOOP", arguments->loops, "One of the variants; where paths are printed, its own comes first");
   app.add_flag("--key", arguments->inKey, "Only variants in the loop's key or two semitones around it, or without key");
   app.add_flag("--print0", arguments->print0, "End every path with a NUL character");
   return [arguments](Context& context) {
     if (arguments->print0 && context.options.format != ResultFormat::text) {
-      throw usageFailure("--print0 excludes --json and --jsonl");
+      throw usageFailure("--print0 does not go together with --json or --jsonl");
     }
     return runFamily(context, *arguments);
   };

@@ -41,7 +41,7 @@ int runFolders(Context& context, const FoldersArguments& arguments) {
 
 CommandRunner addFoldersCommand(CLI::App& app) {
   auto arguments = std::make_shared<FoldersArguments>();
-  app.add_subcommand("list", "List them; the same as folders alone")->fallthrough();
+  app.add_subcommand("list", "List the remembered folders, as folders alone does")->fallthrough();
   auto* add = app.add_subcommand("add", "Remember folders without indexing them")->fallthrough();
   addArguments(*add, "DIR", arguments->added, "The folders")->required();
   auto* remove = app.add_subcommand("remove", "Forget folders; their loops stay in the database")->fallthrough();

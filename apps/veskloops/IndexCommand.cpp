@@ -70,12 +70,13 @@ class ScanPrinter : public LCScanObserver {
 void requireExistingPaths(const PathListOptions& paths) {
   for (const auto& argument : paths.arguments) {
     std::error_code error;
-    if (argument == "-" || std::filesystem::exists(absolutePath(argument), error)) continue;
+    const std::string path = absolutePath(argument);
+    if (argument == "-" || std::filesystem::exists(path, error)) continue;
     throw Failure{.code = kExitNotFound,
                   .kind = "notFound",
-                  .message = "no such file or folder",
+                  .message = messageForMissing(path, "no such file or folder"),
                   .subject = argument,
-                  .nextStep = "Rows of files that are gone are taken out by veskloops remove."};
+                  .nextStep = "Loops whose files are gone are taken out with veskloops remove."};
   }
 }
 
@@ -150,7 +151,7 @@ int runIndex(Context& context, const IndexArguments& arguments) {
 
   if (const std::string groups = identityGroupsText(report.sameIdentity); !groups.empty()) output.warning(groups);
   if (report.isInterrupted) {
-    output.warning("interrupted; what was finished is kept", "Run the same command again to go on.");
+    output.warning("interrupted; what was finished is kept", "Run the same command again to finish.");
   }
   if (!output.isQuiet()) output.text(summary(report, arguments));
   if (report.isInterrupted) return kExitSignalBase + InterruptionGuard::signalNumber();
@@ -162,24 +163,23 @@ int runIndex(Context& context, const IndexArguments& arguments) {
 CommandRunner addIndexCommand(CLI::App& app) {
   auto arguments = std::make_shared<IndexArguments>();
   addPathList(app, arguments->paths, "PATH",
-              "Files and folders with loops, which are remembered; none: the remembered folders again");
-  addText(app, "--crate", arguments->crate, "Put the loops into this content package; a new name makes a new one",
+              "Files and folders with loops; folders are remembered, and indexed again when no PATH is given");
+  addText(app, "--crate", arguments->crate, "Put the loops into this content package; a new name makes a new package",
           "ID|NAME");
   auto* copyTo = addText(app, "--copy-to", arguments->copyTo,
                          "Copy the loops into this folder and index the copies; nothing is overwritten", "DIR");
   app.add_flag("--move", arguments->move, "Move them there instead")->needs(copyTo);
-  app.add_flag("--prune", arguments->prune, "Take out the loops of these folders whose files are gone");
+  app.add_flag("--prune", arguments->prune, "Also take out the loops of these folders whose files are gone");
   app.add_flag("--no-path-keywords", arguments->noPathKeywords, "Take no keywords from file and folder names");
   app.add_flag("--tagged-only", arguments->taggedOnly,
-               "Leave out files that neither themselves nor by their path tell a tag");
-  app.add_flag("--hidden", arguments->hidden, "Take files and folders whose names begin with a dot, too");
-  app.add_option("--batch", arguments->batchSize, "Write to the database after every N loops")
-      ->type_name("N")
-      ->check(CLI::Range(int64_t{1}, int64_t{1000000}))
-      ->capture_default_str();
+               "Leave out files that have no tags, neither in themselves nor by the words of their paths");
+  app.add_flag("--hidden", arguments->hidden, "Also take files and folders whose names begin with a dot");
+  addNumber(app, "--batch", {1, 1000000}, "Write to the database after every N loops", [=](int64_t number) {
+    arguments->batchSize = number;
+  })->default_str(std::to_string(arguments->batchSize));
   addTexts(app, "--exclude", arguments->excludedPatterns,
-           "Leave out names that match, or paths below PATH when the pattern has a /; repeatable", "GLOB");
-  app.add_flag("-n,--dry-run", arguments->dryRun, "Only tell what would be done");
+           "Leave out names that match; a pattern with / is for paths below PATH; repeatable", "GLOB");
+  app.add_flag("-n,--dry-run", arguments->dryRun, "Only show what would be done");
   return [arguments](Context& context) {
     if (arguments->paths.arguments.empty() && arguments->copyTo) {
       throw usageFailure("--copy-to needs a file or folder to copy", "See veskloops help index.");

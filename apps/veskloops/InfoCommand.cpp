@@ -37,7 +37,9 @@ class InfoRun {
   int run();
 
  private:
+  std::vector<Subject> subjectsFor(const std::vector<std::string>& entries);
   Subject subjectFor(const LCLoopReference& reference);
+  void addNotFound();
   JSON describe(const Subject& subject);
   void addFile(JSON& object, const Subject& subject);
   void addChunks(JSON& object, const Subject& subject);
@@ -49,18 +51,18 @@ class InfoRun {
   Output& m_output;
   const InfoArguments& m_arguments;
   std::unique_ptr<LCCatalog> m_catalog;  // null without a database
+  std::vector<Failure> m_notFound;
   bool m_anyFailed = false;
 };
 
 int InfoRun::run() {
-  std::vector<LCLoopReference> references;
+  std::vector<std::string> entries;
   forEachEntry(m_arguments.loops, [&](const std::string& entry, bool) {
-    references.push_back(loopArgument(entry));
+    entries.push_back(entry);
     return true;
   });
   m_catalog = openForReadingIfPossible(m_context);
-  std::vector<Subject> subjects;
-  for (const auto& reference : references) subjects.push_back(subjectFor(reference));
+  const std::vector<Subject> subjects = subjectsFor(entries);
 
   m_output.beginDocument("veskloops.info/1");
   m_output.beginList("files");
@@ -71,8 +73,33 @@ int InfoRun::run() {
     if (m_output.isText()) print(object);
   }
   m_output.endList();
+  addNotFound();
   m_output.endDocument();
+  if (!m_notFound.empty()) return kExitNotFound;
   return m_anyFailed ? kExitSomeFilesFailed : kExitDone;
+}
+
+// Of several, those that are found are answered though others are not.
+std::vector<Subject> InfoRun::subjectsFor(const std::vector<std::string>& entries) {
+  const bool isSingle = entries.size() == 1 && !readsStandardInput(m_arguments.loops);
+  std::vector<Subject> subjects;
+  for (const auto& entry : entries) {
+    try {
+      subjects.push_back(subjectFor(loopArgument(entry)));
+    } catch (const Failure& failure) {
+      if (isSingle || failure.code == kExitDatabase) throw;
+      m_output.error(failure);
+      m_notFound.push_back(failure);
+    }
+  }
+  return subjects;
+}
+
+void InfoRun::addNotFound() {
+  if (m_notFound.empty()) return;
+  m_output.beginList("errors");
+  for (const auto& failure : m_notFound) m_output.item(jsonOfFailure(failure), "error");
+  m_output.endList();
 }
 
 Subject InfoRun::subjectFor(const LCLoopReference& reference) {
@@ -86,11 +113,12 @@ Subject InfoRun::subjectFor(const LCLoopReference& reference) {
   const std::string path = reference.url ? reference.url->path() : std::string();
   std::error_code error;
   if (!reference.url || !std::filesystem::exists(path, error)) {
-    throw failureFrom(failure.value_or(
-        LCFailure{.kind = LCFailureKind::notFound, .message = "no such loop", .subject = reference.text}));
+    throw failureFrom(failure.value_or(LCFailure{.kind = LCFailureKind::notFound,
+                                                 .message = messageForMissing(path, "no such loop"),
+                                                 .subject = reference.text}));
   }
   if (std::filesystem::is_directory(path, error)) {
-    throw usageFailure(fmt::format("{} is a folder", reference.text), "info is about single files.");
+    throw usageFailure(fmt::format("{} is a folder", reference.text), "Name the files in it.");
   }
   return {.place = {.urlText = reference.url->absoluteString()}};
 }
@@ -164,10 +192,10 @@ void InfoRun::printFields(const std::string& path, const std::string& prefix, co
 
 CommandRunner addInfoCommand(CLI::App& app) {
   auto arguments = std::make_shared<InfoArguments>();
-  addPathList(app, arguments->loops, "LOOP", "Files, file URLs, or loops by name or id:NUMBER");
-  app.add_flag("--chunks", arguments->chunks, "List the chunks of the file, too");
+  addPathList(app, arguments->loops, "LOOP", "Files, file URLs, names of loops or id:NUMBER");
+  app.add_flag("--chunks", arguments->chunks, "Also list the chunks of the file");
   app.add_flag("--enhanced", arguments->enhanced,
-               "Read MIDI, generated-instrument, event and step-sequencer data, too (bytes in base 64)");
+               "Also read MIDI, generated-instrument, event and step-sequencer data (bytes in base 64)");
   return [arguments](Context& context) {
     if (arguments->loops.arguments.empty()) throw usageFailure("info needs a file or loop", "See veskloops help info.");
     checkPathList(arguments->loops);

@@ -55,17 +55,17 @@ int runKeywords(Context& context, const KeywordsArguments& arguments) {
 CommandRunner addKeywordsCommand(CLI::App& app) {
   auto arguments = std::make_shared<KeywordsArguments>();
   addArguments(app, "TEXT", arguments->words, "Only keywords with this text in their name");
-  addText(app, "--category", arguments->category,
-          fmt::format("Only of this category: {}", fmt::join(keywordKindWords(), ", ")), "WORD")
-      ->check(CLI::IsMember(keywordKindWords()));
-  auto* all = app.add_flag("--all", arguments->all, "Also the keywords that no loop carries");
+  addChoice(app, "--category", keywordKindWords(),
+            fmt::format("Only of this category: {}", listed(keywordKindWords(), "or")),
+            [=](const std::string& word) { arguments->category = word; });
+  auto* all = app.add_flag("--all", arguments->all, "Also list keywords that no loop carries");
   auto* available =
       app.add_flag("--available", arguments->available,
-                   "Those of the loops that a search finds, and how many of its loops carry them; all options "
+                   "List those of the loops that a search finds, and how many of them carry each; the filters "
                    "below say what is searched for")
           ->excludes(all);
   auto filters = addSearchFilters(app, arguments->filters);
-  filters.push_back(addTexts(app, "--text", arguments->filters.words, "What search takes as TEXT"));
+  filters.push_back(addTexts(app, "--text", arguments->filters.words, "As TEXT of search; repeatable"));
   for (auto* filter : filters) filter->needs(available)->group("Filters of --available");
   return [arguments](Context& context) { return runKeywords(context, *arguments); };
 }

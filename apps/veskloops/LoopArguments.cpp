@@ -5,26 +5,17 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
-
 namespace {
-
-std::optional<int64_t> decimalNumber(std::string_view text) {
-  int64_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
-  return number;
-}
 
 LCLoopReference referenceFor(const std::string& text) {
   if (text.starts_with("id:")) {
     const auto id = decimalNumber(std::string_view(text).substr(3));
-    if (!id) throw usageFailure(fmt::format("\"{}\" is no loop id", text), "Ids look like id:-123.");
+    if (!id) throw usageFailure(fmt::format("\"{}\" is not the id of a loop", text), "Ids look like id:-123.");
     return LCLoopReference::ofId(*id);
   }
   if (text.starts_with("file:")) {
     const auto url = vesk::URL::fromString(text);
-    if (!url) throw usageFailure(fmt::format("\"{}\" is no file URL", text), "Blanks stand as %20 in URLs.");
+    if (!url) throw usageFailure(fmt::format("\"{}\" is not a file URL", text), "In URLs a blank is written %20.");
     return LCLoopReference::ofURL(*url);
   }
   LCLoopReference reference = LCLoopReference::ofPath(absolutePath(text));

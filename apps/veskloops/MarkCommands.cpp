@@ -3,20 +3,14 @@
 #include "Arguments.h"
 #include "Database.h"
 #include "LoopArguments.h"
-#include "LoopJSON.h"
-#include "Output.h"
-#include "TerminalText.h"
+#include "LoopLists.h"
 
 #include <fmt/format.h>
 
-#include <filesystem>
 #include <memory>
 #include <unordered_set>
 
 namespace {
-
-constexpr std::string_view kStar = "★";
-constexpr size_t kNameWidth = 40;
 
 struct MarkArguments {
   PathListOptions loops;
@@ -37,36 +31,14 @@ std::vector<LCLoopPlace> namedLoops(LCCatalog& catalog, const std::vector<LCLoop
 
 // --- The result ---
 
-void print(Output& output, const LCMarkedLoop& loop) {
-  const LCLoopMarks& marks = loop.marks;
-  const std::string path = loop.place.path();
-  if (output.resultIsOnTerminal()) {
-    const std::string rating = marks.rating > 0 ? std::to_string(marks.rating) : "-";
-    const std::string name = paddedToWidth(printable(std::filesystem::path(path).filename().string()), kNameWidth);
-    std::string line =
-        fmt::format("{}  {}  {}  {}", marks.isFavorite ? kStar : " ", rating, name, printable(marks.comment));
-    output.text(line.erase(line.find_last_not_of(' ') + 1));
-  } else {
-    output.text(fmt::format("{}\t{}\t{}\t{}", onOneLine(path), marks.isFavorite ? "yes" : "no", marks.rating,
-                            onOneLine(marks.comment)));
-  }
-}
-
 void report(Output& output, const std::vector<LCMarkedLoop>& loops, bool isDryRun) {
   output.beginDocument("veskloops.marks/1");
   output.beginList("loops");
-  for (const auto& loop : loops) {
-    JSON object = jsonOfPlace(loop.place);
-    object["favorite"] = loop.marks.isFavorite;
-    object["rating"] = loop.marks.rating;
-    object["comment"] = loop.marks.comment;
-    object["changed"] = loop.isChanged;
-    output.item(object);
-    print(output, loop);
-  }
+  for (const auto& loop : loops) output.item(jsonOfMarkedLoop(loop));
   output.endList();
   output.field("dryRun", isDryRun);
   output.endDocument();
+  printMarkedLoops(output, loops);
   if (isDryRun && output.resultIsOnTerminal()) output.note("dry run: nothing was changed");
 }
 
@@ -87,9 +59,9 @@ int mark(Context& context, const MarkArguments& arguments, const LCMarkChange& c
 
 void addMarkOptions(CLI::App& app, MarkArguments& arguments, const std::string& mark, const std::string& clear,
                     const std::string& clearDescription) {
-  addPathList(app, arguments.loops, "LOOP", "Files, file URLs, or loops by name or id:NUMBER" + mark);
+  addPathList(app, arguments.loops, "LOOP", "Files, file URLs, names of loops or id:NUMBER" + mark);
   app.add_flag(clear, arguments.clear, clearDescription);
-  app.add_flag("-n,--dry-run", arguments.dryRun, "Only tell what would be marked");
+  app.add_flag("-n,--dry-run", arguments.dryRun, "Only show what would be marked");
 }
 
 void requireLoops(const MarkArguments& arguments, const std::string& command, const std::string& needs) {
@@ -107,14 +79,14 @@ std::string takeMark(MarkArguments& arguments) {
 
 int64_t ratingForWord(const std::string& word) {
   if (word.size() == 1 && word[0] >= '0' && word[0] <= '5') return word[0] - '0';
-  throw usageFailure(fmt::format("\"{}\" is no rating", word), "Ratings go from 0 to 5 and stand behind the loops.");
+  throw usageFailure(fmt::format("\"{}\" is not a rating", word), "Write the rating, from 0 to 5, after the loops.");
 }
 
 }  // namespace
 
 CommandRunner addFavoriteCommand(CLI::App& app) {
   auto arguments = std::make_shared<MarkArguments>();
-  addMarkOptions(app, *arguments, "", "--off", "Make them no favourites");
+  addMarkOptions(app, *arguments, "", "--off", "Unmark them instead");
   return [arguments](Context& context) {
     requireLoops(*arguments, "favorite", "a loop");
     return mark(context, *arguments, {.isFavorite = !arguments->clear});
@@ -123,8 +95,8 @@ CommandRunner addFavoriteCommand(CLI::App& app) {
 
 CommandRunner addRateCommand(CLI::App& app) {
   auto arguments = std::make_shared<MarkArguments>();
-  addMarkOptions(app, *arguments, ", and behind them the rating, 0 to 5", "--clear",
-                 "Take the rating away; there is no N then");
+  addMarkOptions(app, *arguments, ", followed by N, the rating from 0 to 5; 0 takes it away", "--clear",
+                 "Take the rating away; leave out N");
   return [arguments](Context& context) {
     MarkArguments loops = *arguments;
     const int64_t rating = loops.clear || loops.loops.arguments.empty() ? 0 : ratingForWord(takeMark(loops));
@@ -135,8 +107,8 @@ CommandRunner addRateCommand(CLI::App& app) {
 
 CommandRunner addCommentCommand(CLI::App& app) {
   auto arguments = std::make_shared<MarkArguments>();
-  addMarkOptions(app, *arguments, ", and behind them the comment; one that begins with - stands behind --", "--clear",
-                 "Take the comment away; there is no TEXT then");
+  addMarkOptions(app, *arguments, ", followed by TEXT, the comment; write -- before one that looks like an option",
+                 "--clear", "Take the comment away; leave out TEXT");
   return [arguments](Context& context) {
     MarkArguments loops = *arguments;
     const std::string comment = loops.clear ? "" : takeMark(loops);

@@ -154,10 +154,11 @@ int RemoveRun::report() {
 
 CommandRunner addRemoveCommand(CLI::App& app) {
   auto arguments = std::make_shared<RemoveArguments>();
-  addPathList(app, arguments->loops, "LOOP", "Files, folders, file URLs, or loops by name or id:NUMBER");
+  addPathList(app, arguments->loops, "LOOP",
+              "Files, folders, file URLs, names of loops or id:NUMBER; not needed with --missing or --crate");
   app.add_flag("--missing", arguments->missing, "Only loops whose files are gone");
   addText(app, "--crate", arguments->crate, "Only loops of this content package", "ID|NAME");
-  app.add_flag("-n,--dry-run", arguments->dryRun, "Only list what would be taken out");
+  app.add_flag("-n,--dry-run", arguments->dryRun, "Only show what would be taken out");
   app.add_flag("-y,--yes", arguments->yes, "Do not ask");
   return [arguments](Context& context) {
     if (arguments->loops.arguments.empty() && !arguments->missing && !arguments->crate) {

@@ -13,7 +13,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 
 namespace {
@@ -31,10 +30,6 @@ struct SearchArguments {
   bool print0 = false;
   bool failWhenEmpty = false;
 };
-
-std::string choices(const std::vector<std::string>& words) {
-  return fmt::format("{}", fmt::join(words, ", "));
-}
 
 struct SortWord {
   std::string_view word;
@@ -77,7 +72,7 @@ std::vector<LCSortKey> orderFor(const SearchArguments& arguments) {
     const auto key = sortKeyFor(part);
     if (!key) {
       throw usageFailure(fmt::format("loops cannot be sorted by \"{}\"", part),
-                         fmt::format("One of {}, with :desc for the other direction.", choices(sortWords())));
+                         fmt::format("Sort by {}, with :desc for the other direction.", listed(sortWords(), "or")));
     }
     order.push_back(*key);
   }
@@ -211,37 +206,31 @@ void SearchRun::printFacets() {
 
 CommandRunner addSearchCommand(CLI::App& app) {
   auto arguments = std::make_shared<SearchArguments>();
-  constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
   addArguments(
       app, "TEXT", arguments->filters.words,
-      "Words of the file name, or a part of the comment, title, author, collection, theme, or of the path below "
+      "Words in the file name, or a text in the comment, title, author, collection, theme, or in the path below "
       "the folder that was indexed");
   addSearchFilters(app, arguments->filters);
   auto* sort = addText(app, "--sort", arguments->sort,
-                       "Order: " + choices(sortWords()) + "; with :desc; several with commas", "KEY[:desc],…");
+                       "Sort by " + listed(sortWords(), "or") + ", with :desc the other way round; several with commas",
+                       "KEY[:desc],…");
   auto* random =
-      app.add_flag("--random", arguments->isRandom, "In random order, with --limit a random choice")->excludes(sort);
-  auto* limit = app.add_option("--limit", arguments->limit, "At most N loops; 0: all")
-                    ->type_name("N")
-                    ->check(CLI::Range(int64_t{0}, kMost))
-                    ->capture_default_str();
-  app.add_option("--offset", arguments->offset, "Pass over the first N")
-      ->type_name("N")
-      ->check(CLI::Range(int64_t{0}, kMost))
-      ->capture_default_str()
-      ->excludes(random);
-  app.add_option("--layout", arguments->layout, "The engine's variant")
-      ->type_name("WORD")
-      ->check(CLI::IsMember({"desktop", "mobile"}))
-      ->capture_default_str();
+      app.add_flag("--random", arguments->isRandom, "In random order; with --limit a random choice")->excludes(sort);
+  auto* limit = addNumber(app, "--limit", {}, "Show at most N loops; 0 shows all",
+                          [=](int64_t number) { arguments->limit = number; });
+  addNumber(app, "--offset", {}, "Leave out the first N loops", [=](int64_t number) {
+    arguments->offset = number;
+  })->excludes(random);
+  addChoice(app, "--layout", {"desktop", "mobile"}, "Variant of the search engine: desktop or mobile",
+            [=](const std::string& word) { arguments->layout = word; })
+      ->default_str(arguments->layout);
   auto* columns = addText(
       app, "--columns", arguments->columns,
-      "As text, show this of every loop, between tabs when piped: " + choices(columnWords()) + "; several with commas",
-      "COLUMN,…");
-  auto* count = app.add_flag("--count", arguments->onlyCount, "Only how many loops there are")->excludes(columns);
+      "Show these columns, between tabs when piped, several with commas: " + listed(columnWords(), "or"), "COLUMN,…");
+  auto* count = app.add_flag("--count", arguments->onlyCount, "Print only how many loops are found")->excludes(columns);
   auto* facets = app.add_flag("--facets", arguments->facets,
-                              "The keywords that would narrow the result, with the number of its loops that carry "
-                              "them: as text instead of the loops, in JSON behind them")
+                              "List the keywords that would narrow the result and how many of its loops carry each: "
+                              "as text instead of the loops, in JSON after them")
                      ->excludes(columns)
                      ->excludes(count)
                      ->excludes(limit);
@@ -252,7 +241,7 @@ CommandRunner addSearchCommand(CLI::App& app) {
   app.add_flag("--fail-empty", arguments->failWhenEmpty, "Exit with 3 when nothing is found");
   return [arguments](Context& context) {
     if (arguments->print0 && context.options.format != ResultFormat::text) {
-      throw usageFailure("--print0 excludes --json and --jsonl");
+      throw usageFailure("--print0 does not go together with --json or --jsonl");
     }
     return SearchRun(context, *arguments).run();
   };

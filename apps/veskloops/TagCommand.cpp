@@ -385,6 +385,19 @@ CLI::Option* addRunOption(CLI::App& app, const std::string& name, bool& isWanted
       ->expected(0, 1);
 }
 
+// Those of search. There what a person looks for may be near, or unknown of a loop; here the files are changed.
+std::vector<CLI::Option*> addTagFilters(CLI::App& app, SearchFilters& filters) {
+  filters.keyMatch = "exact";
+  auto options = addSearchFilters(app, filters);
+  CLI::Option* withKey = app.get_option("--with-key");
+  std::erase(options, withKey);
+  app.remove_option(withKey);
+  app.get_option("--key")->description("In this key, in any octave: Am, \"F# major\", Bb, C or 8A");
+  options.push_back(addTexts(app, "--text", filters.words, "As TEXT of search; repeatable"));
+  for (auto* option : options) option->group("Filters, instead of files");
+  return options;
+}
+
 }  // namespace
 
 CommandRunner addTagCommand(CLI::App& app) {
@@ -413,10 +426,9 @@ CommandRunner addTagCommand(CLI::App& app) {
                             "Give the files of a run, or of the last one, their former bytes back");
   addRunOption(app, "--history", arguments->wantsHistory, arguments->history, "List earlier runs, or the files of one")
       ->excludes(undo);
-  auto filters = addSearchFilters(app, arguments->filters);
-  filters.push_back(addTexts(app, "--text", arguments->filters.words, "As TEXT of search; repeatable"));
-  for (auto* filter : filters) filter->group("Filters, instead of files");
+  const auto filters = addTagFilters(app, arguments->filters);
   return [arguments, filters](Context& context) {
+    arguments->filters.withKey = arguments->filters.key.has_value();
     arguments->hasFilters =
         std::any_of(filters.begin(), filters.end(), [](const CLI::Option* filter) { return filter->count() > 0; });
     return runTag(context, *arguments);

@@ -6,6 +6,7 @@
 #include "Failure.h"
 #include "FamilyCommand.h"
 #include "FoldersCommand.h"
+#include "Help.h"
 #include "IndexCommand.h"
 #include "InfoCommand.h"
 #include "KeywordsCommand.h"
@@ -18,10 +19,12 @@
 #include "VeskLoopManagement/catalog/LCNearNames.h"
 #include "VeskLoopManagement/fileio/LCFileParser.h"
 #include "VeskLoopManagement/platform/Environment.h"
+#include "VeskLoopManagement/platform/Text.h"
 
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <memory>
@@ -29,11 +32,13 @@
 namespace {
 
 constexpr const char* kFooter =
-    "LOOP is a path, a file URL, id:NUMBER, or a file name or its beginning where one loop alone has it.\n"
-    "The options above stand before or behind the command.\n"
+    "LOOP is a path, a file URL, id:NUMBER, a file name, its beginning where one loop alone has it, or a name as the "
+    "table shortens it.\n"
+    "What stands in [ ] may be left out, and … means several. The options above may stand before or after the "
+    "command.\n"
     "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 not found, 4 some files failed, 5 database missing, locked, "
-    "damaged\n"
-    "or newer than this program, 130 and 143 interrupted.\n";
+    "damaged or newer than this program, 130 and 143 interrupted.\n"
+    "veskloops help COMMAND shows the help of a command.";
 
 // The library's messages go where the program's do.
 class ProgramEnvironment : public vesk::DefaultEnvironment {
@@ -52,15 +57,19 @@ struct Command {
 
 // The argument parser with everything that it fills.
 struct Program {
-  CLI::App app{"Index audio loops by their own tags and search them.", "veskloops"};
+  CLI::App app{"Index audio loops by their own tags and search them", "veskloops"};
   GlobalOptions options;
   std::vector<Command> commands;
   CLI::App* help = nullptr;
   std::vector<std::string> helpWords;
   bool wantsVersion = false;
+  std::shared_ptr<HelpFormatter> formatter;
 
-  Program() {
-    app.set_help_flag("-h,--help", "Show help");
+  explicit Program(const StreamTraits& result) {
+    constexpr size_t kWidth = 100;
+    formatter = std::make_shared<HelpFormatter>(result.isTerminal ? std::min(kWidth, result.columns) : kWidth);
+    app.formatter(formatter);
+    app.set_help_flag("-h,--help", "Show this help");
     app.require_subcommand(0, 1);
     app.footer(kFooter);
     addGlobalOptions();
@@ -77,7 +86,7 @@ struct Program {
     addCommand("tag", "Change the tags in loop files, and take changes back", addTagCommand);
     addCommand("crates", "List, make and remove content packages", addCratesCommand);
     help = app.add_subcommand("help", "Show the help of a command")->fallthrough();
-    addArguments(*help, "COMMAND", helpWords, "Which one");
+    addArguments(*help, "COMMAND", helpWords, "The command, with its own where it has some: crates show");
   }
 
   const Command* chosenCommand() const {
@@ -95,31 +104,22 @@ struct Program {
                                                                 {"always", ProgressStyle::always},
                                                                 {"never", ProgressStyle::never},
                                                                 {"json", ProgressStyle::json}};
-    addText(app, "--database", options.database, "The loop database; else VESKLOOPS_DATABASE, else the user's own",
-            "FILE")
+    addText(app, "--database", options.database,
+            "The loop database (default: the variable VESKLOOPS_DATABASE, else your own database)", "FILE")
         ->envname("VESKLOOPS_DATABASE");
     auto* json = app.add_flag_callback(
         "--json", [this] { options.format = ResultFormat::json; }, "Print one JSON document");
     app.add_flag_callback(
            "--jsonl", [this] { options.format = ResultFormat::jsonLines; }, "Print one JSON object per line")
         ->excludes(json);
-    auto* quiet = app.add_flag("-q,--quiet", options.quiet, "Only results, warnings and errors");
+    auto* quiet = app.add_flag("-q,--quiet", options.quiet, "Print only results, warnings and errors");
     app.add_flag("-v,--verbose", options.verbose, "Tell more")->excludes(quiet);
-    addChoice("--color", options.color, whenWords, "Colour: auto, always or never");
-    addChoice("--progress", options.progress, progressWords, "Progress: auto, always, never or json");
+    addChoice(app, "--color", {"auto", "always", "never"}, "Colour: auto, always or never",
+              [this, whenWords](const std::string& word) { options.color = whenWords.at(word); });
+    addChoice(app, "--progress", {"auto", "always", "never", "json"}, "Progress: auto, always, never or json",
+              [this, progressWords](const std::string& word) { options.progress = progressWords.at(word); });
     app.add_flag("--no-input", options.noInput, "Never ask");
-    app.add_flag("--version", wantsVersion, "Show versions");
-  }
-
-  template <typename T>
-  void addChoice(const std::string& name, T& target, const std::map<std::string, T>& words,
-                 const std::string& description) {
-    app.add_option_function<std::string>(
-           name, [&target, words](const std::string& word) { target = words.at(word); }, description)
-        ->type_name("WORD")
-        ->check([words](const std::string& word) {
-          return words.contains(word) ? std::string() : fmt::format("\"{}\" is none of the words", word);
-        });
+    app.add_flag("--version", wantsVersion, "Show the version");
   }
 
   void addCommand(const std::string& name, const std::string& description, CommandRunner (*add)(CLI::App&)) {
@@ -167,7 +167,7 @@ Failure unknownWord(const Program& program, const std::string& word) {
   failure.subject = word;
   if (word.starts_with('-') && !word.starts_with("--")) return failure;  // one letter is like any other
   if (command != nullptr && command->app->get_option_no_throw(word) != nullptr) {
-    failure.message = "an option of the command stands before it";
+    failure.message = "an option of the command must stand after it";
     failure.nextStep = fmt::format("Write veskloops {} {} …", command->app->get_name(), word);
     return failure;
   }
@@ -175,12 +175,30 @@ Failure unknownWord(const Program& program, const std::string& word) {
   return failure;
 }
 
+// What the parser says of options, in sentences.
+std::string messageFor(const CLI::ParseError& error) {
+  const std::string text = error.what();
+  const std::string option = text.substr(0, text.find_first_of(": "));
+  if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+    if (text.find("flag override") != std::string::npos) return option + " takes no value";
+    return option + (text.find("At Most") != std::string::npos ? " may be given only once" : " needs a value");
+  }
+  if (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr) return option + text.substr(option.size() + 1);
+  if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr) {
+    return vesk::text::replacingAll(text, " excludes ", " does not go together with ");
+  }
+  if (dynamic_cast<const CLI::RequiresError*>(&error) != nullptr) {
+    return vesk::text::replacingAll(text, " requires ", " needs ");
+  }
+  return text;
+}
+
 Failure failureFor(const Program& program, const CLI::ParseError& error) {
   if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
     const auto words = program.app.remaining(true);
     if (!words.empty()) return unknownWord(program, words.front());
   }
-  return usageFailure(error.what(), helpHint(program));
+  return usageFailure(messageFor(error), helpHint(program));
 }
 
 int showVersion(Context& context) {
@@ -204,22 +222,16 @@ int printHelp(Output& output, const std::string& text) {
   return kExitDone;
 }
 
-// The help of the whole program; the parser itself would show that of the command "help" now.
-std::string overview(const Program& program) {
-  return CLI::Formatter().make_help(&program.app, "veskloops", CLI::AppFormatMode::Normal);
-}
-
 int showHelp(Context& context, const Program& program) {
   const CLI::App* subject = &program.app;
-  std::string above = "veskloops";
+  std::string name = program.app.get_name();
   for (const auto& word : program.helpWords) {
     const auto found = subject->get_subcommands([&](const CLI::App* app) { return app->get_name() == word; });
     if (found.empty()) throw unknownWord(program, word);
-    if (subject != &program.app) above += " " + subject->get_name();
     subject = found.front();
+    name += " " + subject->get_name();
   }
-  const std::string text = subject == &program.app ? overview(program) : subject->help(above);
-  return printHelp(context.output, text);
+  return printHelp(context.output, program.formatter->make_help(subject, name, CLI::AppFormatMode::Normal));
 }
 
 int runChosen(Context& context, const Program& program) {
@@ -265,6 +277,6 @@ int main(int count, char** arguments) {
   LCFileParser::setAllowsSDIIFiles(true);
   std::signal(SIGPIPE, SIG_IGN);  // a reader that has enough must not end a run half way
   StandardStreams streams;
-  Program program;
-  return run(streams, program, markedArguments(count, arguments));
+  Program program(streams.resultTraits());
+  return run(streams, program, markedArguments(count, arguments, program.app, "comment"));
 }

@@ -21,7 +21,7 @@ LCFailure lc::databaseFailure(int sqliteStatus, std::string subject) {
               .nextStep = "Scan your folders again: the damaged file is put aside and a new one made."};
     default:
       return {.kind = LCFailureKind::databaseRefused,
-              .message = fmt::format("the loop database refuses ({})", sqlite3_errstr(sqliteStatus)),
+              .message = fmt::format("the loop database cannot be used ({})", sqlite3_errstr(sqliteStatus)),
               .subject = std::move(subject)};
   }
 }

@@ -27,6 +27,7 @@ lc::CatalogSession::CatalogSession(const std::string& databaseFile, const LCCata
 }
 
 lc::CatalogSession::Found lc::CatalogSession::search(const LCLoopQuery& query) {
+  requireNoReading();
   ++m_generation;
   m_folds.reset();
   m_hasResult = false;
@@ -62,6 +63,13 @@ void lc::CatalogSession::requireCurrent(int64_t generation) {
                       .message = generation == m_generation ? "the loop database has changed since the search"
                                                             : "another search has taken the place of this one",
                       .nextStep = "Search again."}};
+}
+
+void lc::CatalogSession::requireNoReading() const {
+  if (m_readingCount == 0) return;
+  throw CatalogError{{.kind = LCFailureKind::invalidRequest,
+                      .message = "a result of this catalog is being read",
+                      .nextStep = "Do it after the reading, or take a page of the result first."}};
 }
 
 const std::vector<LCFoldedFamily>& lc::CatalogSession::folds() {

@@ -37,8 +37,23 @@ class CatalogSession {
   // --- The result of the last search ---
   bool isCurrent(int64_t generation);
   void requireCurrent(int64_t generation);
-  const std::vector<LCFoldedFamily>& folds();  // made at the first question
+  bool hasResult() const { return m_hasResult; }  // the engine's result table is that of the last search
+  const std::vector<LCFoldedFamily>& folds();     // made at the first question
   std::vector<LCFacet> facets(LCFacetScope scope);
+
+  // Lives while rows of the result are handed on, one by one, to somebody who may turn to the catalog meanwhile.
+  class Reading {
+   public:
+    explicit Reading(CatalogSession& session) : m_count(session.m_readingCount) { ++m_count; }
+    Reading(const Reading&) = delete;
+    Reading& operator=(const Reading&) = delete;
+    ~Reading() { --m_count; }
+
+   private:
+    int& m_count;
+  };
+  // For what would wait for the end of the reading, and so for ever.
+  void requireNoReading() const;
 
  private:
   int64_t dataVersion();
@@ -52,7 +67,8 @@ class CatalogSession {
   LCStatement m_selectDataVersion;
   int64_t m_generation = 0;   // counts searches
   int64_t m_dataVersion = 0;  // when the last search was made
-  bool m_hasResult = false;   // the engine's result table is that of the last search; else nothing was found
+  bool m_hasResult = false;   // else nothing was found, and the table is an older one
+  int m_readingCount = 0;
   std::optional<std::vector<LCFoldedFamily>> m_folds;
 };
 

@@ -51,7 +51,7 @@ namespace fs = std::filesystem;
 void requireOurs(const std::string& file) {
   std::error_code error;
   if (fs::file_size(file, error) == 0 || lc::isOurDatabase(file)) return;
-  fail(LCFailureKind::databaseForeign, "this file is no loop database; it is left as it is", file,
+  fail(LCFailureKind::databaseForeign, "this file is not a loop database; it is left as it is", file,
        "Name another file.");
 }
 

@@ -1,10 +1,10 @@
 #include "catalog/DatabaseOwnership.h"
 
+#include "catalog/DatabaseKey.h"
 #include "database/DatabaseLocations.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
-#include "VeskLoopManagement/fileio/MurmurHash.h"
 #include "VeskLoopManagement/platform/Environment.h"
 
 #include <fmt/format.h>
@@ -19,9 +19,7 @@ namespace {
 // --- Remembered places: a file for each, named after the place, which it holds ---
 
 std::string noteOf(const std::string& resolvedFile) {
-  constexpr uint64_t kSeed = 7;
-  const uint64_t hash = lc::MurmurHash64A(resolvedFile.data(), static_cast<uint32_t>(resolvedFile.size()), kSeed);
-  return vesk::path::appending(vesk::Environment::shared().stateFolder(), fmt::format("databases/{:016x}", hash));
+  return vesk::path::appending(vesk::Environment::shared().stateFolder(), "databases/" + lc::databaseKey(resolvedFile));
 }
 
 bool isRemembered(const std::string& resolvedFile) {

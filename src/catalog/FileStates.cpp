@@ -1,7 +1,7 @@
 #include "catalog/FileStates.h"
 
+#include "catalog/DatabaseKey.h"
 #include "platform/Path.h"
-#include "VeskLoopManagement/fileio/MurmurHash.h"
 #include "VeskLoopManagement/platform/Environment.h"
 
 #include <fmt/format.h>
@@ -10,12 +10,8 @@
 
 namespace {
 
-// Databases are told apart by their paths, whatever links lead to them.
 std::string pathOfStore(const std::string& folder, std::string_view what, const std::string& databaseFile) {
-  constexpr uint64_t kSeed = 7;
-  const std::string path = vesk::path::resolvingSymlinks(databaseFile);
-  const uint64_t hash = lc::MurmurHash64A(path.data(), static_cast<uint32_t>(path.size()), kSeed);
-  return vesk::path::appending(folder, fmt::format("{}-{:016x}.db", what, hash));
+  return vesk::path::appending(folder, fmt::format("{}-{}.db", what, lc::databaseKey(databaseFile)));
 }
 
 void addTrouble(const lc::FileStateStore& store, std::string_view consequence,

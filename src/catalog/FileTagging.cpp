@@ -41,11 +41,17 @@ class FileTagging {
   void preview();
   void tellChange();
   void copyToBackup();
+  std::vector<std::byte> surroundingsToKeep();
   void noteInJournal();
   void commit();
   void readAgain();
   void markDone();
 
+  std::unique_ptr<vesk::FileBytes> bytesOnDisk() const {
+    vesk::OpenError error = vesk::OpenError::none;
+    std::string detail;
+    return vesk::FileBytes::open(path(), error, detail);
+  }
   vesk::URL url() const { return vesk::URL::fileURLWithPath(path(), false); }
   const std::string& path() const { return m_report.path; }
 
@@ -57,6 +63,7 @@ class FileTagging {
   LCFileData m_record;
   lc::WantedTags m_wanted;
   LCFileData m_expected;  // as it will be read
+  lc::FileImage m_former;
   lc::FileImage m_latter;
   int64_t m_entryId = 0;
 };
@@ -65,8 +72,8 @@ void FileTagging::tag() {
   open();
   readRecord();
   edit();
-  if (!m_file->hasChanges()) return;
   preview();
+  if (!m_file->hasChanges()) return;
   if (m_options.isDryRun) return tellChange();
   copyToBackup();
   noteInJournal();
@@ -87,7 +94,7 @@ void FileTagging::open() {
   WriteFailure failure;
   m_file = vesk::AudioFileEdit::open(path(), failure, lc::replaceOptions(m_options));
   if (m_file) return;
-  if (failure.error == WriteError::notAudio) {
+  if (failure.error == WriteError::notAudio || failure.error == WriteError::noChunks) {
     throw TagRefusal{LCTagProblem::unsupported, "it is none of AIFF, WAV and CAF, into which tags can be written"};
   }
   throw lc::refusalOf(failure, path());
@@ -153,34 +160,43 @@ void FileTagging::copyToBackup() {
   m_report.backup = copy;
 }
 
-void FileTagging::noteInJournal() {
-  const auto fail = [](const std::string& reason) { throw TagRefusal{LCTagProblem::journalFailed, reason}; };
+// The old surroundings of the audio, when both they and the new ones can be kept. Sets m_former and m_latter.
+std::vector<std::byte> FileTagging::surroundingsToKeep() {
   WriteFailure failure;
   const auto bytes = m_file->edited(failure);
   const auto layout = m_file->preview(failure);
-  vesk::OpenError error = vesk::OpenError::none;
-  std::string detail;
-  const auto formerBytes = vesk::FileBytes::open(path(), error, detail);
-  if (!bytes || !layout || !formerBytes) fail("it cannot be read");
+  const auto formerBytes = bytesOnDisk();
+  if (!bytes || !layout || !formerBytes) throw TagRefusal{LCTagProblem::unreadable, "it cannot be read"};
   const lc::AudioPlace formerPlace = lc::audioPlaceIn(m_file->file());
   const lc::AudioPlace latterPlace = lc::audioPlaceIn(*layout);
-  const auto former = lc::surroundings(*formerBytes, formerPlace);
+  auto former = lc::surroundings(*formerBytes, formerPlace);
   const auto latter = lc::surroundings(*bytes, latterPlace);
-  if (!former || !latter) fail("more than 256 MiB of it are no audio, or they cannot be read");
-  m_latter = lc::imageOf(latterPlace, *latter);
-  const auto state = lc::fileStateAt(path());
-  try {
-    m_entryId = m_run->add({.urlText = url().absoluteString(),
-                            .former = lc::imageOf(formerPlace, *former),
-                            .latter = m_latter,
-                            .formerLoopId = m_record.hash,
-                            .latterLoopId = m_expected.hash,
-                            .formerModified = state ? state->modified : 0,
-                            .fields = lc::fieldChanges(m_record, m_expected)},
-                           *former);
-  } catch (const lc::CatalogError& catalogError) {
-    fail(fmt::format("{}: {}", catalogError.failure.message, catalogError.failure.subject));
+  if (!former || !latter) {
+    throw TagRefusal{LCTagProblem::journalFailed, "more than 256 MiB of it are no audio, or they cannot be read"};
   }
+  m_former = lc::imageOf(formerPlace, *former);
+  m_latter = lc::imageOf(latterPlace, *latter);
+  return std::move(*former);
+}
+
+void FileTagging::noteInJournal() {
+  const auto former = surroundingsToKeep();
+  const auto state = lc::fileStateAt(path());
+  const auto noted = lc::outcomeOf([&] {
+    return m_run->add({.urlText = url().absoluteString(),
+                       .former = m_former,
+                       .latter = m_latter,
+                       .formerLoopId = m_record.hash,
+                       .latterLoopId = m_expected.hash,
+                       .formerModified = state ? state->modified : 0,
+                       .fields = lc::fieldChanges(m_record, m_expected)},
+                      former);
+  });
+  if (!noted) {
+    throw TagRefusal{LCTagProblem::journalFailed,
+                     fmt::format("{}: {}", noted.failure().message, noted.failure().subject)};
+  }
+  m_entryId = *noted;
 }
 
 void FileTagging::commit() {
@@ -193,9 +209,7 @@ void FileTagging::commit() {
 
 void FileTagging::readAgain() {
   const LCLoopFile read = LCLoopFile::read(path(), url());
-  vesk::OpenError error = vesk::OpenError::none;
-  std::string detail;
-  const auto bytes = vesk::FileBytes::open(path(), error, detail);
+  const auto bytes = bytesOnDisk();
   const bool isAsExpected =
       read.record && lc::areSameRecords(*read.record, m_expected) && bytes && lc::hasImage(*bytes, m_latter);
   if (!isAsExpected) {

@@ -4,7 +4,7 @@
 #include "catalog/CatalogError.h"
 #include "catalog/TagRefusal.h"
 #include "platform/audiofile/FileBytes.h"
-#include "platform/audiofile/SplicedBytes.h"
+#include "platform/audiofile/SplicedFile.h"
 #include "platform/FileReplacement.h"
 
 #include <fmt/format.h>
@@ -35,8 +35,7 @@ class FileUndo {
   bool hasFormerBytes();
   void requireLatterBytes();
   void replace();
-  void replaceWith(const vesk::Splice& splice);
-  void requireWritten(const vesk::FileReplacement& replacement, vesk::ByteSource& meant) const;
+  void replaceWith(vesk::Splice splice);
   void markUndone();
   void tellChange();
 
@@ -65,7 +64,7 @@ void FileUndo::open() {
   WriteFailure failure;
   m_found = vesk::FoundFile::open(m_report.path, failure);
   if (!m_found) throw lc::refusalOf(failure, m_report.path);
-  m_bytes = vesk::FileBytes::over(m_found->descriptor(), m_found->size());
+  m_bytes = vesk::bytesOf(*m_found);
   if (!m_bytes) throw TagRefusal{LCTagProblem::unreadable, "too many files are open"};
 }
 
@@ -94,24 +93,15 @@ void FileUndo::replace() {
   if (!m_options.isDryRun) replaceWith(lc::spliceAround(m_entry.latter.audio, m_entry.former.audio, *former));
 }
 
-void FileUndo::replaceWith(const vesk::Splice& splice) {
-  vesk::FileReplacement replacement(*m_found, lc::replaceOptions(m_options));
-  const bool isWritten = vesk::writeSplice(splice, m_found->descriptor(), replacement) && replacement.complete();
-  if (isWritten) {
-    vesk::SplicedBytes meant(m_bytes, std::make_shared<const vesk::Splice>(splice));
-    requireWritten(replacement, meant);
-  }
-  if (isWritten && replacement.commit()) return;
-  const WriteFailure& failure = replacement.failure();
-  if (failure.error != vesk::WriteError::notSynced) throw lc::refusalOf(failure, m_report.path);
-  m_report.notes.push_back(lc::withoutPath(failure.message, m_report.path));
-}
-
-// Before it takes the file's place.
-void FileUndo::requireWritten(const vesk::FileReplacement& replacement, vesk::ByteSource& meant) const {
-  const auto written = vesk::FileBytes::over(replacement.descriptor(), meant.size());
-  if (written && vesk::areEqual(meant, *written) && lc::hasImage(*written, m_entry.former)) return;
-  throw TagRefusal{LCTagProblem::writeFailed, "what was written does not read back as it was meant"};
+void FileUndo::replaceWith(vesk::Splice splice) {
+  const auto isFormer = [this](std::unique_ptr<vesk::ByteSource> written) {
+    return lc::hasImage(*written, m_entry.former);
+  };
+  WriteFailure failure;
+  const bool isReplaced = vesk::replaceBySplice(*m_found, std::make_shared<const vesk::Splice>(std::move(splice)),
+                                                isFormer, lc::replaceOptions(m_options), failure);
+  if (!isReplaced && failure.error != vesk::WriteError::notSynced) throw lc::refusalOf(failure, m_report.path);
+  if (failure) m_report.notes.push_back(lc::withoutPath(failure.message, m_report.path));
 }
 
 // A journal that refuses now finds the former bytes the next time.

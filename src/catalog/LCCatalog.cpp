@@ -27,9 +27,9 @@ std::string wordsFor(const LCLoopReference& reference) {
 [[noreturn]] void failAmbiguous(const LCLoopReference& reference, const std::vector<LCLoopPlace>& places) {
   constexpr size_t kMostPaths = 20;
   LCFailure failure{.kind = LCFailureKind::ambiguous,
-                    .message = "the name stands for " + std::to_string(places.size()) + " loops",
+                    .message = "the name fits " + std::to_string(places.size()) + " loops",
                     .subject = wordsFor(reference),
-                    .nextStep = "Name the one by its path."};
+                    .nextStep = "Name the one you mean by its path."};
   for (const auto& place : places) {
     if (failure.nearNames.size() < kMostPaths) failure.nearNames.push_back(place.path());
   }
@@ -59,6 +59,10 @@ std::optional<LCLoopPlace> findPlace(lc::LoopRows& rows, const LCLoopReference& 
 LCLoopPlace requiredPlace(lc::LoopRows& rows, const LCLoopReference& reference) {
   if (auto place = findPlace(rows, reference)) return *place;
   LCFailure failure{.kind = LCFailureKind::notFound, .message = "no such loop", .subject = wordsFor(reference)};
+  if (reference.url && vesk::path::isDeadLink(reference.url->path())) {
+    failure.message = "the link leads nowhere";
+    throw CatalogError{std::move(failure)};
+  }
   if (!reference.id && (reference.url || reference.name)) {
     failure.nearNames = rows.namesLike(reference.url ? reference.url->lastPathComponent() : *reference.name);
   }
@@ -67,6 +71,7 @@ LCLoopPlace requiredPlace(lc::LoopRows& rows, const LCLoopReference& reference) 
 
 // For those who write on a connection of their own.
 const std::string& writableFile(CatalogSession& session) {
+  session.requireNoReading();
   if (!session.engine().databaseConfiguration().readonly()) return session.databaseFile();
   throw CatalogError{{.kind = LCFailureKind::databaseRefused,
                       .message = "the loop database was opened for reading",
@@ -259,5 +264,5 @@ LCOutcome<LCPackage> LCCatalog::removePackage(std::string_view identifierOrName,
 }
 
 LCOutcome<int64_t> LCCatalog::remove(std::span<const LCLoopPlace> places, const LCRemovalObserver& observer) {
-  return outcomeOf([&] { return lc::removeLoops(m_session->databaseFile(), places, observer); });
+  return outcomeOf([&] { return lc::removeLoops(writableFile(*m_session), places, observer); });
 }

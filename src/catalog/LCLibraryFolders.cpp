@@ -1,9 +1,9 @@
 #include "VeskLoopManagement/catalog/LCLibraryFolders.h"
 
 #include "catalog/CatalogError.h"
+#include "catalog/DatabaseKey.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
-#include "VeskLoopManagement/fileio/MurmurHash.h"
 #include "VeskLoopManagement/platform/Environment.h"
 #include "VeskLoopManagement/platform/Text.h"
 
@@ -22,13 +22,8 @@ using Folders = std::vector<std::string>;
 
 constexpr char kEnd = '\0';  // behind each path of the file
 
-// Databases are told apart by their paths, whatever links lead to them.
 std::string fileFor(const std::string& databaseFile) {
-  constexpr uint64_t kSeed = 7;
-  const std::string path = vesk::path::resolvingSymlinks(databaseFile);
-  return vesk::path::appending(
-      vesk::Environment::shared().stateFolder(),
-      fmt::format("folders-{:016x}", lc::MurmurHash64A(path.data(), static_cast<uint32_t>(path.size()), kSeed)));
+  return vesk::path::appending(vesk::Environment::shared().stateFolder(), "folders-" + lc::databaseKey(databaseFile));
 }
 
 [[noreturn]] void failToWrite(const std::string& file) {

@@ -112,6 +112,7 @@ class Scan {
   void noteWritten(const lc::WrittenLoop& written);
   void fail(LCFileFailure failure);
   void failUnwalked(const std::string& path, LCFileProblem problem, const std::string& detail);
+  void meetUnwalked(const std::string& path);
   void meetDeadLink(const std::string& path);
   void notePassedOver(const std::string& path);
 
@@ -253,9 +254,9 @@ std::optional<int64_t> Scan::countFiles() {
   if (!m_observer.wantsTotals() || m_request.nextPath) return std::nullopt;
   m_observer.phaseBegan(LCScanPhase::counting, std::nullopt);
   int64_t count = 0;
-  const auto add = [&](const std::string&) { ++count; };
-  walkAll({.file = [&](const WalkedFile& file) { m_observer.advanced(++count, file.path); },
-           .failure = [&](const std::string&, const std::string&) { ++count; },
+  const auto add = [&](const std::string& path) { m_observer.advanced(++count, path); };
+  walkAll({.file = [&](const WalkedFile& file) { add(file.path); },
+           .failure = [&](const std::string& path, const std::string&) { add(path); },
            .deadLink = add,
            .missing = add});
   m_observer.phaseEnded(LCScanPhase::counting);
@@ -383,8 +384,12 @@ void Scan::transfer(const WalkedFile& file, const LCFileData& record, lc::Writte
 }
 
 void Scan::failUnwalked(const std::string& path, LCFileProblem problem, const std::string& detail) {
-  ++m_report.walked;
+  meetUnwalked(path);
   fail({.path = path, .problem = problem, .detail = detail});
+}
+
+void Scan::meetUnwalked(const std::string& path) {
+  m_observer.advanced(++m_report.walked, path);
 }
 
 // By its name it may have been meant for no loop at all.
@@ -392,7 +397,7 @@ void Scan::meetDeadLink(const std::string& path) {
   if (LCLoopFile::isNameOfLoopFile(path)) {
     return failUnwalked(path, LCFileProblem::unreadable, "a link that leads nowhere");
   }
-  ++m_report.walked;
+  meetUnwalked(path);
   notePassedOver(path);
 }
 

@@ -50,7 +50,8 @@ std::unique_ptr<LCFileParser> parserFor(const std::string& path, LCParserFailure
   LCFileTypes types = LCFileParser::defaultAllowedFileTypes() | kFileTypeWAV;
   if (LCRexFileParser::rexFileAdapterRegistered()) types |= kFileTypeREX;
   auto parser = LCFileParser::fileParserForURL(url, types, &failure);
-  if (failure.reason == LCParserFailure::Reason::notAllowed) failure.detail = "REX files need an adapter, and the host has none";
+  if (failure.reason == LCParserFailure::Reason::notAllowed)
+    failure.detail = "REX files need an adapter, and the host has none";
   return parser;
 }
 

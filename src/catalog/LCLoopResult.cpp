@@ -37,6 +37,20 @@ std::pair<size_t, size_t> windowOf(const LCPageRequest& request, size_t count) {
   return {begin, begin + std::min(length, count - begin)};
 }
 
+// Hands on one row of the window after the other, loops or places, and answers how many.
+template <typename Row>
+int64_t handOn(lc::CatalogSession& session, int64_t generation, const LCPageRequest& request,
+               const std::function<bool(const Row&)>& handler) {
+  requireWindow(request);
+  int64_t handed = 0;
+  if (!session.hasResult()) return handed;
+  const lc::CatalogSession::Reading reading(session);
+  const std::function<bool(const Row&)> counting = [&](const Row& row) { return ++handed, handler(row); };
+  session.rows().forEachResult(
+      request.offset, request.limit, [&] { session.requireCurrent(generation); }, counting);
+  return handed;
+}
+
 }  // namespace
 
 bool LCLoopResult::isCurrent() const {
@@ -45,33 +59,13 @@ bool LCLoopResult::isCurrent() const {
 }
 
 LCOutcome<int64_t> LCLoopResult::forEachLoop(const LCPageRequest& request, const LoopHandler& handler) const {
-  return withCurrent(m_session, m_generation, [&](lc::CatalogSession& session) {
-    requireWindow(request);
-    int64_t handed = 0;
-    if (m_count == 0) return handed;
-    session.rows().forEachResult(
-        request.offset, request.limit, [&] { session.requireCurrent(m_generation); },
-        [&](const LCCatalogLoop& loop) {
-          ++handed;
-          return handler(loop);
-        });
-    return handed;
-  });
+  return withCurrent(m_session, m_generation,
+                     [&](lc::CatalogSession& session) { return handOn(session, m_generation, request, handler); });
 }
 
 LCOutcome<int64_t> LCLoopResult::forEachPlace(const LCPageRequest& request, const PlaceHandler& handler) const {
-  return withCurrent(m_session, m_generation, [&](lc::CatalogSession& session) {
-    requireWindow(request);
-    int64_t handed = 0;
-    if (m_count == 0) return handed;
-    session.rows().forEachResultPlace(
-        request.offset, request.limit, [&] { session.requireCurrent(m_generation); },
-        [&](const LCLoopPlace& place) {
-          ++handed;
-          return handler(place);
-        });
-    return handed;
-  });
+  return withCurrent(m_session, m_generation,
+                     [&](lc::CatalogSession& session) { return handOn(session, m_generation, request, handler); });
 }
 
 LCOutcome<LCLoopPage> LCLoopResult::page(const LCPageRequest& request) const {
@@ -109,12 +103,12 @@ LCOutcome<LCFoldedPage> LCLoopResult::families(const LCPageRequest& request) con
     const auto [begin, end] = windowOf(request, folds.size());
     for (size_t index = begin; index < end; ++index) {
       const auto& fold = folds[index];
+      const LoopHandler addRow = [&](const LCCatalogLoop& loop) {
+        page.rows.push_back({loop, fold.firstRow, fold.memberCount});
+        return true;
+      };
       session.rows().forEachResult(
-          fold.firstRow, 1, [&] { session.requireCurrent(m_generation); },
-          [&](const LCCatalogLoop& loop) {
-            page.rows.push_back({loop, fold.firstRow, fold.memberCount});
-            return true;
-          });
+          fold.firstRow, 1, [&] { session.requireCurrent(m_generation); }, addRow);
     }
     return page;
   });

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <limits>
 #include <set>
+#include <utility>
 
 namespace {
 
@@ -90,11 +91,22 @@ LCLoopPlace placeAt(const LCStatement& statement) {
       .id = statement.int64At(0), .urlText = statement.textAt(1), .isPlaceholder = statement.int64At(2) != 0};
 }
 
-std::vector<LCLoopPlace> placesOf(LCStatement& statement) {
-  std::vector<LCLoopPlace> places;
-  while (statement.step()) places.push_back(placeAt(statement));
+// Steps through the rows that are left, until `handle` answers false.
+template <typename Handle>
+void forEachRow(LCStatement& statement, Handle handle) {
+  while (statement.step()) {
+    if (!handle(statement)) return;
+  }
   lc::requireSuccess(statement);
-  return places;
+}
+
+// What `read` makes of every row; the statement can be run again afterwards.
+template <typename Read>
+auto allRows(LCStatement& statement, Read read) {
+  std::vector<decltype(read(statement))> rows;
+  forEachRow(statement, [&](const LCStatement& row) { return rows.push_back(read(row)), true; });
+  statement.reset();
+  return rows;
 }
 
 // Last row number of a window of the result.
@@ -103,18 +115,17 @@ int64_t endOfWindow(int64_t offset, int64_t limit) {
   return limit == 0 || limit > kLast - offset ? kLast : offset + limit;
 }
 
-// Steps through the rows of a window, which `handle` may end by answering false.
+// Steps through the rows of a window, until `handle` answers false.
 template <typename Handle>
 void forEachRowOfWindow(LCStatement statement, int64_t offset, int64_t limit, const std::function<void()>& begun,
                         Handle handle) {
   statement.bind(1, offset);
   statement.bind(2, endOfWindow(offset, limit));
-  bool hasRow = statement.step();
-  if (hasRow) begun();
-  for (; hasRow; hasRow = statement.step()) {
-    if (!handle(statement)) return;
-  }
-  lc::requireSuccess(statement);
+  bool isFirst = true;
+  forEachRow(statement, [&](const LCStatement& row) {
+    if (std::exchange(isFirst, false)) begun();
+    return handle(row);
+  });
 }
 
 // The keyword of `id`, else `text` when the loop is really tagged with it: the keyword texts of a loop are also filled
@@ -215,8 +226,8 @@ void lc::LoopRows::forEachResult(int64_t offset, int64_t limit, const std::funct
                      [&](const LCStatement& row) { return handler(loopAt(row)); });
 }
 
-void lc::LoopRows::forEachResultPlace(int64_t offset, int64_t limit, const std::function<void()>& begun,
-                                      const PlaceHandler& handler) {
+void lc::LoopRows::forEachResult(int64_t offset, int64_t limit, const std::function<void()>& begun,
+                                 const PlaceHandler& handler) {
   // Not every variant's result has the column that tells placeholders.
   LCStatement statement(m_connection,
                         "SELECT tempTable.id, tempTable.fileURL, Loops.isWebLoop FROM tempTable "
@@ -263,12 +274,20 @@ std::optional<LCLoopPlace> lc::LoopRows::placeWithURL(const vesk::URL& url) {
   return firstRow(byURL, placeAt);
 }
 
+// "…" stands for what a table left out, unless it is a part of the name.
 std::vector<LCLoopPlace> lc::LoopRows::placesWithName(std::string_view name) {
-  for (const char* condition :
-       {"fileName = ?1 COLLATE NOCASE", "substr(fileName, 1, length(?1)) = ?1 COLLATE NOCASE"}) {
+  const std::string exact = vesk::text::precomposed(name);
+  std::string pattern = exact;
+  for (const char* special : {"\\", "%", "_"}) {
+    pattern = vesk::text::replacingAll(pattern, special, std::string("\\") + special);
+  }
+  const std::string shortened = vesk::text::replacingAll(pattern, "…", "%");
+  for (const auto& [condition, value] : {std::pair("fileName = ?1 COLLATE NOCASE", exact),
+                                         {R"(fileName LIKE ?1 ESCAPE '\')", pattern + "%"},
+                                         {R"(fileName LIKE ?1 ESCAPE '\')", shortened}}) {
     LCStatement statement(m_connection, std::string(kSelectPlaces) + condition + " ORDER BY fileName, fileURL, id");
-    statement.bind(1, vesk::text::precomposed(name));
-    if (auto places = placesOf(statement); !places.empty()) return places;
+    statement.bind(1, value);
+    if (auto places = allRows(statement, placeAt); !places.empty()) return places;
   }
   return {};
 }
@@ -277,11 +296,7 @@ std::vector<int64_t> lc::LoopRows::otherIdsWithURL(const vesk::URL& url, int64_t
   m_otherIdsWithURL.bind(1, vesk::text::precomposed(url.lastPathComponent()));
   m_otherIdsWithURL.bind(2, url.absoluteString());
   m_otherIdsWithURL.bind(3, loopId);
-  std::vector<int64_t> ids;
-  while (m_otherIdsWithURL.step()) ids.push_back(idAt(m_otherIdsWithURL));
-  requireSuccess(m_otherIdsWithURL);
-  m_otherIdsWithURL.reset();
-  return ids;
+  return allRows(m_otherIdsWithURL, idAt);
 }
 
 std::optional<LCLoopMarks> lc::LoopRows::marksWithId(int64_t loopId) {
@@ -315,17 +330,13 @@ void lc::LoopRows::forEachPlaceBelow(std::string_view folderURLText, const std::
   LCStatement statement(m_connection, sql);
   statement.bind(1, folderURLText);
   if (package) statement.bind(2, *package);
-  while (statement.step()) {
-    if (!handler(placeAt(statement))) return;
-  }
-  requireSuccess(statement);
+  forEachRow(statement, [&](const LCStatement& row) { return handler(placeAt(row)); });
 }
 
 std::vector<std::string> lc::LoopRows::namesLike(std::string_view name) {
   LCNearNames near(name);
   LCStatement statement(m_connection, "SELECT DISTINCT fileName FROM Loops");
-  while (statement.step()) near.consider(statement.textAt(0));
-  requireSuccess(statement);
+  forEachRow(statement, [&](const LCStatement& row) { return near.consider(row.textAt(0)), true; });
   return near.best();
 }
 
@@ -336,16 +347,13 @@ std::vector<LCPackage> lc::LoopRows::packages() {
                         "SELECT identifier, crateName, manufacturer, isVirtualCrate, "
                         "(SELECT count(*) FROM CrateLoopRelation WHERE crateId = identifier) "
                         "FROM Crates ORDER BY crateName COLLATE NOCASE, identifier");
-  std::vector<LCPackage> packages;
-  while (statement.step()) {
-    packages.push_back({.identifier = statement.textAt(0),
-                        .name = statement.textAt(1),
-                        .manufacturer = statement.textAt(2),
-                        .isVirtual = statement.int64At(3) > 0,
-                        .loopCount = statement.int64At(4)});
-  }
-  requireSuccess(statement);
-  return packages;
+  return allRows(statement, [](const LCStatement& row) {
+    return LCPackage{.identifier = row.textAt(0),
+                     .name = row.textAt(1),
+                     .manufacturer = row.textAt(2),
+                     .isVirtual = row.int64At(3) > 0,
+                     .loopCount = row.int64At(4)};
+  });
 }
 
 std::vector<LCFacet> lc::LoopRows::keywords() {
@@ -353,14 +361,11 @@ std::vector<LCFacet> lc::LoopRows::keywords() {
                         "SELECT id, name, categoryId, "
                         "coalesce((SELECT count FROM keyword_distribution WHERE keywordId = Keywords.id), 0) "
                         "FROM Keywords WHERE name != '' ORDER BY name, id");
-  std::vector<LCFacet> keywords;
-  while (statement.step()) {
-    const std::string name = statement.textAt(1);
-    keywords.push_back({.keyword = {.id = statement.int64At(0), .name = name},
-                        .category = statement.int64At(2),
-                        .loopCount = statement.int64At(3),
-                        .parent = LCKeywordHelper::parentKeywordForKeyword(name)});
-  }
-  requireSuccess(statement);
-  return keywords;
+  return allRows(statement, [](const LCStatement& row) {
+    const std::string name = row.textAt(1);
+    return LCFacet{.keyword = {.id = row.int64At(0), .name = name},
+                   .category = row.int64At(2),
+                   .loopCount = row.int64At(3),
+                   .parent = LCKeywordHelper::parentKeywordForKeyword(name)};
+  });
 }

@@ -28,14 +28,14 @@ class LoopRows {
   // Rows from `offset` on, `limit` of them (0: all). `begun` is called when the reading has begun, which keeps the
   // database as it is until the end.
   void forEachResult(int64_t offset, int64_t limit, const std::function<void()>& begun, const LoopHandler& handler);
-  void forEachResultPlace(int64_t offset, int64_t limit, const std::function<void()>& begun,
-                          const PlaceHandler& handler);
+  void forEachResult(int64_t offset, int64_t limit, const std::function<void()>& begun, const PlaceHandler& handler);
 
   // --- Single loops ---
   std::optional<LCCatalogLoop> loopWithId(int64_t loopId);
   std::optional<LCLoopPlace> placeWithId(int64_t loopId);
   std::optional<LCLoopPlace> placeWithURL(const vesk::URL& url);
-  // Of this file name or, when there is none, of those that begin with it, by name; upper and lower case are the same.
+  // Of this file name or, when there is none, of those that begin with it or, at last, have something in the place of
+  // its "…"; by name, upper and lower case are the same.
   std::vector<LCLoopPlace> placesWithName(std::string_view name);
   // Loops that stand under this URL, too: of files that were tagged anew since. Localized names are not found.
   std::vector<int64_t> otherIdsWithURL(const vesk::URL& url, int64_t loopId);

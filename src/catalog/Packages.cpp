@@ -19,7 +19,7 @@ std::unique_ptr<LCCrateManager> managerOf(const std::string& databaseFile) {
 void requireFree(const std::string& word, lc::LoopRows& rows) {
   for (const LCPackage& taken : rows.packages()) {
     if (taken.identifier == word || vesk::text::equalIgnoringCase(taken.name, word)) {
-      fail(LCFailureKind::invalidRequest, "there is a package of this name already", word);
+      fail(LCFailureKind::invalidRequest, "there is already a package of this name", word);
     }
   }
 }

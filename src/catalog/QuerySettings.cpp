@@ -37,7 +37,7 @@ std::vector<LCTempoRange> tempoRanges(const LCLoopQuery& query) {
   if (!query.tempo) return {};
   const LCTempoSpan& span = *query.tempo;
   const bool isSpan = span.highest > 0 && span.lowest <= span.highest;  // false for NaN, too
-  if (!isSpan) refuse("a tempo is missing its range", "The lower end stands first, and the higher one is above 0.");
+  if (!isSpan) refuse("the range of tempos is empty", "Give the lower end first, and a higher one above 0.");
   std::vector<LCTempoRange> ranges;
   for (const double factor : {1.0, 0.5, 2.0}) {
     ranges.push_back({storedTempo(span.lowest * factor), storedTempo(span.highest * factor)});
@@ -90,7 +90,7 @@ std::vector<LCSortDescriptor> sortDescriptors(const std::vector<LCSortKey>& orde
   std::vector<LCSortDescriptor> descriptors;
   for (const auto& key : order) {
     if (key.field == LCSortField::random) {
-      if (order.size() > 1) refuse("random order stands alone");
+      if (order.size() > 1) refuse("random order cannot be combined with another order");
       return {LCSortDescriptor::random()};
     }
     descriptors.push_back({.key = columnOf(key.field), .ascending = !key.isDescending, .by = meaningOf(key.field)});
@@ -141,7 +141,7 @@ LCWordRestriction wordRestriction(const LCLoopQuery& query, std::span<const std:
   if (text.empty()) return {};
   if (text.size() > kMostBytesOfWords ||
       std::count(text.begin(), text.end(), ' ') >= static_cast<ptrdiff_t>(kMostWords)) {
-    refuse("these are too many words for one search",
+    refuse("there are too many words for one search",
            fmt::format("At most {} words of {} bytes together.", kMostWords, kMostBytesOfWords));
   }
   LCWordRestriction restriction{.words = query.words};
@@ -152,16 +152,16 @@ LCWordRestriction wordRestriction(const LCLoopQuery& query, std::span<const std:
   return restriction;
 }
 
-// A folder that is gone still has its loops.
-void applyFolder(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRows& rows) {
-  if (!query.folder) return engine.setPathPrefix(std::nullopt);
+// A restriction, for the engine's own setting takes "_" and "%20" for patterns. A folder that is gone still has its
+// loops.
+std::string requiredFolder(const LCLoopQuery& query, lc::LoopRows& rows) {
+  if (!query.folder) return {};
   const std::string folder = vesk::path::resolvingSymlinks(*query.folder);
-  engine.setPathPrefix(folder);
-  if (vesk::path::isDirectory(folder)) return;
+  std::string url = vesk::URL::fileURLWithPath(folder, true).absoluteString();
+  if (vesk::path::isDirectory(folder)) return url;
   bool hasLoops = false;
-  rows.forEachPlaceBelow(vesk::URL::fileURLWithPath(folder, true).absoluteString(), std::nullopt,
-                         [&](const LCLoopPlace&) { return !(hasLoops = true); });
-  if (hasLoops) return;
+  rows.forEachPlaceBelow(url, std::nullopt, [&](const LCLoopPlace&) { return !(hasLoops = true); });
+  if (hasLoops) return url;
   throw lc::CatalogError{{.kind = LCFailureKind::notFound, .message = "no such folder", .subject = *query.folder}};
 }
 
@@ -209,9 +209,11 @@ void applyMusic(const LCLoopQuery& query, LCSearchEngine& engine) {
                              query.signature ? query.signature->bottom : -1);
 }
 
-void applyRestrictions(const LCLoopQuery& query, LCSearchEngine& engine, std::span<const std::string> libraryFolders) {
+void applyRestrictions(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRows& rows,
+                       std::span<const std::string> libraryFolders) {
   engine.setSearchForFavorites(query.onlyFavorites);
   engine.setRestrictions({.text = wordRestriction(query, libraryFolders),
+                          .folder = requiredFolder(query, rows),
                           .textInName = query.name.value_or(""),
                           .keys = keyPatterns(query),
                           .onlyWithKey = query.withKey,
@@ -234,7 +236,7 @@ bool applyKeywords(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRow
     canMatch = canMatch && facet.loopCount > 0;
   }
   if (names.size() > kMostKeywords) {
-    refuse("these are too many keywords for one search", fmt::format("At most {}.", kMostKeywords));
+    refuse("there are too many keywords for one search", fmt::format("At most {}.", kMostKeywords));
   }
   engine.setSearchKeywords(names);
   return canMatch;
@@ -244,9 +246,8 @@ bool applyKeywords(const LCLoopQuery& query, LCSearchEngine& engine, lc::LoopRow
 
 bool lc::applyQuery(const LCLoopQuery& query, LCSearchEngine& engine, LoopRows& rows,
                     std::span<const std::string> libraryFolders) {
-  applyRestrictions(query, engine, libraryFolders);
+  applyRestrictions(query, engine, rows, libraryFolders);
   applyMusic(query, engine);
-  applyFolder(query, engine, rows);
   applyPackage(query, engine, rows);
   engine.setEnabledLoopTypes(query.loopTypes);
   engine.setSortDescriptors(sortDescriptors(query.order));
@@ -281,5 +282,5 @@ LCPackage lc::requiredPackage(LoopRows& rows, std::string_view identifierOrName)
                       .message = "no such package",
                       .subject = std::string(identifierOrName),
                       .nearNames = near.best(),
-                      .nextStep = "The list of packages says what there is."}};
+                      .nextStep = "See the list of packages."}};
 }

@@ -23,7 +23,7 @@ vesk::StringSet wordsOf(const std::optional<vesk::StringSet>& descriptors) {
 
 void setField(LCFileData& record, LCTagField field, const std::string& text) {
   if (auto reason = lc::setTagText(record, field, text)) {
-    throw TagRefusal{LCTagProblem::invalidValue, fmt::format("{}: “{}”: {}", lc::tagFieldName(field), text, *reason)};
+    throw TagRefusal{LCTagProblem::invalidValue, fmt::format("{}: \"{}\": {}", lc::tagFieldName(field), text, *reason)};
   }
 }
 
@@ -58,9 +58,10 @@ void change(LCFileData& record, const LCTagChange& change) {
   }
 }
 
-LCTagField fieldOf(const LCTagChange& change) {
-  const bool isOfField = change.kind == Kind::set || change.kind == Kind::clear;
-  return isOfField ? change.field : LCTagField::descriptors;
+// The field whose words are to be in the file, be they in its path or not.
+std::optional<LCTagField> givenField(const LCTagChange& change) {
+  if (change.kind == Kind::set) return change.field;
+  return change.kind == Kind::addDescriptor ? std::optional(LCTagField::descriptors) : std::nullopt;
 }
 
 // --- Keywords ---
@@ -103,15 +104,15 @@ vesk::StringSet wordsOf(const LCFileData& record, LCTagField field) {
   }
   const bool isOther = LCKeywordHelper::keywordCategoryForKeyword(word) != 0;
   throw TagRefusal{LCTagProblem::unknownKeyword,
-                   isOther ? fmt::format("“{}” is a keyword, but no {}", word, rule.noun)
-                           : fmt::format("unknown {} “{}”", rule.noun, word),
+                   isOther ? fmt::format("\"{}\" is a keyword, but no {}", word, rule.noun)
+                           : fmt::format("unknown {} \"{}\"", rule.noun, word),
                    near.best()};
 }
 
 // --- Comparing ---
 
 std::string quoted(const std::optional<std::string>& text) {
-  return text ? fmt::format("“{}”", *text) : "nothing";
+  return text ? fmt::format("\"{}\"", *text) : "empty";
 }
 
 void requireTag(const LCFileData& expected, const LCFileData& found, LCTagField field, bool isWanted) {
@@ -161,13 +162,13 @@ std::optional<std::string> tempoText(const LCFileData& record) {
 
 lc::WantedTags lc::wantedTags(const LCFileData& record, std::span<const LCTagChange> changes) {
   WantedTags wanted{.record = record, .fields = {}};
-  std::set<LCTagField> named;
+  std::set<LCTagField> given;
   for (const auto& each : changes) {
     change(wanted.record, each);
-    named.insert(fieldOf(each));
+    if (const auto field = givenField(each)) given.insert(*field);
   }
   for (const LCTagField field : tagFields()) {
-    const bool mayComeFromPath = named.contains(field) && isKeywordField(field);
+    const bool mayComeFromPath = given.contains(field) && isKeywordField(field);
     if (mayComeFromPath || !haveSameTag(record, wanted.record, field)) wanted.fields.push_back(field);
   }
   return wanted;

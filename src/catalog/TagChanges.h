@@ -18,7 +18,7 @@
 namespace lc {
 
 // A record with changes made to it, and the fields that are to be written: those with another tag than before, and
-// those named whose words may have come from the path.
+// those given whose words may have come from the path.
 struct WantedTags {
   LCFileData record;
   std::vector<LCTagField> fields;

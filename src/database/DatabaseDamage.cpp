@@ -73,4 +73,9 @@ void record(sqlite3* connection) {
   if (!insertFlag(connection)) writeMarkerFile(connection);
 }
 
+void recordIfMet(sqlite3* connection, int status) {
+  const bool isSuspicious = status == SQLITE_CORRUPT || status == SQLITE_NOTADB;
+  if (isSuspicious && !isFree(connection, Check::thorough)) record(connection);
+}
+
 }  // namespace lc::damage

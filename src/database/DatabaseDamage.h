@@ -20,6 +20,8 @@ bool isSuspected(const std::string& databaseFile, sqlite3* connection);
 // The file that marks it: of one name in each folder, whatever the database is called.
 std::string markerBeside(const std::string& databaseFile);
 bool isStatusOfDamage(int status);  // SQLite's result codes of files that cannot be read
+// Records the damage that a statement with this result has met, when every page was looked at and it is really there.
+void recordIfMet(sqlite3* connection, int status);
 bool isRecorded(sqlite3* connection);
 void record(sqlite3* connection);
 

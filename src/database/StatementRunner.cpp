@@ -65,8 +65,7 @@ Outcome run(sqlite3* connection, const std::string& sql, const RowCallback& call
   outcome.status = sqlite3_exec(connection, sql.c_str(), callback ? callRowCallback : nullptr, context, &message);
   if (message) outcome.message = message;
   sqlite3_free(message);
-  const bool isDamaged = outcome.status == SQLITE_CORRUPT || outcome.status == SQLITE_NOTADB;
-  if (isDamaged && !damage::isFree(connection, damage::Check::thorough)) damage::record(connection);
+  damage::recordIfMet(connection, outcome.status);
   return outcome;
 }
 

@@ -90,7 +90,7 @@ std::unique_ptr<LCFileParser> makeParser(const vesk::URL& url, LCFileTypes allow
   if (nodeType == kNodeUnknown && !vesk::path::exists(path)) {
     failure = {.reason = Reason::notFound, .detail = "there is no such file"};
   } else {
-    failure = {.reason = Reason::unsupported, .detail = "no loop file, judged by its extension"};
+    failure = {.reason = Reason::unsupported, .detail = "its extension is not that of a loop file"};
   }
   return nullptr;
 }

@@ -66,12 +66,14 @@ bool readAll(int descriptor, uint64_t offset, std::span<std::byte> target) {
   return true;
 }
 
-bool writeAllAt(int descriptor, uint64_t offset, std::span<const std::byte> bytes) {
+// `isTouched` becomes true as soon as something was written.
+bool writeAllAt(int descriptor, uint64_t offset, std::span<const std::byte> bytes, bool& isTouched) {
   while (!bytes.empty()) {
     const ssize_t count =
         retried([&] { return ::pwrite(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(offset)); });
     if (count == 0) errno = EIO;
     if (count <= 0) return false;
+    isTouched = true;
     offset += static_cast<uint64_t>(count);
     bytes = bytes.subspan(static_cast<size_t>(count));
   }
@@ -456,13 +458,11 @@ bool FileReplacement::writeOver(int target, uint64_t size, bool& isTouched) {
     const bool isWhole = oldSize >= offset && oldSize - offset >= piece.size();
     if (isWhole && !readAll(target, offset, there)) return false;
     if (isWhole && std::equal(piece.begin(), piece.end(), there.begin())) continue;
-    isTouched = true;
-    if (!writeAllAt(target, offset, piece)) return false;
+    if (!writeAllAt(target, offset, piece, isTouched)) return false;
   }
-  if (size != oldSize) {
-    isTouched = true;
-    if (retried([&] { return ::ftruncate(target, static_cast<off_t>(size)); }) != 0) return false;
-  }
+  const bool isLonger = size < oldSize;
+  if (isLonger && retried([&] { return ::ftruncate(target, static_cast<off_t>(size)); }) != 0) return false;
+  isTouched = isTouched || isLonger;
   return retried([&] { return ::fsync(target); }) == 0;
 }
 

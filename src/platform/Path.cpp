@@ -140,6 +140,11 @@ bool isDirectory(const std::string& path) {
   return status && S_ISDIR(status->st_mode);
 }
 
+bool isDeadLink(const std::string& path) {
+  std::error_code error;
+  return canNameFile(path) && std::filesystem::is_symlink(path, error) && !exists(path);
+}
+
 std::string resolvingSymlinks(const std::string& path) {
   if (!canNameFile(path)) return path;
   std::string existing = path;

@@ -23,6 +23,7 @@ std::string appending(std::string_view folder, std::string_view component);
 
 bool exists(const std::string& path);       // links are followed
 bool isDirectory(const std::string& path);  // links are followed
+bool isDeadLink(const std::string& path);   // a link that leads to nothing, or in a circle
 // Links resolved as far as the path exists; what does not exist is appended as it stands. Never fails.
 std::string resolvingSymlinks(const std::string& path);
 // Creates `path` with all folders above it. True when it is a folder afterwards; else `error` (may be null) gets the

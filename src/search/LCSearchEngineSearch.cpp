@@ -54,12 +54,20 @@ const char* directionName(bool ascending) {
   return ascending ? "ASC" : "DESC";
 }
 
+// The name of the keyword, and of one from outside the taxonomy the text of the row, which is its own only where a tag
+// says so, too. The columns of texts are called as those of ids without the "Id".
+constexpr const char* kKeywordName =
+    "coalesce((SELECT name FROM Keywords WHERE Keywords.id = %@.%@), "
+    "(SELECT Keywords.name FROM LoopsKeywords JOIN Tagging ON Tagging.loopId = LoopsKeywords.loopId "
+    "JOIN Keywords ON Keywords.id = Tagging.keywordId "
+    "WHERE LoopsKeywords.loopId = %@.id AND Keywords.name = LoopsKeywords.%@)) COLLATE NOCASE %@ NULLS LAST ";
+
 std::string sortedByMeaning(const LCSortDescriptor& descriptor, const std::string& loopsTable) {
   const char* direction = directionName(descriptor.ascending);
   if (descriptor.by == LCSortDescriptor::By::rating)
     return lc::sqlFormat("ifnull(UserData.rating, 0) %@ ", {direction});
-  return lc::sqlFormat("(SELECT name FROM Keywords WHERE Keywords.id = %@.%@) COLLATE NOCASE %@ NULLS LAST ",
-                       {loopsTable, descriptor.key, direction});
+  const std::string textColumn = descriptor.key.substr(0, descriptor.key.rfind("Id"));
+  return lc::sqlFormat(kKeywordName, {loopsTable, descriptor.key, loopsTable, textColumn, direction});
 }
 
 // Loops of equally many beats are ordered by their length.
@@ -120,10 +128,7 @@ void LCSearchEngine::noteSearchFailure() {
                                       : LCSearchFailure{SQLITE_MISUSE, "the database is closed"};
   vesk::log(fmt::format("Search failed: {} ({})", failure.message, failure.status));
   if (!m_lastSearchFailure) m_lastSearchFailure = failure;
-  const bool isDamaged = failure.status == SQLITE_CORRUPT || failure.status == SQLITE_NOTADB;
-  if (isDamaged && !lc::damage::isFree(m_sqlite.get(), lc::damage::Check::thorough)) {
-    lc::damage::record(m_sqlite.get());
-  }
+  lc::damage::recordIfMet(m_sqlite.get(), failure.status);
 }
 
 std::string LCSearchEngine::searchStatement(std::string_view restrictions) {

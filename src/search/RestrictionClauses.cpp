@@ -104,6 +104,10 @@ std::vector<RestrictionClause> restrictionClauses(const LCSearchRestrictions& re
                                                   std::string_view likeFunction) {
   std::vector<RestrictionClause> clauses;
   if (!restrictions.keys.empty() || restrictions.onlyWithKey) clauses.push_back(keyClause(restrictions, loopsTable));
+  if (!restrictions.folder.empty()) {
+    clauses.push_back({fmt::format("(substr({}.fileURL, 1, length(?)) = ?)", loopsTable),
+                       {restrictions.folder, restrictions.folder}});
+  }
   if (!restrictions.textInName.empty()) {
     clauses.push_back(
         {fmt::format(R"(({}.fileName LIKE ? ESCAPE '\'))", loopsTable), {containing(restrictions.textInName)}});

@@ -10,6 +10,7 @@
 #include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -37,10 +38,10 @@ struct ScanLog : LCScanObserver {
   }
   void noted(const std::string& text) override { notes.push_back(text); }
   void warned(const std::string& text, const std::string&) override { warnings.push_back(text); }
-  bool shouldContinue() override { return !mayGoOn || mayGoOn(); }
+  void advanced(int64_t count, const std::string&) override { done = count; }
 
   Rows failures, notes, warnings;
-  std::function<bool()> mayGoOn;
+  int64_t done = 0;
 };
 
 class CatalogTest : public testing::Test {
@@ -48,7 +49,7 @@ class CatalogTest : public testing::Test {
   // Paths are below the folder, those of a scan, too.
   std::string path(std::string_view relative) const { return folder.path(relative); }
   std::string add(std::string_view relative, const fixture::Bytes& bytes = loopFile()) const {
-    return folder.addFile(relative, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    return folder.addFile(relative, bytes);
   }
   void rename(const std::string& from, const std::string& to) const { std::filesystem::rename(path(from), path(to)); }
 
@@ -59,6 +60,11 @@ class CatalogTest : public testing::Test {
     return LCLibraryScan::run(file, request, log);
   }
   LCScanReport scan(const LCScanRequest& request) { return valueOf(tryToScan(request)); }
+  // Files, loops, files without tags, failures, files of other types.
+  static Rows figures(const LCScanReport& report) {
+    return {fmt::format("{} {} {} {} {}", report.indexed, report.loops, report.untagged, report.failed,
+                        report.unsupported)};
+  }
 
   std::unique_ptr<LCCatalog> open(const LCCatalogOptions& options = {}) const {
     return valueOf(LCCatalog::open(file, options));

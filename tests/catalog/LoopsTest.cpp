@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <future>
-#include <set>
 
 namespace {
 
@@ -30,11 +29,18 @@ TEST_F(Loops, AreNamedByIdURLPathAndName) {
   scan({.paths = {"l"}});
   const auto catalog = open();
   const LCLoopPlace bassoon = place("Bassoon.aif");
-  EXPECT_EQ(valueOf(catalog->place({.name = "bassO"})), bassoon);
+  for (const char* name : {"bassO", "BASSO….aif", "b…oon.aif"}) {
+    EXPECT_EQ(valueOf(catalog->place({.name = name})), bassoon) << name;
+  }
+  for (const char* name : {"Bass_on", "%oon", "oon", "…oon.ai"}) {
+    EXPECT_EQ(kindOf(catalog->place({.name = name})), "notFound") << name;
+  }
+  fs::create_symlink("nothing", path("dead.aif"));
+  EXPECT_EQ(catalog->place(Reference::ofPath(path("dead.aif"))).failure().message, "the link leads nowhere");
   EXPECT_EQ(kindOf(catalog->place({.url = Reference::ofPath(path("l")).url, .name = "bassO"})), "notFound");
   const LCFailure several = catalog->place({.name = "BASS.aif"}).failure();
   EXPECT_EQ(several.nearNames, (Rows{path("l/Bass.aif"), path("l/x/Bass.aif")}));
-  EXPECT_EQ(catalog->place({.name = "bass"}).failure().message, "the name stands for 4 loops");
+  EXPECT_EQ(catalog->place({.name = "bass"}).failure().message, "the name fits 4 loops");
   Reference mistyped = Reference::ofPath(path("l/Basson.aif"));
   mistyped.text = "Basson";
   EXPECT_EQ(catalog->place(mistyped).failure(), (LCFailure{.kind = LCFailureKind::notFound,
@@ -50,19 +56,21 @@ TEST_F(Loops, AreNamedByIdURLPathAndName) {
 }
 
 TEST_F(Loops, HaveTheNumberedVariantsOfTheirNameForAFamily) {
-  const std::vector<std::set<std::string>> families = {
-      {"Pad.aif", "Pad 01.aif", "pad 1.2_3.aif"}, {"Pad Swell 01.aif", "Pad Swell 02.aif"}, {"Pad01.aif"}, {" 01.aif"}};
-  for (const auto& family : families) {
-    for (const auto& name : family) add("Pad 9/Pads/" + name);
+  for (const char* name : {"Pad.aif", "Pad 01.aif", "pad 1.2_3.aif", "Pad Swell 01.aif", "Pad01.aif", " 01.aif"}) {
+    add("Pad 9/Pads/" + std::string(name));
   }
   scan({.paths = {"Pad 9"}});
   const auto catalog = open();
-  for (const auto& family : families) {
-    std::set<std::string> names;
-    const auto found = valueOf(catalog->family(place(*family.begin()).id, std::nullopt));
-    for (const auto& member : found.members) names.insert(member.fileName);
-    EXPECT_EQ(names, family);
-  }
+  const auto family = [&](const char* name, std::optional<int64_t> note = {}) {
+    Rows names;
+    for (const auto& member : valueOf(catalog->family(place(name).id, note)).members) names.push_back(member.fileName);
+    return names;
+  };
+  const Rows pads = {"Pad 01.aif", "pad 1.2_3.aif", "Pad.aif"};
+  EXPECT_EQ(family("Pad.aif"), pads);
+  EXPECT_EQ(family(" 01.aif"), Rows{" 01.aif"});
+  EXPECT_EQ(family("Pad.aif", 73), pads);  // all are in C
+  EXPECT_EQ(family("Pad.aif", 66), Rows{"Pad.aif"});
   EXPECT_EQ(kindOf(catalog->family(1)), "notFound");
 }
 
@@ -97,6 +105,7 @@ TEST_F(Loops, AreMarkedAllOrNone) {
   EXPECT_EQ(valueOf(catalog->remove({&both[1], 1})), 1);  // its marks stay, and are not touched without it
   EXPECT_EQ(kindOf(catalog->mark(both, {.rating = 3})), "notFound");
   EXPECT_EQ(kindOf(open()->mark({&both[0], 1}, {.rating = 3})), "database");  // opened for reading
+  EXPECT_EQ(kindOf(open()->remove({&both[0], 1})), "database");
   scan({.paths = {"l"}});
   EXPECT_EQ(marks(), before);
 }
@@ -127,9 +136,7 @@ TEST_F(Loops, AreChosenByPlaceAndTakenOutInBatches) {
   const std::tuple<LCPlaceQuery, size_t, size_t> cases[] = {
       // how many, and how many of all without the folder
       {{.folder = path("l")}, 501, 504},
-      {{.package = package}, 2, 2},
       {{.onlyMissing = true}, 1, 1},
-      {{.folder = path("l"), .onlyMissing = true}, 0, 1},
       {{.folder = path("p"), .package = package, .onlyMissing = true}, 1, 1}};
   for (const auto& [query, count, among] : cases) {
     EXPECT_EQ(valueOf(catalog->places(query)).size(), count);

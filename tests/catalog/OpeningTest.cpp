@@ -30,7 +30,6 @@ struct Unprivileged {
 };
 
 TEST_F(Opening, SaysWhatStandsInTheWayAndNeitherMakesNorChangesAnything) {
-  folder.addFile("empty.db", "");
   folder.addFile("garbage.db", "garbage at the beginning" + contents().substr(24));
   make("loopless.db", "DROP TABLE Loops");
   make("foreign.db", "CREATE TABLE Loops (id INTEGER PRIMARY KEY, title TEXT)", false);
@@ -39,7 +38,6 @@ TEST_F(Opening, SaysWhatStandsInTheWayAndNeitherMakesNorChangesAnything) {
   const std::tuple<const char*, std::string, std::string, std::string> cases[] = {
       // For reading, for marking, for making and scanning; "-": it opens, and is written.
       {"none/x.db", "databaseMissing", "databaseMissing", "-"},
-      {"empty.db", "databaseMissing", "databaseMissing", "-"},
       {"loopless.db", "databaseMissing", "databaseMissing", "-"},
       {"foreign.db", "databaseForeign", "databaseForeign", "databaseForeign"},
       {"l/A.aif", "databaseForeign", "databaseForeign", "databaseForeign"},
@@ -132,17 +130,6 @@ TEST_F(Opening, ReadingNeedsNoRightToWriteAndRepairsNothing) {
   EXPECT_EQ(contents(), before);
   EXPECT_EQ(kindOf(LCCatalog::open(file, {.access = Access::mark})), "databaseUnopenable");
   EXPECT_EQ(kindOf(LCCatalog::open(path("new.db"), {.access = Access::create})), "databaseUnopenable");
-}
-
-TEST_F(Opening, ASnapshotKeepsSeeingTheStateOfItsFirstQuestion) {
-  execute("PRAGMA journal_mode = WAL");
-  const auto snapshot = open({.holdsSnapshot = true}), usual = open();
-  const auto inSnapshot = valueOf(snapshot->search({})), result = valueOf(usual->search({}));
-  execute("UPDATE Loops SET fileName = 'B.aif'");
-  EXPECT_TRUE(inSnapshot.isCurrent());
-  EXPECT_FALSE(result.isCurrent());
-  EXPECT_EQ(names(*snapshot), Rows{"A.aif"});
-  EXPECT_EQ(names(*usual), Rows{"B.aif"});
 }
 
 }  // namespace

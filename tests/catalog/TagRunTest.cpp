@@ -3,7 +3,6 @@
 #include "VeskLoopManagement/catalog/LCTagEdit.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 namespace {
 
@@ -83,7 +82,6 @@ Bytes oddLoop(const std::string& genre) {
   basic[40] = std::byte{9};
   fixture::Chunk odd = chunk("odd ", "abc");
   odd.pad = 5;
-  Bytes file = fixture::loopFile({}, {});
   return fixture::formFile(
       "FORM", "AIFF",
       {fixture::commChunk(1, 400, 8, fixture::extended(100)), chunk("cate", category), odd, fixture::ssndChunk(400),
@@ -115,13 +113,19 @@ TEST_F(TagRun, ChangesNothingButTheField) {
   EXPECT_EQ(fs::last_write_time(path("A.aif")), fs::file_time_type{});
   EXPECT_NE(told.last.oldId, told.last.newId);
   EXPECT_EQ(tag({"A.aif"}, {setting(genre, "Jazz"), clearing(title)}), Rows{"A.aif: -"});
-  EXPECT_EQ(history(), Rows{"1 0 true"});  // no run without a file
+  EXPECT_EQ(history(), Rows{"1 0 true"});    // no run without a file
+  add("Jazz/Dark.caf", fixture::cafFile());  // words of the path become the file's when they are given, and not else
+  EXPECT_EQ(tag({"Jazz/Dark.caf"}, {{.kind = Kind::removeDescriptor, .text = "Dry"}, clearing(instrument)}),
+            Rows{"Dark.caf: -"});
+  EXPECT_EQ(tag({"Jazz/Dark.caf"}, {setting(genre, "Jazz")}), Rows{"Dark.caf: fileType=one-shot"});
+  EXPECT_EQ(told.last.oldId, told.last.newId);
 }
 
 TEST_F(TagRun, RefusesWithTheReasonAndLeavesTheFileAlone) {
   add("A.aif");
   add("P.aif", fixture::loopFile({}, {chunk("PTCH", "x")}));
   add("C.caf", cafLoop());
+  add("long.caf", fixture::cafFile({fixture::cafInfoChunk({{"title", std::string(70000, 'x')}})}));
   add("W.wav", wavLoop());
   add("text.txt", fixture::bytesOf("no audio"));
   add("L.loopdata", fixture::bytesOf("no archive"));
@@ -139,12 +143,13 @@ TEST_F(TagRun, RefusesWithTheReasonAndLeavesTheFileAlone) {
     std::string detail;  // a part of it
     bool allowsUnknown = false;
   } cases[] = {
-      {"A.aif", setting(genre, "Jaz"), "unknownKeyword", "unknown genre “Jaz”"},
+      {"A.aif", setting(genre, "Jaz"), "unknownKeyword", "unknown genre \"Jaz\""},
       {"A.aif", setting(genre, "Drums"), "unknownKeyword", "a keyword, but no genre"},
       {"A.aif", {.kind = Kind::addDescriptor, .text = "Wet"}, "unknownKeyword", "Wet"},
-      {"A.aif", setting(beats, "many"), "invalidValue", "beats: “many”"},
-      {"A.aif", setting(genre, std::string(60, 'x')), "notCarried", "it would read back as “xx", true},
-      {"P.aif", clearing(patchInfo), "", "", true},  // none to clear: 1 is what the chunk says
+      {"A.aif", setting(beats, "many"), "invalidValue", "beats: \"many\""},
+      {"A.aif", setting(genre, std::string(60, 'x')), "notCarried", "it would read back as \"xx", true},
+      {"P.aif", clearing(patchInfo), "notCarried", "would read back as \"1\""},
+      {"long.caf", {.kind = Kind::addDescriptor, .text = "Dark"}, "irregular", "may not be whole"},
       {"C.caf", setting(theme, "Night"), "notCarried", "theme"},
       {"C.caf", setting(fileType, "one-shot"), "notCarried", "fileType"},
       {"C.caf", setting(key, "69"), "notCarried", "48"},
@@ -165,7 +170,14 @@ TEST_F(TagRun, RefusesWithTheReasonAndLeavesTheFileAlone) {
   }
   tag({"A.aif"}, {setting(genre, "Jaz")});
   EXPECT_EQ(told.last.nearNames.at(0), "Jazz");
+  tag({"A.aif"}, {setting(subInstrument, "Kick"), setting(instrument, "Bass")}, {.isDryRun = true});
+  EXPECT_EQ(told.last.notes, Rows{"Kick is a kind of Drums, and the instrument is Bass"});
   EXPECT_TRUE(history().empty());
+  tag({"names.aif"}, {setting(genre, "Jazz")}, {.copiesBack = true});
+  EXPECT_TRUE(bytes("two.aif") == bytes("names.aif") && bytes("two.aif") != bytes("A.aif"));
+  EXPECT_EQ(undo(), Rows{"names.aif: hasOtherNames"});
+  undo(std::nullopt, {.copiesBack = true});
+  EXPECT_TRUE(bytes("two.aif") == bytes("A.aif"));
 }
 
 TEST_F(TagRun, GivesFilesTheirFormerBytesBack) {
@@ -312,6 +324,10 @@ TEST_F(TagRun, NothingIsTaggedWithoutItsJournal) {
   fs::remove(journal());
   EXPECT_EQ(tag({"A.aif"}, {setting(genre, "Jazz")}), Rows{"A.aif: genre=Jazz"});
   EXPECT_EQ(fs::status(journal()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  constexpr uint64_t kTooMuch = uint64_t{300} << 20;  // that is no audio; none of it is on the disk
+  add("huge.caf", fixture::cafFile({{.id = "free", .declaredSize = kTooMuch}}));
+  fs::resize_file(path("huge.caf"), fs::file_size(path("huge.caf")) + kTooMuch);
+  EXPECT_EQ(tag({"huge.caf"}, {setting(title, "T")}), Rows{"huge.caf: journalFailed"});
   execute("CREATE TRIGGER refusing BEFORE INSERT ON Files BEGIN SELECT RAISE(ABORT, 'x'); END", journal());
   EXPECT_EQ(tag({"A.aif"}, {setting(genre, "Funk")}), Rows{"A.aif: journalFailed"});
 }

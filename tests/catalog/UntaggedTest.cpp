@@ -4,19 +4,11 @@
 
 #include "VeskLoopManagement/fileio/LCRexFileParser.h"
 
-#include <fmt/format.h>
-
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Untagged : CatalogTest {
-  // Files, loops, files without tags, failures, files of other types.
-  static Rows figures(const LCScanReport& report) {
-    return {fmt::format("{} {} {} {} {}", report.indexed, report.loops, report.untagged, report.failed,
-                        report.unsupported)};
-  }
-};
+using Untagged = CatalogTest;
 
 TEST_F(Untagged, EveryFileOfALibraryIsFoundByItsOwnAndItsFoldersName) {
   const char* types[] = {"wav", "aif", "aifc", "caf"};

@@ -54,34 +54,6 @@ TEST(DatabaseSchema, ALoopTakesItsRelationsAlongWhenItIsDeletedAndItsPlaceholder
   EXPECT_EQ(database.rows("SELECT id FROM Loops ORDER BY id"), (Rows{"2", "4", "5", "6"}));
 }
 
-TEST(DatabaseSchema, BaseSelectsFillTheirResultTablesColumnByColumn) {
-  const TestDatabase database;
-  database.run(
-      "INSERT INTO Loops (id) VALUES (7); INSERT INTO LoopsKeywords (loopId) VALUES (7); INSERT INTO UserData (loopId, "
-      "isFavorite) VALUES (7, 1)");
-  for (const std::string& name : database.rows("SELECT name FROM pragma_table_info('Loops') WHERE name != 'id'")) {
-    database.run("UPDATE Loops SET " + name + " = '" + name + "'");
-  }
-  const auto check = [&database](std::string_view createText, std::string_view selectText, size_t columnCount) {
-    const std::string create = vesk::text::replacingAll(createText, "#PLACEHOLDER#", " ");
-    const std::string select = vesk::text::replacingAll(selectText, "#PLACEHOLDER#", " ");
-    database.run("DROP TABLE IF EXISTS tempTable; " + lc::sqlFormat(create, {"TEMPORARY", "tempTable"}));
-    // A further join with a loopId of its own, and columns without their table's name.
-    database.run("INSERT INTO tempTable " + vesk::text::replacingAll(select, "%@", "Loops") +
-                 "JOIN LoopsKeywords ON LoopsKeywords.loopId = id WHERE isFavorite = 1 AND key = 'key' "
-                 "AND fileURL like \"%URL%\" ORDER BY fileName COLLATE NOCASE ASC ");
-    const Rows names = database.rows("SELECT name FROM pragma_table_info('tempTable')");
-    EXPECT_EQ(names.size(), columnCount);
-    for (const std::string& name : names) {
-      EXPECT_EQ(database.rows("SELECT " + name + " FROM tempTable"), Rows{name == "id"           ? "7"
-                                                                          : name == "isFavorite" ? "1"
-                                                                                                 : name});
-    }
-  };
-  check(kCreateLoopsResultTableFormatString, kSelectLoopsFormatString, 34);
-  check(kCreateLoopsResultTableFormatStringMobile, kSelectLoopsFormatStringMobile, 21);
-}
-
 TEST(SQLFormat, TakesArgumentsInOrderAndLooksAtNoneAgain) {
   EXPECT_EQ(lc::sqlFormat("a %@ b %@ %%@ %i 5%", {"%@", "%%"}), "a %@ b %% %@ %i 5%");
   EXPECT_EQ(lc::sqlFormat("%@ %@", {"x"}), "x %@");

@@ -17,8 +17,7 @@ enum class Parse { plain, enhanced };
 class ParsedFile {
  public:
   ParsedFile(std::string_view relativePath, const fixture::Bytes& contents)
-      : m_path(m_folder.addFile(relativePath,
-                                std::string_view(reinterpret_cast<const char*>(contents.data()), contents.size()))) {}
+      : m_path(m_folder.addFile(relativePath, contents)) {}
 
   vesk::URL url() const { return vesk::URL::fileURLWithPath(m_path); }
 

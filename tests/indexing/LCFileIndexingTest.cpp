@@ -16,13 +16,10 @@ static const std::string kWillStart(LCFileIndexingWillStartNotification),
 struct LCFileIndexingRun : IndexingTest {
   ~LCFileIndexingRun() override { vesk::NotificationCenter::shared().removeObserver(token); }
 
-  std::string addFile(std::string_view relative, const fixture::Bytes& bytes = fixture::wavFile()) const {
-    return files.addFile(relative, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-  }
   // A tagged AIFF loop. Loops of one genre and type are the same loop.
   std::string addLoop(std::string_view relative, std::string_view type = "Drums", std::string_view genre = "") const {
-    return addFile(relative, fixture::aiffFile({fixture::chunk("basc", fixture::bascPayload(8, 60, 2, 4, 4, 1)),
-                                                fixture::chunk("cate", fixture::catePayload(type, "", genre))}));
+    return files.addFile(relative, fixture::aiffFile({fixture::chunk("basc", fixture::bascPayload(8, 60, 2, 4, 4, 1)),
+                                                      fixture::chunk("cate", fixture::catePayload(type, "", genre))}));
   }
   vesk::URL url(std::string_view relative) const { return vesk::URL::fileURLWithPath(files.path(relative)); }
   std::optional<std::vector<vesk::URL>> addFolder(std::string_view relative, uint32_t* count = nullptr) {
@@ -38,9 +35,9 @@ struct LCFileIndexingRun : IndexingTest {
 TEST_F(LCFileIndexingRun, AFolderGivesALoopForEachTaggedFileAndNamesTheOthers) {
   addLoop("L/One.aif");
   const fixture::Pairs tags = {{"genre", "Jazz"}, {"beat count", "8"}};
-  addFile("L/sub/Two.caf", fixture::cafFile({fixture::chunk("uuid", fixture::searchInfoPayload(tags))}));
-  addFile("L/sub/Kick/Three.WAV");  // tagged by its path
-  addFile("L/Quiet.wav");
+  files.addFile("L/sub/Two.caf", fixture::cafFile({fixture::chunk("uuid", fixture::searchInfoPayload(tags))}));
+  files.addFile("L/sub/Kick/Three.WAV", fixture::wavFile());  // tagged by its path
+  files.addFile("L/Quiet.wav", fixture::wavFile());
   files.addFile("L/Read me.txt", "Jazz");
   fs::create_symlink(files.path("nowhere"), files.path("L/Broken.aif"));
   ASSERT_EQ(mkfifo(files.path("L/Pipe.wav").c_str(), 0600), 0);  // reading it would wait for ever
@@ -73,7 +70,7 @@ TEST_F(LCFileIndexingRun, FilesAreCopiedOrMovedToWhereNothingIsYet) {
     fs::last_write_time(loop, time);
     files.addFolder(source + "/empty");
     // What is no loop and what has no room stays where it is. The row of one with an apostrophe is not found by URL.
-    addFile(source + "/sub/Quiet.wav"), addLoop(source + "/It's.aif", "Strings");
+    files.addFile(source + "/sub/Quiet.wav", fixture::wavFile()), addLoop(source + "/It's.aif", "Strings");
     files.addFile(target + "/It's.aif", "occupied");
 
     uint32_t count = 0;
@@ -216,8 +213,8 @@ TEST_F(LCFileIndexingRun, AnAbortLeavesNothingWrittenAndStaysRunning) {
 
 TEST_F(LCFileIndexingRun, AudioFilesThatAreNoLoopsAreFound) {
   addLoop("loops/Tagged.aif");
-  addFile("aiff/sub/Plain.AIF", fixture::aiffFile());
-  addFile("wave/Any.dat");
+  files.addFile("aiff/sub/Plain.AIF", fixture::aiffFile());
+  files.addFile("wave/Any.dat", fixture::wavFile());
   files.addFile("damaged/Broken.caf", "no audio");
   files.addFile("texts/Read me.txt", "words");
   fs::create_symlink(files.path("wave/Any.dat"), files.path("loops/Link.dat"));

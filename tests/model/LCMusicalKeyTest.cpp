@@ -4,34 +4,17 @@
 
 TEST(LCMusicalKey, IsReadInTheWaysInWhichMusiciansWriteIt) {
   const auto minor = LCScale::minor, major = LCScale::major;
-  const std::pair<const char*, std::optional<LCMusicalKey>> cases[] = {{"A", {{57}}},
-                                                                       {"a", {{57}}},
-                                                                       {"Bb", {{58}}},
-                                                                       {"A#", {{58}}},
-                                                                       {"Cb", {{59}}},
-                                                                       {"B#", {{48}}},
-                                                                       {"Am", {{57, minor}}},
-                                                                       {"a min", {{57, minor}}},
-                                                                       {" A  Minor ", {{57, minor}}},
-                                                                       {"Db major", {{49, major}}},
-                                                                       {"C MAJ", {{48, major}}},
-                                                                       {"bbm", {{58, minor}}},
-                                                                       {"8A", {{57, minor}}},
-                                                                       {"8b", {{48, major}}},
-                                                                       {"1A", {{56, minor}}},
-                                                                       {"12B", {{52, major}}},
-                                                                       {"2a", {{51, minor}}},
-                                                                       {"0A", {}},
-                                                                       {"13A", {}},
-                                                                       {"8C", {}},
-                                                                       {"8", {}},
-                                                                       {"8AA", {}},
-                                                                       {"", {}},
-                                                                       {"H", {}},
-                                                                       {"AM", {}},
-                                                                       {"A#b", {}},
-                                                                       {"A lydian", {}}};
-  for (const auto& [text, key] : cases) EXPECT_EQ(LCMusicalKey::fromText(text), key) << text;
+  using Case = std::pair<LCMusicalKey, std::vector<const char*>>;
+  for (const auto& [key, texts] :
+       {Case{{57}, {"A", "a"}}, Case{{58}, {"Bb", "A#"}}, Case{{59}, {"Cb"}}, Case{{48}, {"B#"}},
+        Case{{57, minor}, {"Am", "a min", " A  Minor ", "8A"}}, Case{{58, minor}, {"bbm"}}, Case{{51, minor}, {"2a"}},
+        Case{{56, minor}, {"1A"}}, Case{{49, major}, {"Db major"}}, Case{{48, major}, {"C MAJ", "8b"}},
+        Case{{52, major}, {"12B"}}}) {
+    for (const char* text : texts) EXPECT_EQ(LCMusicalKey::fromText(text), key) << text;
+  }
+  for (const char* text : {"0A", "13A", "8C", "8", "8AA", "", "H", "AM", "A#b", "A lydian"}) {
+    EXPECT_EQ(LCMusicalKey::fromText(text), std::nullopt) << text;
+  }
 }
 
 TEST(LCMusicalKey, NotesAreComparedWhateverTheirOctaves) {

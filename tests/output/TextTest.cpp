@@ -2,7 +2,9 @@
 #include "KeywordList.h"
 #include "KnownLoop.h"
 #include "LoopColumns.h"
+#include "LoopLists.h"
 #include "Output.h"
+#include "PackageList.h"
 #include "Progress.h"
 #include "TerminalText.h"
 #include "VeskLoopManagement/model/LCKeywordHelper.h"
@@ -33,16 +35,66 @@ TEST(LoopColumns, AreFieldsBetweenTabsInFullForScripts) {
   EXPECT_THROW(columnsForWords("name,tone"), Failure);
 }
 
-TEST(LoopTable, TakesTheColumnsThatHaveRoom) {
+TEST(LoopTable, TakesTheColumnsThatHaveRoomAndNeverWraps) {
+  const std::string name = "Funk \uFFFD[31m\uFFFD.aif", id = "-9223372036854775808";
+  const std::tuple<size_t, const char*, std::string> cases[] = {
+      {10, "", "Name\nFunk …aif\n"},
+      {60, "",
+       "Name                      Folder            Tempo  Key\n" + name +
+           "           /l                   90  D min\n"},
+      {60, "name,id",
+       "Name                                                     Id\n" + name + std::string(24, ' ') + id + "\n"},
+      {30, "id,path,tempo", std::string(18, ' ') + "Id  Path\n" + id + "  /l….aif\n"},
+  };
+  for (const auto& [width, columns, printed] : cases) {
+    StringSink sink;
+    sink.resultStream.columns = width;
+    Output output(sink, {});
+    const LoopTable table(output, *columns == 0 ? LoopColumns() : columnsForWords(columns));
+    table.printHeader();
+    table.printRow(kLoop);
+    EXPECT_EQ(sink.result, printed);
+    for (const auto& line : linesOf(sink.result)) EXPECT_LT(displayWidth(line), width);
+  }
+}
+
+// What a list prints on a terminal of 60 columns, and elsewhere.
+template <typename Print>
+std::pair<std::string, std::string> onTerminalAndElsewhere(Print print) {
+  StringSink terminal, pipe;
+  terminal.resultStream = {.isTerminal = true, .columns = 60};
+  for (StringSink* sink : {&terminal, &pipe}) {
+    Output output(*sink, {});
+    print(output);
+  }
+  for (const auto& line : linesOf(terminal.result)) EXPECT_LT(displayWidth(line), 60u) << line;
+  return {terminal.result, pipe.result};
+}
+
+TEST(LoopLists, ShowMarksAndFoldersToPeopleAndExactPathsToScripts) {
+  const std::vector<LCMarkedLoop> marked = {{.place = kLoop.place, .marks = *kLoop.marks}};
+  const auto [table, lines] = onTerminalAndElsewhere([&](Output& output) { printMarkedLoops(output, marked); });
+  EXPECT_EQ(
+      table,
+      "Name             Fav.  Rating  Comment  Folder\nFunk \uFFFD[31m\uFFFD.aif  yes        4  a\uFFFDb      /l\n");
+  EXPECT_EQ(lines, "/l/Funk \x1b[31m\xFF.aif\tyes\t4\ta\uFFFDb\n");
+}
+
+TEST(PackageList, ShowsAllThatIsKnown) {
+  const std::vector<LCPackage> packages = {{.identifier = "com.x." + std::string(60, 'y') + ".Pack",
+                                            .name = "Pa\tck",
+                                            .manufacturer = "Me",
+                                            .loopCount = 7}};
+  const std::string fields = packages[0].identifier + "\tPa\uFFFDck\tMe\t\t7\n";
+  const auto [table, lines] = onTerminalAndElsewhere([&](Output& output) { printPackages(output, packages); });
+  EXPECT_TRUE(table.find("7  com") != std::string::npos && table.ends_with("yyy.Pack\n")) << table;
+  EXPECT_EQ(lines, fields);
   StringSink sink;
-  sink.resultStream.columns = 44;
+  sink.resultStream.isTerminal = true;
   Output output(sink, {});
-  const LoopTable table(output, {});
-  table.printHeader();
-  table.printRow(kLoop);
-  EXPECT_EQ(sink.result,
-            "Name                        Tempo  Key     \n"
-            "Funk \uFFFD[31m\uFFFD.aif                90  D min\n");
+  printPackagesInDetail(output, packages);
+  EXPECT_EQ(sink.result, "Pa\uFFFDck\n  Identifier    " + packages[0].identifier +
+                             "\n  Manufacturer  Me\n  Virtual       no\n  Loops         7\n");
 }
 
 TEST(KeywordList, StandsInGroupsForPeopleAndInFieldsForScripts) {
@@ -50,24 +102,22 @@ TEST(KeywordList, StandsInGroupsForPeopleAndInFieldsForScripts) {
       {.keyword = {1, "Funk"}, .category = kCategoryGenre, .loopCount = 1},
       {.keyword = {3, "Drum Kit"}, .category = kCategoryInstrumentSubType, .loopCount = 2, .parent = "Drums"},
       {.keyword = {9, "Zo\trp"}, .category = 99, .loopCount = 50}};
-  const auto printed = [&](bool isTerminal) {
-    StringSink sink;
-    sink.resultStream.isTerminal = isTerminal;
-    Output output(sink, {});
-    printKeywords(output, keywords);
-    return sink.result;
-  };
-  EXPECT_EQ(printed(false), "Funk\t1\tgenre\t\t1\nDrum Kit\t3\tinstrument\tDrums\t2\nZo\uFFFDrp\t9\tother\t\t50\n");
-  EXPECT_TRUE(printed(true).starts_with("genre                                Loops      Id  Part of\n"));
+  const auto [table, lines] = onTerminalAndElsewhere([&](Output& output) { printKeywords(output, keywords); });
+  EXPECT_EQ(lines, "Funk\t1\tgenre\t\t1\nDrum Kit\t3\tinstrument\tDrums\t2\nZo\uFFFDrp\t9\tother\t\t50\n");
+  EXPECT_TRUE(table.starts_with("genre                   Loops      Id  Part of\n  Funk")) << table;
   EXPECT_EQ(compactJSON(jsonOfKeyword(keywords[1])),
             R"({"keyword":"Drum Kit","id":3,"category":"instrument","parent":"Drums","count":2})");
 }
 
-TEST(Progress, ShowsTheFirstAndTheLastAndAtMostTenASecond) {
+TEST(Progress, ShowsTheFirstAndTheLastOfEveryPhaseAndAtMostTenASecond) {
   StringSink sink;
   Output output(sink, {.progress = ProgressStyle::json});
   const auto began = std::chrono::steady_clock::now();
   Progress progress(output);
+  const auto shown = [](const std::string& rest) { return R"({"event":"progress","phase":")" + rest + "}"; };
+  progress.begin("scan", {}), progress.step(2, "b"), progress.end();
+  EXPECT_EQ(linesOf(sink.messages), (std::vector{shown(R"(scan","done":0)"), shown(R"(scan","done":2,"path":"b")")}));
+  sink.messages.clear();
   progress.begin("index", 5000);
   for (int done = 1; done <= 5000; ++done) progress.step(done, "/l/\xFF.aif");
   progress.end();
@@ -75,8 +125,8 @@ TEST(Progress, ShowsTheFirstAndTheLastAndAtMostTenASecond) {
   const auto lines = linesOf(sink.messages);
   ASSERT_GE(lines.size(), 2u);
   EXPECT_LE(lines.size(), static_cast<size_t>(tenths) + 2);
-  EXPECT_EQ(lines.front(), R"({"event":"progress","phase":"index","done":0,"total":5000})");
-  EXPECT_EQ(lines.back(), R"({"event":"progress","phase":"index","done":5000,"total":5000,"path":"/l/�.aif"})");
+  EXPECT_EQ(lines.front(), shown(R"(index","done":0,"total":5000)"));
+  EXPECT_EQ(lines.back(), shown(R"(index","done":5000,"total":5000,"path":"/l/�.aif")"));
   EXPECT_EQ(sink.result, "");
 }
 
@@ -117,6 +167,8 @@ TEST(TerminalText, WhatIsTooWideLosesItsMiddle) {
                                                                 {"e\u0301e\u0301", 3, "e\u0301e\u0301 "},
                                                                 {"abc", 1, "…"}};
   for (const auto& [text, width, shown] : cases) EXPECT_EQ(paddedToWidth(text, width), shown);
+  EXPECT_EQ(cutPathToWidth("/home/me/Loops/Drums/Kick", 12), "/hom…ms/Kick");
+  EXPECT_EQ(wrappedToWidth("one two  音音音 longer", 8), (std::vector<std::string>{"one two", "音音音", "longer"}));
   EXPECT_EQ(paddedLeftToWidth("8", 3), "  8");
 }
 

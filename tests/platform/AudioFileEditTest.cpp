@@ -2,7 +2,7 @@
 #include "platform/audiofile/AudioFileEdit.h"
 
 #include "AudioFileProbe.h"
-#include "platform/audiofile/FileBytes.h"
+#include "platform/audiofile/SplicedFile.h"
 #include "platform/Path.h"
 #include "support/TestEnvironment.h"
 
@@ -209,6 +209,24 @@ TEST(AudioFileEdit, EditsAreReadBackBeforeTheCommitAndForgottenWithoutOne) {
   EXPECT_EQ(bytesAt(folder.path("a.caf")), cafFileOf({kDesc, kCAFData, chunk("uuid", "c")}));
 }
 
+TEST(AudioFileEdit, WhatDoesNotReadBackDoesNotBecomeTheFile) {
+  const TemporaryFolder folder;
+  vesk::WriteFailure failure;
+  const auto found = vesk::FoundFile::open(folder.addFile("a", "abcdef"), failure);
+  vesk::Splice splice;
+  splice.keep(3, 2);
+  splice.add(bytesOf("new"));
+  const auto shared = std::make_shared<const vesk::Splice>(splice);
+  const auto isMeant = [](bool answer) {
+    return [answer](auto written) { return *written->upTo(0, 9) == bytesOf("denew") && answer; };
+  };
+  EXPECT_FALSE(vesk::replaceBySplice(*found, shared, isMeant(false), {}, failure));
+  EXPECT_EQ(failure.error, vesk::WriteError::notReadBack);
+  EXPECT_EQ(bytesAt(folder.path("a")), bytesOf("abcdef"));
+  EXPECT_TRUE(vesk::replaceBySplice(*found, shared, isMeant(true), {}, failure));
+  EXPECT_EQ(bytesAt(folder.path("a")), bytesOf("denew"));
+}
+
 TEST(AudioFileEdit, EachEditThatIsNoneHasItsCode) {
   Chunk table = ds64Chunk(0, 7, 4);
   table.payload.resize(24);
@@ -305,6 +323,11 @@ TEST(AudioFileEdit, WhatIsNotSafeToRewriteIsRefusedWithTheReason) {
     EXPECT_TRUE(failure.message.starts_with(folder.path("a: ")) && failure.message.find(reason) != std::string::npos)
         << failure.message;
   }
+  writeFile(folder.path("a"), Bytes(402));
+  writeFile(folder.path("._a"), soundDesignerFork('2', "44100.0000", '2'));
+  vesk::WriteFailure failure;
+  EXPECT_FALSE(AudioFileEdit::open(folder.path("a"), failure));
+  EXPECT_EQ(failure.error, noChunks) << failure.message;
 }
 
 TEST(AudioFileEdit, AFormOf32BitsDoesNotGrowPast4GiB) {

@@ -124,10 +124,8 @@ TEST(AudioFileFormat, TheCountIsTheSmallerOfWhatIsSaidAndWhatIsThere) {
 TEST(AudioFileFormat, OddSampleRatesSurvive) {
   const std::pair<const char*, const char*> cases[] = {
       {"400D AC43 FFFF 0000 0000", "22049.999992370605 regular"},
-      {"0000 0000 0000 0000 0000", "0"},
       {"0000 0000 0000 0000 0001", "0"},  // denormal
       {"C00E AC44 0000 0000 0000", "-44100"},
-      {"7FFF 8000 0000 0000 0000", "inf"},
       {"7FFE FFFF FFFF FFFF FFFF", "inf"},  // too large for a double
       {"7FFF C000 0000 0000 0000", "nan"},
   };

@@ -8,9 +8,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/xattr.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <functional>
 
@@ -53,6 +55,23 @@ WriteFailure replaced(
 WriteError errorOfReplacing(const std::string& path, const ReplaceOptions& options = {}) {
   return replaced(path, options).error;
 }
+
+// No file grows beyond `size` bytes meanwhile, as on a full disk.
+struct SizeLimit {
+  explicit SizeLimit(rlim_t size) {
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    const struct rlimit limit = {.rlim_cur = size, .rlim_max = old.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  SizeLimit(const SizeLimit&) = delete;
+  SizeLimit& operator=(const SizeLimit&) = delete;
+  ~SizeLimit() {
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, handler);
+  }
+  struct rlimit old = {};
+  void (*handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+};
 
 constexpr ReplaceOptions kCopyBack = {.copyBack = CopyBack::whereNeeded};
 
@@ -138,6 +157,22 @@ TEST(FileReplacement, ACopyBackServesAllNamesOfAFile) {
     EXPECT_EQ(path::readFile(folder.path("d")), "odd");
   }
   EXPECT_EQ(path::subpaths(folder.path()), (Texts{"c", "d"}));
+}
+
+TEST(FileReplacement, ACopyBackThatBreaksOffLeavesTheNewContentsBesideTheFile) {
+  for (const auto& [room, error, left] :
+       {std::tuple(2, WriteError::brokenOff, "new"), {0, WriteError::system, "old"}}) {
+    const TemporaryFolder folder;
+    fs::create_hard_link(folder.addFile("c", "old"), folder.path("d"));
+    std::optional<SizeLimit> limit;
+    const WriteFailure failure = replaced(folder.path("c"), kCopyBack, [&, size = room] { limit.emplace(size); });
+    limit.reset();
+    EXPECT_EQ(failure.error, error) << failure.message;
+    const std::string whole = path::appending(folder.path(), path::subpaths(folder.path()).front());
+    EXPECT_EQ(path::readFile(whole), left);
+    EXPECT_EQ(failure.message.find(whole) != std::string::npos,
+              error == WriteError::brokenOff || whole.ends_with("/c"));
+  }
 }
 
 TEST(FileReplacement, RangesAreCopiedAndAShortFileIsAnError) {

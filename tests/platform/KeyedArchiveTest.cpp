@@ -128,7 +128,7 @@ TEST(KeyedArchive, OtherDecodersReadOurs) {
   if (outputOf("command -v python3").empty()) GTEST_SKIP() << "no python3";
   const TemporaryFolder folder;
   const InlineFields coders[] = {{"LCSomething", {"name", "oddV1", "typeV1"}}};
-  fixture::writeFile(folder.path("archive"), archivedRoot(Array{everyKind(), many()}, "rootDict", coders));
+  folder.addFile("archive", archivedRoot(Array{everyKind(), many()}, "rootDict", coders));
   EXPECT_EQ(outputOf("python3 " TEST_DATA_DIR "/show-archive.py " + folder.path("archive")),
             "[('', ''), ('$null', '$null'), ('data', b'\\x00\\xff'), ('date', {'NS.time': ('inline', -0.5)}), "
             "('empty', ('NSArray', [{}, ('NSArray', []), b''])), ('null', {}), ('numbers', ('NSArray', "

@@ -3,6 +3,8 @@
 #include "support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+#include <unicode/unistr.h>
 
 #include <clocale>
 #include <limits>
@@ -19,27 +21,20 @@ using Real = std::pair<std::string, double>;
 
 }  // namespace
 
-// Characters close to where the orders of UTF-8 and UTF-16 part, alone and behind another one.
-TEST(Text, CodeUnitOrderIsThatOfUTF16) {
-  using Units = std::pair<std::string, std::u16string>;
-  const Units texts[] = {{"", u""},
-                         {"a", u"a"},
-                         {"aé", u"aé"},
-                         {"\xED\x9F\xBF", u"\uD7FF"},
-                         {"\uE000", u"\uE000"},
-                         {"\uFFFD", u"\uFFFD"},
-                         {"a\uFFFD", u"a\uFFFD"},
-                         {"\U00010000", u"\U00010000"},
-                         {"a\U00010000", u"a\U00010000"},
-                         {"\U0010FFFF", u"\U0010FFFF"}};
-  for (const auto& [left, units] : texts) {
-    EXPECT_EQ(text::toUTF16(left), units);
-    EXPECT_EQ(text::utf16Length(left), units.size());
-    for (const auto& [right, otherUnits] : texts) {
-      EXPECT_EQ(compareCodeUnits(left, right) < 0, units < otherUnits) << left << " " << right;
-      EXPECT_EQ(compareCodeUnits(left, right) == 0, units == otherUnits) << left << " " << right;
-    }
-  }
+// Of characters close to where the orders of UTF-8 and UTF-16 part.
+RC_GTEST_PROP(Text, CodeUnitOrderIsThatOfUTF16, ()) {
+  const auto some = [] {
+    const auto text = *rc::gen::container<std::u32string>(
+        rc::gen::element<char32_t>('a', U'é', 0xD7FF, 0xE000, 0xFFFD, 0x10000, 0x10FFFF));
+    return icu::UnicodeString::fromUTF32(reinterpret_cast<const UChar32*>(text.data()), std::ssize(text));
+  };
+  const auto units = some(), otherUnits = some();
+  std::string left, right;
+  units.toUTF8String(left), otherUnits.toUTF8String(right);
+  RC_ASSERT(text::toUTF16(left) == std::u16string(units.getBuffer(), units.length()));
+  RC_ASSERT(text::utf16Length(left) == static_cast<size_t>(units.length()));
+  RC_ASSERT((compareCodeUnits(left, right) < 0) == (units.compare(otherUnits) < 0));
+  RC_ASSERT((compareCodeUnits(left, right) == 0) == (left == right));
 }
 
 TEST(Text, IntegersAreReadFromTheFrontAndSaturate) {

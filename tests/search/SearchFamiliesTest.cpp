@@ -19,10 +19,7 @@ using FamiliesTest = EngineTest;
 
 TEST(FamilyName, IsWhatStandsBeforeTheNumbers) {
   const std::pair<const char*, std::optional<std::string>> cases[] = {
-      {"Funky Beat 01.caf", "Funky Beat"},
       {"/L/My Loops 7/Beat 1.2_3.aif", "Beat"},
-      {"Beat 1_2.3.aif", {}},      // "." after "_"
-      {"Ärger ٣.wav", "Ärger"},    // a digit of any script
       {"/L/Beat 01/Pad.aif", {}},  // of a folder
       {"Beat 01", "Beat"},         // no extension
       {" 01.aif", ""},             // found, and nothing before it

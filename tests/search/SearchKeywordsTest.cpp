@@ -75,12 +75,11 @@ TEST_F(KeywordsTest, ADrillDownNarrowsTheSearchForGood) {
   keywordsFor("Base", {}, "Dark");
   EXPECT_FALSE(engine->searchForFavorites());
 
-  const std::pair<const char*, vesk::StringSet> cases[] = {{"All Effects", {"All Effects", "Boom", "People", "Urban"}},
-                                                           {"FavoritesFX", {"All Effects", "People", "Urban"}},
-                                                           {"Mixed", names("All Effects", "Urban")},
-                                                           {"Effects", {"All Effects", "Boom", "People"}},
-                                                           {"Nothing", {}}};
-  for (const auto& [subCategory, keywords] : cases) {
+  using Case = std::pair<const char*, vesk::StringSet>;
+  for (const auto& [subCategory, keywords] :
+       {Case{"All Effects", {"All Effects", "Boom", "People", "Urban"}},
+        Case{"FavoritesFX", {"All Effects", "People", "Urban"}}, Case{"Mixed", names("All Effects", "Urban")},
+        Case{"Effects", {"All Effects", "Boom", "People"}}, Case{"Nothing", {}}}) {
     engine->setSearchKeywords(names());
     if (keywords.empty()) engine->setSearchString("found nowhere");
     EXPECT_EQ(keywordsFor("BaseFX", subCategory, "Dark"), keywords) << subCategory;

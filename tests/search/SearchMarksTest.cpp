@@ -32,9 +32,7 @@ TEST_F(MarksTest, OneMarkGivenClearsTheOthersUnlessTheRowHasThem) {
 TEST_F(MarksTest, FavoritesAreCounted) {
   database.addVariedLoops();
   database.run("INSERT INTO UserData (loopId, isFavorite) VALUES (77, 1)");  // of a loop that is gone
-  EXPECT_EQ(engine->totalNumberOfLoops(), 10);
-  EXPECT_EQ(engine->numberOfFavoritesInResults(), 0);
-  EXPECT_EQ(engine->numberOfFavoritesForTable("Loops"), 2);
+  EXPECT_TRUE(engine->numberOfFavoritesInResults() == 0 && engine->numberOfFavoritesForTable("Loops") == 2);
   engine->setSearchForFavorites(true);
   engine->doSearch();
   EXPECT_EQ(engine->numberOfFavoritesInResults(), engine->numberOfLoops());
@@ -55,8 +53,8 @@ TEST_F(MarksTest, LoudnessComesFromTheFactoryThenTheDatabaseThenTheFile) {
   EXPECT_EQ(engine->findLoudnessInfoForURL(url("/L/mine.wav")), own);         // by path
   EXPECT_EQ(engine->findLoudnessInfoForURL(url("/else/mine.wav")), std::nullopt);
   const auto archive = fixture::bytesOf(vesk::path::readFile(TEST_DATA_DIR "/additional-all-keys.archive").value());
-  const std::string tagged = database.folder().path("tagged.aif");
-  fixture::writeFile(tagged, fixture::aiffFile({fixture::chunk("adLD", archive)}));
+  const std::string tagged =
+      database.folder().addFile("tagged.aif", fixture::aiffFile({fixture::chunk("adLD", archive)}));
   EXPECT_EQ(engine->findLoudnessInfoForURL(url(tagged.c_str())), (LCLoopLoudnessInfo{-14.25, -0.5, -18}));
 }
 
@@ -76,24 +74,6 @@ TEST_F(MarksTest, RepairsReachTheLoopsOnTheirLists) {
   EXPECT_FALSE(Engine::isTrackStackLoopWithMissingInfo(std::nullopt));
 }
 
-TEST_F(MarksTest, EveryInstrumentHasAnIconNamedAfterItself) {
-  for (const auto category :
-       {kCategoryInstrumentTypeWithSubTypes, kCategoryInstrumentType, kCategoryInstrumentSubType}) {
-    vesk::StringSet instruments = LCKeywordHelper::keywordsForCategory(category);
-    for (const LCKeywordGroup& group : LCKeywordHelper::keywordGroups()) instruments.erase(group.name);
-    for (const std::string& instrument : instruments) {
-      const auto parent = LCKeywordHelper::parentKeywordForKeyword(instrument);
-      std::string icon = vesk::text::asciiLowercase(parent ? *parent + "-" + instrument : instrument);
-      for (char& letter : icon) letter = letter == ' ' || letter == '/' ? '-' : letter;
-      EXPECT_EQ(Engine::iconNameForInstrumentSubType(instrument), icon);
-      int64_t id = 0;
-      EXPECT_TRUE(Engine::kestrelLegacyIconIdForIconName(icon, &id));
-      EXPECT_EQ(id, LCKeywordHelper::keywordIdForKeyword(instrument)) << icon;
-    }
-  }
-  EXPECT_FALSE(Engine::kestrelLegacyIconIdForIconName("nobody", nullptr));
-}
-
 TEST_F(MarksTest, ALoopIsShownByItsNameAndInstrument) {
   const auto idOf = [](std::string name) { return std::to_string(LCKeywordHelper::keywordIdForKeyword(name)); };
   database.add(1, "Funky Beat.01.caf",
@@ -107,4 +87,8 @@ TEST_F(MarksTest, ALoopIsShownByItsNameAndInstrument) {
     EXPECT_EQ(Engine::localizedNameForFile(*engine->fileForLoopId(id)), name);
     EXPECT_EQ(engine->iconNameForFile(*engine->fileForLoopId(id)), icon);
   }
+  int64_t kick = 0;
+  EXPECT_TRUE(Engine::kestrelLegacyIconIdForIconName("drums-kick", &kick));
+  EXPECT_EQ(std::to_string(kick), idOf("Kick"));
+  EXPECT_FALSE(Engine::kestrelLegacyIconIdForIconName("nobody", nullptr));
 }

@@ -20,6 +20,7 @@ TEST_F(SearchTest, FindsTheLoopsThatPassEverySetting) {
   constexpr int64_t kLowest = std::numeric_limits<int64_t>::min(), kHighest = std::numeric_limits<int64_t>::max();
   const Ids all = {-3, 1, 2, 4, 5, 6, 7, 8, 9, kHighest};  // a loop without a row in LoopsKeywords is never found
   const std::string folder = database.folder().path();
+  const std::set<int64_t> types = {1, 2};
   database.add(kHighest, folder + "/in.wav", "key = 58, timeSignatureTop = 5");
   database.add(kLowest, folder + "x/out.wav");
   database.run("DELETE FROM LoopsKeywords WHERE loopId = " + std::to_string(kLowest));
@@ -38,14 +39,8 @@ TEST_F(SearchTest, FindsTheLoopsThatPassEverySetting) {
       {[](Engine& e) { e.setTimeSignatureTop(3, 8); }, {6}},
       {[](Engine& e) { e.setKeyType(1); }, {1}},
       {[](Engine& e) { e.setFilterOutWebLoops(true); }, {-3, 1, 2, 4, 5, 8, 9, kHighest}},
-      {[](Engine& e) {
-         e.setEnabledLoopTypes(std::set<int64_t>{1, 2});
-       },
-       {4, 5}},
-      {[](Engine& e) {
-         e.setUseKestrelLoopTypes(true), e.setEnabledLoopTypes(std::set<int64_t>{1, 2});
-       },
-       {5}},
+      {[&](Engine& e) { e.setEnabledLoopTypes(types); }, {4, 5}},
+      {[&](Engine& e) { e.setUseKestrelLoopTypes(true), e.setEnabledLoopTypes(types); }, {5}},
       // A loop in two enabled packages comes twice.
       {[](Engine& e) { e.setEnabledCrateIdentifier(names("a", "b", "c\"d")); }, {1, 2, 2, 5, 9}},
       {[](Engine& e) { e.setPathPrefix("/L/Bass%20B"); }, {7}},
@@ -66,30 +61,20 @@ TEST_F(SearchTest, FindsTheLoopsThatPassEverySetting) {
       {[](Engine& e) { e.setSearchString("ärger"); }, {6, 7}},  // ASCII folding alone would miss both
       {[](Engine& e) { e.setSearchString("ärger \"x"); }, {}},  //
       {[](Engine& e) { e.setSearchString("strasse ä"); }, {}},  // "ß" is not folded to "ss"
-      {restrictedTo({.tempos = {{101, 102}}}), {1, 2}},
       {restrictedTo({.tempos = {{50, 51}, {104, 200}}}), {4, 5}},
-      {restrictedTo({.tempos = {{102, 101}}}), {}},
       // No tempo is none, whether stored as 0, as -1 or not at all.
       {restrictedTo({.tempos = {{kLowest, kHighest}}}), {1, 2, 4, 5}},
-      {restrictedTo({.minimumRating = 4}), {2, 6}},
       {restrictedTo({.minimumRating = -1}), {2, 5, 6, 8}},  // the others were never marked
       {restrictedTo({.candidateIds = Ids{9, -3, 9, kLowest, kHighest, 10, 77}}), {-3, 9, kHighest}},
-      {restrictedTo({.candidateIds = Ids{}}), {}},
       {restrictedTo({.text = {{"bass"}}}), {1, 2, 7}},  // name, comment, and the folder where the file itself lies
       {restrictedTo({.text = {{"bass"}, {"file:///L/", "file:///M/"}}}), {1, 2, 7}},  // below a folder
       {restrictedTo({.text = {{"sub"}, {"file:///L/Sub/"}}}), {}},                    // not the folder itself
       {restrictedTo({.text = {{"l/sub"}, {"file:///"}}}), {5}},
       {restrictedTo({.text = {{"/sub/"}, {"file://"}}}), {5}},  // the whole path
-      {restrictedTo({.text = {{"file"}, {"file://"}}}), {}},
-      {restrictedTo({.text = {{"tree", "apple"}}}), {2}},
-      {restrictedTo({.text = {{"then", "20"}}}), {8}},
-      {restrictedTo({.text = {{"100%"}}}), {2, 8}},
-      {restrictedTo({.text = {{"_"}}}), {-3}},
       {restrictedTo({.text = {{"ärger"}}}), {6, 7}},
       {restrictedTo({.textInName = "_"}), {-3}},
       {restrictedTo({.keys = {{9}, {3, 2}}}), {6, 8}},  // loops without a key pass
       {restrictedTo({.keys = {{9}, {3, 1}}, .onlyWithKey = true}), {2, 8}},
-      {restrictedTo({.onlyWithKey = true}), {-3, 1, 2, 4, 5, 7, 8, 9, kHighest}},
       {[](Engine& e) {  // each leaves out some loop that all others let pass
          e.setSearchKeywords(names("Favorites", "Zorp")), e.setEnabledCrateIdentifier(names("b"));
          e.setTimeSignatureTop(4, 4), e.setKeyType(2), e.setRootKey(62), e.setEnabledLoopTypes(std::set<int64_t>{0});
@@ -146,6 +131,11 @@ TEST_F(SearchTest, AFailureIsToldAndLeavesAnEmptyResultToThatSearchAlone) {
        },
        "no such column: CrateLoopRelation.crateId"},
       {[](Engine& e) { e.closeDatabase(); }, "the database is closed"},
+      {[&](Engine& e) {  // of two the first
+         database.run("DROP TABLE keyword_distribution");
+         e.setSearchKeywords(names("Tuba")), e.setLoopsTablename("Nowhere");
+       },
+       "no such table: keyword_distribution"},
   };
   Ids ids;
   for (const std::string& keyword : instruments) ids.push_back(LCKeywordHelper::keywordIdForKeyword(keyword));
@@ -166,25 +156,6 @@ TEST_F(SearchTest, AFailureIsToldAndLeavesAnEmptyResultToThatSearchAlone) {
     EXPECT_EQ(engine->numberOfLoops(), engine->sqlite3Connection() ? 10 : 0) << message;
     EXPECT_EQ(engine->lastSearchFailure().has_value(), !engine->sqlite3Connection()) << message;
   }
-  engine = database.engine();
-  database.run("DROP TABLE keyword_distribution");
-  engine->setSearchKeywords(names("Tuba"));
-  engine->setLoopsTablename("Nowhere");
-  engine->doSearch();
-  EXPECT_EQ(engine->lastSearchFailure()->message, "no such table: keyword_distribution");  // the first of two
-}
-
-TEST_F(SearchTest, JoinsTheRarestKeywordFirst) {
-  std::string insert;
-  const auto keepInsert = [](unsigned, void* kept, void*, void* text) {
-    const std::string sql = static_cast<const char*>(text);
-    if (sql.starts_with("INSERT")) *static_cast<std::string*>(kept) = sql;
-    return 0;
-  };
-  sqlite3_trace_v2(engine->sqlite3Connection(), SQLITE_TRACE_STMT, keepInsert, &insert);
-  engine->setSearchKeywords(names("Drum Kit", "Electric Bass", "Zorp"));  // carried by 1, 2 and 3 loops
-  engine->doSearch();
-  EXPECT_NE(insert.find("from tagging_cache_112 join tagging_cache_30 "), std::string::npos) << insert;
 }
 
 TEST_F(SearchTest, SortsByOneColumnOrByDescriptors) {
@@ -199,18 +170,6 @@ TEST_F(SearchTest, SortsByOneColumnOrByDescriptors) {
   engine->setSortingColumnName("tempo");
   engine->setSortDescriptors({{{"numberOfBeats", true}, {"fileName", false}}});
   EXPECT_EQ(idsFound(*engine), (Ids{4, 5, 9, 7, 2, 1, -3, 8, 6}));
-}
-
-TEST_F(SearchTest, SortsByRatingsAndNamesOfKeywords) {
-  database.run("UPDATE Loops SET genreId = iif(id = 4, 65, iif(id = 1, 69, 0))");  // Jazz, Rock/Blues
-  using By = LCSortDescriptor::By;
-  const std::tuple<By, bool, Ids> cases[] = {{By::keywordName, true, {4, 1, -3, 2, 5, 6, 7, 8, 9}},
-                                             {By::keywordName, false, {1, 4, -3, 2, 5, 6, 7, 8, 9}},
-                                             {By::rating, false, {6, 2, 5, -3, 1, 4, 7, 8, 9}}};
-  for (const auto& [by, isAscending, ids] : cases) {
-    engine->setSortDescriptors({{{"genreId", isAscending, false, by}, {"id"}}});
-    EXPECT_EQ(idsFound(*engine), ids);
-  }
 }
 
 TEST_F(SearchTest, SortsByColumnsOfTheResultAlone) {
@@ -231,10 +190,6 @@ TEST_F(SearchTest, SortsByColumnsOfTheResultAlone) {
   EXPECT_TRUE(environment->hasLogged("Not sorted by \"random()\"") && environment->hasLogged("Not sorted at random"));
   engine->setSortingColumnName("id; DROP TABLE Loops");
   EXPECT_EQ(idsFound(*engine).size(), 9u);
-  std::set<Ids> orders;  // of nine loops: the same order eight times is as good as impossible
-  engine->setSortDescriptors({{random}});
-  for (int count = 0; count < 8; ++count) orders.insert(idsFound(*engine));
-  EXPECT_GT(orders.size(), 1u);
 }
 
 // A statement that still stands on a row would keep the next search from dropping its table.
@@ -266,8 +221,6 @@ TEST_F(SearchTest, OffersTheKeywordsOfItsResultAndTheirGroups) {
   const std::pair<vesk::StringSet, vesk::StringSet> cases[] = {
       {{"Tuba", "Deep House"}, {"Tuba", "Deep House", "Brass", "House"}},
       {{"Bagpipe", ""}, {"Bagpipe", "Woodwind"}},
-      {{"Explosions"}, {"Explosions", "Effects", "All Effects", "Boom"}},
-      {{"Urban"}, {"Urban", "Hip Hop/RnB"}},
       {{"Boom", "Effects"}, {"Boom", "Effects"}},  // groups are no members of groups
   };
   for (const auto& [given, available] : cases) {
@@ -302,17 +255,10 @@ using RowCache = EngineTest;
 TEST_F(RowCache, IsCentredOnTheRowAskedForAndNeverBeginsBelowZero) {
   for (int64_t row = 0; row < 40; ++row) database.add(100 + row, std::to_string(1000 + row));
   engine->doSearch();
-  using Case = std::array<int64_t, 3>;  // the row read; the first one and how many the cache then holds
-  for (const auto& [row, first, count] : {Case{17, 12, 10},
-                                          {21, 12, 10},
-                                          {22, 17, 10},
-                                          {39, 34, 6},  // the last rows
-                                          {40, 34, 6},  // covered, but there is none
-                                          {3, 0, 10},
-                                          {25, 20, 10},
-                                          {29, 20, 10},
-                                          {30, 25, 10},
-                                          {24, 19, 10}}) {
+  using Case = std::array<int64_t, 3>;    // the row read; the first one and how many the cache then holds
+  for (const auto& [row, first, count] :  // there is no row 40, though it is covered
+       {Case{17, 12, 10}, Case{21, 12, 10}, Case{22, 17, 10}, Case{39, 34, 6}, Case{40, 34, 6}, Case{3, 0, 10},
+        Case{24, 19, 10}}) {
     const std::optional<LCCell> id = engine->resultObjectForKey("id", row);
     EXPECT_EQ(id, row < 40 ? std::optional(LCCell(100 + row)) : std::nullopt);
     const std::vector<LCCell>& cached = engine->searchResults().at("id");

@@ -11,18 +11,11 @@ struct SettingsTest : EngineTest {
 TEST_F(SettingsTest, RaiseTheEditedFlagWhenWhatIsSearchedForChanges) {
   // Each changes the value at its first call and repeats it at the second.
   const std::function<void(Engine&)> setters[] = {
-      [](Engine& e) { e.setSearchString("a"); },
-      [](Engine& e) { e.setPathPrefix("/"); },
       [](Engine& e) { e.setSearchKeywords(names("Bass")); },
-      [](Engine& e) { e.setTimeSignatureTop(3, -1); },
       [](Engine& e) { e.setTimeSignatureTop(3, 4); },
-      [](Engine& e) { e.setRootKey(60); },
       [](Engine& e) { e.setSearchForFavorites(true); },
       [](Engine& e) { e.setEnabledCrateIdentifier(names()); },  // none is not empty
       [](Engine& e) { e.setEnabledCrateIdentifier(std::nullopt); },
-      [](Engine& e) { e.setEnabledLoopTypes(std::nullopt); },
-      [](Engine& e) { e.setUseLocalizedSorting(true); },
-      [](Engine& e) { e.setRestrictions({.minimumRating = 3}); },
       [](Engine& e) { e.setRestrictions({.minimumRating = 3, .candidateIds = Ids{}}); },
   };
   for (const auto& set : setters) {

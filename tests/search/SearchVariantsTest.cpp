@@ -47,21 +47,18 @@ TEST_F(MobileEngine, KeepsOnlyTheREDEdition) {
 
 TEST(FolderOutline, ListsTheVisibleFoldersOfTheThreeRoots) {
   const auto environment = TestEnvironment::install();
-  const TemporaryFolder folder;
-  environment->setLibraryFolders(vesk::Domain::user, {folder.addFolder("user")});
-  environment->setLibraryFolders(vesk::Domain::local, {folder.addFolder("machine")});
-  const std::string factory = "machine/Audio/Vireo Loops/", user = "user/Audio/Vireo Loops/";
+  const std::string root = environment->folder() + "/", factory = root + "machine/Audio/Vireo Loops/";
+  const std::string user = root + "home/.local/share/Audio/Vireo Loops/";
   for (const std::string& path : {factory + "beats/inner", factory + ".hidden", factory + "Äther/.hidden", user + "Zoo",
                                   user + "User Loops/Mine"}) {
-    folder.addFolder(path);
+    std::filesystem::create_directories(path);
   }
-  folder.addFile(factory + "file.wav", "");
+  EXPECT_TRUE(vesk::path::writeFileAtomically(factory + "file.wav", ""));
   const auto engine = SearchDatabase().engine();
   const std::vector<std::string> roots = engine->_childrenOfItem(std::nullopt);
-  EXPECT_EQ(roots, (std::vector{folder.path(factory + "Äther"), folder.path(factory + "beats"),
-                                folder.path(user + "User Loops/Mine"), folder.path(user + "Zoo")}));
-  EXPECT_EQ(engine->_childrenOfItem(roots[1]), std::vector{folder.path(factory + "beats/inner")});
-  EXPECT_TRUE(engine->isLeafItem(roots[0]));  // only a hidden folder
+  EXPECT_EQ(roots, (Rows{user + "User Loops/Mine", user + "Zoo", factory + "Äther", factory + "beats"}));
+  EXPECT_EQ(engine->_childrenOfItem(roots[3]), Rows{factory + "beats/inner"});
+  EXPECT_TRUE(engine->isLeafItem(roots[2]));  // only a hidden folder
 }
 
 TEST(SearchEngineFile, ResolvesLinksOnlyWhenNoFileIsAtThePathItself) {

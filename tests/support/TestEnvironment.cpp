@@ -49,11 +49,7 @@ bool TestEnvironment::hasLogged(std::string_view part) const {
 }
 
 std::optional<std::string> TestEnvironment::musicFolder(std::string* error) const {
-  if (!m_musicFolder) {
-    if (error) *error = "no music folder";
-    return std::nullopt;
-  }
-  return vesk::path::createDirectories(*m_musicFolder, error) ? m_musicFolder : std::nullopt;
+  return vesk::path::createDirectories(m_musicFolder, error) ? std::optional(m_musicFolder) : std::nullopt;
 }
 
 std::optional<std::string> TestEnvironment::valueIn(const Texts& values, std::string_view key,

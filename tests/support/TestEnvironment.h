@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -25,6 +26,9 @@ class TemporaryFolder {
   std::string path(std::string_view relative) const;  // of something below; creates nothing
   // Creates the folders above it; each answers the absolute path.
   std::string addFile(std::string_view relative, std::string_view contents) const;
+  std::string addFile(std::string_view relative, std::span<const std::byte> contents) const {
+    return addFile(relative, {reinterpret_cast<const char*>(contents.data()), contents.size()});
+  }
   std::string addFolder(std::string_view relative) const;
 
  private:
@@ -63,8 +67,6 @@ class TestEnvironment : public vesk::Environment {
     m_hostResources[{name, type}] = path;
   }
   void setFilePackage(std::string path) { m_package = std::move(path); }
-  // With nullopt musicFolder() fails, with the reason "no music folder"; libraryFolders() answers none with {}.
-  void setMusicFolder(std::optional<std::string> path) { m_musicFolder = std::move(path); }
   void setLibraryFolders(vesk::Domain domain, std::vector<std::string> paths) {
     m_libraries[domain] = std::move(paths);
   }
@@ -94,7 +96,7 @@ class TestEnvironment : public vesk::Environment {
 
   TemporaryFolder m_folder;
   std::string m_locale = "en_US";
-  std::optional<std::string> m_musicFolder;
+  std::string m_musicFolder;
   std::map<vesk::Domain, std::vector<std::string>> m_libraries;
   std::string m_package;
   Texts m_localizedStrings;  // by key and table

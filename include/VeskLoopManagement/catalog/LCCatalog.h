@@ -45,9 +45,9 @@ struct LCCatalogOptions {
 
 // A change of marks: what is given is set, the rest stays.
 struct LCMarkChange {
-  std::optional<bool> isFavorite;
-  std::optional<int64_t> rating;       // 0 takes it away; else 1 to 5
-  std::optional<std::string> comment;  // "" takes it away
+  std::optional<bool> isFavorite = {};
+  std::optional<int64_t> rating = {};       // 0 takes it away; else 1 to 5
+  std::optional<std::string> comment = {};  // "" takes it away
 };
 
 struct LCMarkedLoop {
@@ -60,7 +60,8 @@ struct LCMarkedLoop {
 struct LC_EXPORT LCLoopReference {
   std::optional<int64_t> id = {};     // decides when given
   std::optional<vesk::URL> url = {};  // as stored, or of a file that a link leads to
-  // The file name, or a beginning that one loop alone has. Asked when there is neither a loop nor a file at `url`.
+  // The file name, a beginning that one loop alone has, or the name as a table shortens it, with "…" in the middle.
+  // Asked when there is neither a loop nor a file at `url`.
   std::optional<std::string> name = {};
   std::string text = {};  // as it was given, for messages
 
@@ -71,7 +72,7 @@ struct LC_EXPORT LCLoopReference {
 
 // A package to be made.
 struct LCNewPackage {
-  std::string name;
+  std::string name = {};
   std::optional<std::string> manufacturer = {};  // else that of the user's own loops
   std::optional<std::string> identifier = {};    // else made of manufacturer and name
   bool isVirtual = false;
@@ -79,9 +80,9 @@ struct LCNewPackage {
 
 // Which rows to take out: loops below a folder, of a package, whose files are gone. All that is given must fit.
 struct LCPlaceQuery {
-  std::optional<std::string> folder;   // absolute path
-  std::optional<std::string> package;  // identifier
-  bool onlyMissing = false;            // placeholders are not missing
+  std::optional<std::string> folder = {};   // absolute path
+  std::optional<std::string> package = {};  // identifier
+  bool onlyMissing = false;                 // placeholders are not missing
 };
 
 // How far a long operation is. Called on the thread that works.
@@ -114,7 +115,8 @@ class LC_EXPORT LCCatalog {
   LCOutcome<LCCatalogLoop> loop(const LCLoopReference& reference);
   // Cheaper. With near names when not found; a name that stands for several is `ambiguous`, with their paths.
   LCOutcome<LCLoopPlace> place(const LCLoopReference& reference);
-  // Whose file name is `name`, or, when there is none, begins with it; upper and lower case are the same.
+  // Whose file name is `name`, or, when there is none, begins with it, or else has anything in the place of its "…";
+  // upper and lower case are the same.
   LCOutcome<std::vector<LCLoopPlace>> placesWithName(std::string_view name);
   LCOutcome<std::vector<LCLoopPlace>> places(const LCPlaceQuery& query);
   // Those of `places` that fit; the folder is not asked for.

@@ -17,14 +17,14 @@
 struct LCLoopMarks {
   bool isFavorite = false;
   int64_t rating = 0;  // 1 to 5; 0 for none
-  std::string comment;
+  std::string comment = {};
   bool operator==(const LCLoopMarks&) const = default;
 };
 
 // Just enough to find a loop again.
 struct LC_EXPORT LCLoopPlace {
   int64_t id = 0;
-  std::string urlText;         // as stored
+  std::string urlText = {};    // as stored
   bool isPlaceholder = false;  // stands for a loop that is not on this disk yet
   std::string path() const;    // behind the URL; the text itself when it is none
   bool operator==(const LCLoopPlace&) const = default;
@@ -33,7 +33,7 @@ struct LC_EXPORT LCLoopPlace {
 // A keyword by its id and its name in the taxonomy.
 struct LCLoopKeyword {
   int64_t id = 0;  // 0 for one that stands only in the texts of the row
-  std::string name;
+  std::string name = {};
   bool operator==(const LCLoopKeyword&) const = default;
 };
 

@@ -24,14 +24,15 @@ enum class LCFailureKind {
   resultOutdated,      // the held result is gone: search again
 };
 
-// The kind as programs spell it: "databaseMissing", "notFound", …
+// The kind as it is spelled in JSON: by its own name, but "database" for `databaseRefused` and "usage" for
+// `invalidRequest`.
 namespace lc {
 LC_EXPORT std::string failureKindName(LCFailureKind kind);
 }
 
 struct LCFailure {
   LCFailureKind kind = LCFailureKind::databaseRefused;
-  std::string message;       // for people, without a full stop
+  std::string message = {};  // for people, without a full stop
   std::string subject = {};  // what it is about, as it was given: a path, a name
   // Known names that may have been meant, the most similar one first. Of `ambiguous`: paths or identifiers of those
   // that the name stands for; of many the first ones.

@@ -21,7 +21,7 @@ struct LCScanRequest {
   // Absolute; files and folders. Links are resolved: a file is stored under the one place where it is. A path that does
   // not exist fails like a file. The folders are remembered, those of `nextPath`, too: see LCLibraryFolders. Instead of
   // them `copyTo` is when it is given.
-  std::vector<std::string> paths;
+  std::vector<std::string> paths = {};
   bool scansRememberedFolders = false;  // behind `paths`; `invalidRequest` when there are none and `paths` is empty
   // Handed out after `paths`, while they become known; nullopt ends the list. None: `paths` is all.
   std::function<std::optional<std::string>()> nextPath = {};

@@ -48,25 +48,25 @@ struct LCLoopQuery {
   // Each in the file name, or all of them as one text in comment, title, author, collection, theme or the path. Of the
   // path only what lies below a folder of LCLibraryFolders is looked at; of other files their own folder and their
   // name.
-  std::vector<std::string> words;
-  bool inWholePath = false;               // `words` in the path from its root on
-  std::vector<std::string> keywords;      // tagged with all of these; upper and lower case are the same
-  std::optional<std::string> genre;       // a keyword of that category
-  std::optional<std::string> instrument;  // of an instrument or a kind of instrument
-  std::optional<LCTempoSpan> tempo;       // loops without a tempo do not pass
-  bool withHalfAndDoubleTempo = false;    // `tempo` also at half and at double speed
-  std::optional<LCMusicalKey> key;        // its scale, when it names one, restricts too
+  std::vector<std::string> words = {};
+  bool inWholePath = false;                    // `words` in the path from its root on
+  std::vector<std::string> keywords = {};      // tagged with all of these; upper and lower case are the same
+  std::optional<std::string> genre = {};       // a keyword of that category
+  std::optional<std::string> instrument = {};  // of an instrument or a kind of instrument
+  std::optional<LCTempoSpan> tempo = {};       // loops without a tempo do not pass
+  bool withHalfAndDoubleTempo = false;         // `tempo` also at half and at double speed
+  std::optional<LCMusicalKey> key = {};        // its scale, when it names one, restricts too
   LCKeyMatch keyMatch = LCKeyMatch::near;
   bool withKey = false;  // only loops that have a key
-  std::optional<LCScale> scale;
-  std::optional<LCTimeSignature> signature;  // loops without one pass
-  std::set<LCVireoLoopType> loopTypes;       // any of them
+  std::optional<LCScale> scale = {};
+  std::optional<LCTimeSignature> signature = {};  // loops without one pass
+  std::set<LCVireoLoopType> loopTypes = {};       // any of them
   bool onlyFavorites = false;
-  std::optional<int64_t> minimumRating;  // 1 to 5
-  std::optional<std::string> package;    // by identifier or name
-  std::optional<std::string> folder;     // absolute path; loops below it. `notFound` when there is no such folder.
-  std::optional<std::string> name;       // a text in the file name
+  std::optional<int64_t> minimumRating = {};  // 1 to 5
+  std::optional<std::string> package = {};    // by identifier or name
+  std::optional<std::string> folder = {};     // absolute path; loops below it. `notFound` when there is no such folder.
+  std::optional<std::string> name = {};       // a text in the file name
   // The first key decides, the next one where it ties, at last the name. `random` stands alone. None: by name.
-  std::vector<LCSortKey> order;
+  std::vector<LCSortKey> order = {};
   bool operator==(const LCLoopQuery&) const = default;
 };

@@ -54,7 +54,8 @@ class LC_EXPORT LCLoopResult {
 
   LCOutcome<LCLoopPage> page(const LCPageRequest& request) const;
   // One loop after the other, without holding them all; false from the handler ends it. Answers how many were handed
-  // on.
+  // on. From within the handler the catalog may be asked for loops and told to mark them; a search, and what changes
+  // loops or packages, is an `invalidRequest` there.
   using LoopHandler = std::function<bool(const LCCatalogLoop&)>;
   using PlaceHandler = std::function<bool(const LCLoopPlace&)>;
   LCOutcome<int64_t> forEachLoop(const LCPageRequest& request, const LoopHandler& handler) const;

@@ -36,7 +36,8 @@ struct LCTagEdit {
 struct LCTagOptions {
   // Handed out one by one while they become known; nullopt ends the list. Not empty.
   std::function<std::optional<LCTagEdit>()> nextEdit;
-  // The loop database in which the changed loops are brought up to date when they are in it; nullopt: none.
+  // The loop database in which the changed loops are brought up to date when they are in it; nullopt: none. One that is
+  // missing is noted.
   std::optional<std::string> databaseFile = {};
   bool allowsUnknownKeywords = false;  // else genres, instruments and descriptors are those of the taxonomy
   bool copiesBack = false;             // writes over files with several hard links in place, which is not atomic
@@ -57,7 +58,7 @@ enum class LCTagProblem {
   readOnly,        // the file, or its folder
   hasOtherNames,   // hard links
   ownerNotKept,    // the new file would be somebody else's
-  changed,         // by someone else since it was opened; of undo: since it was tagged
+  changed,         // by someone else since it was opened, or right after it was written; of undo: since it was tagged
   backupFailed,
   journalFailed,
   writeFailed,  // the system's words are in `detail`
@@ -72,6 +73,8 @@ struct LCTagFieldChange {
 struct LCTagReport {
   std::string path;
   bool isChanged = false;  // of a dry run: would be
+  // The file is as it was, but for one that is changed nevertheless (see LCTagProblem::changed), and for what the
+  // detail of `writeFailed` says of a copy-back that broke off.
   std::optional<LCTagProblem> problem = {};
   std::string detail = {};
   std::vector<std::string> nearNames = {};
@@ -107,7 +110,7 @@ struct LCTagHistoryEntry {
   int64_t runId = 0;
   int64_t startedAt = 0;    // seconds since 1970
   bool isFinished = false;  // false: ended half-way, or still at work
-  int64_t files = 0;        // written, or about to be when the run ended
+  int64_t files = 0;        // written; what a run was about to write when it was killed its file tells
   int64_t undone = 0;       // of them
 };
 
@@ -131,7 +134,7 @@ class LC_EXPORT LCTagRun {
 
   // Newest first.
   static LCOutcome<std::vector<LCTagHistoryEntry>> history();
-  static LCOutcome<std::vector<LCTagHistoryFile>> filesOfRun(int64_t runId);
+  static LCOutcome<std::vector<LCTagHistoryFile>> filesOfRun(int64_t runId);  // in the order in which they were written
   // Gives the files of a run their former bytes back, in the opposite order; without `runId`, of the newest run that is
   // not undone whole. A file that is not as the run left it stays, `changed`. Of `options` the database, copiesBack,
   // keepsModificationTime and isDryRun count.

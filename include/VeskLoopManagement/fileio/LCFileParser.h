@@ -56,7 +56,7 @@ class LC_EXPORT LCFileParser {
   [[nodiscard]] static std::unique_ptr<LCFileParser> fileParserForURL(const vesk::URL& url,
                                                                       LCFileTypes allowedFileTypes,
                                                                       LCParserFailure* failure);
-  static void setAllowsSDIIFiles(bool allows);                  // default no
+  static void setAllowsSDIIFiles(bool allows);  // default no
   static bool allowsSDIIFiles();
   static void setAllowsKeywordExtractionFromPath(bool allows);  // default yes; WAV, SDII and REX hang on it too
   static bool allowsKeywordExtractionFromPath();

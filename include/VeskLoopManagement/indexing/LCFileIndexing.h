@@ -114,8 +114,9 @@ class LC_EXPORT LCFileIndexing {
 
   // --- Writing a record and bringing its file to its place (LCFileIndexingTransfer.cpp) ---
   // Writes the record (see writeFileData), which was read from the source, under the destination, and copies or moves
-  // the file there, one of Sound Designer II with its resource fork. All or nothing, within a batch or by itself: what the record's row replaced stays unless the result
-  // is done, and so do the files. Folders that were made for it stay, and loudness in a file of its own.
+  // the file there, one of Sound Designer II with its resource fork. All or nothing, within a batch or by itself: what
+  // the record's row replaced stays unless the result is done, and so do the files. Folders that were made for it stay,
+  // and loudness in a file of its own.
   [[nodiscard]] lc::FileTransferResult addFileDataAndTransferFile(const LCFileData& fileData,
                                                                   const std::optional<std::string>& toCrateId,
                                                                   const lc::FileTransfer& transfer);

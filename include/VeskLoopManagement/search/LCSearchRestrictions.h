@@ -34,6 +34,7 @@ struct LCWordRestriction {
 
 struct LCSearchRestrictions {
   LCWordRestriction text = {};
+  std::string folder;              // URL text with "/" behind: loops below it, letter for letter
   std::string textInName;          // "%" and "_" as they are; folds the case of ASCII letters only, as the engine does
   std::vector<LCKeyPattern> keys;  // any of them; loops without a key pass, too
   bool onlyWithKey = false;

@@ -19,7 +19,7 @@
 struct LCSortDescriptor {
   enum class By {
     column,
-    keywordName,  // the name of the keyword whose id stands in the column; loops without one come last
+    keywordName,  // the name of the keyword whose id, or else text, the row has; loops without one come last
     rating,       // of the user; the column has no say, and loops that were never rated have 0
   };
   std::string key;  // a column of the result in either variant; other keys are dropped

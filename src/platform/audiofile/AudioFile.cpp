@@ -50,9 +50,15 @@ std::optional<AudioFileContents> readContainer(ByteSource& bytes, ContainerKind 
       return readAIFF(bytes, kind, refusal);
     case ContainerKind::caf:
       return readCAF(bytes, refusal);
-    default:
+    case ContainerKind::wav:
+    case ContainerKind::rf64:
+    case ContainerKind::bw64:
+    case ContainerKind::rifx:
       return readWAV(bytes, kind, refusal);
+    case ContainerKind::soundDesigner2:
+      break;  // has no signature
   }
+  return std::nullopt;
 }
 
 // Why a file could not be opened.
@@ -210,9 +216,14 @@ bool AudioFile::isBigEndian() const {
     case ContainerKind::rf64:
     case ContainerKind::bw64:
       return false;
-    default:
-      return true;
+    case ContainerKind::aiff:
+    case ContainerKind::aifc:
+    case ContainerKind::rifx:
+    case ContainerKind::caf:
+    case ContainerKind::soundDesigner2:
+      break;
   }
+  return true;
 }
 
 Regularity AudioFile::regularity() const {
@@ -241,9 +252,13 @@ std::optional<std::map<std::string, std::string>> AudioFile::infoTexts(bool& isC
       return std::nullopt;
     case ContainerKind::caf:
       return cafInfo(*m_bytes, m_contents, isCut);
-    default:
+    case ContainerKind::wav:
+    case ContainerKind::rf64:
+    case ContainerKind::bw64:
+    case ContainerKind::rifx:
       return wavInfo(*m_bytes, m_contents, isCut);
   }
+  return std::nullopt;
 }
 
 const AudioChunk* AudioFile::chunkAt(FourCC id, size_t index) const {

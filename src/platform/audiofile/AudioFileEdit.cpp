@@ -2,7 +2,7 @@
 
 #include "platform/audiofile/ByteReader.h"
 #include "platform/audiofile/ChunkWalk.h"
-#include "platform/audiofile/FileBytes.h"
+#include "platform/audiofile/SplicedFile.h"
 
 #include <algorithm>
 #include <array>
@@ -13,6 +13,8 @@ namespace {
 constexpr FourCC kInfoID = "info";
 constexpr FourCC kListID = "LIST";
 constexpr size_t kListTypeSize = 4;
+constexpr size_t kEmptyInfoSize = 4;  // a count of no pairs
+constexpr std::string_view kHasNoChunks = "it is of a kind that has no chunks";
 
 struct EditErrorName {
   EditError error;
@@ -98,8 +100,9 @@ std::unique_ptr<AudioFileEdit> AudioFileEdit::open(const std::string& path, Writ
   std::unique_ptr<AudioFileEdit> edit(new AudioFileEdit);
   edit->m_path = found->path();
   edit->m_options = options;
-  const FoundFile& file = *found;
-  const bool isOpen = edit->attach(std::move(found), failure) && file.mayBeReplaced(options, failure);
+  const bool isOpen = edit->attach(std::move(found), failure) && edit->m_found->mayBeReplaced(options, failure);
+  const bool hasCompanion = failure.error == WriteError::notAudio && AudioFile::open(path);  // which tells its kind
+  if (hasCompanion) edit->fail(failure, WriteError::noChunks, kHasNoChunks);
   return isOpen ? std::move(edit) : nullptr;
 }
 
@@ -112,7 +115,7 @@ std::unique_ptr<AudioFileEdit> AudioFileEdit::open(std::unique_ptr<ByteSource> b
 AudioFileEdit::~AudioFileEdit() = default;
 
 bool AudioFileEdit::attach(std::unique_ptr<FoundFile> found, WriteFailure& failure) {
-  std::shared_ptr<ByteSource> bytes = FileBytes::over(found->descriptor(), found->size());
+  std::shared_ptr<ByteSource> bytes = bytesOf(*found);
   if (!bytes) return fail(failure, WriteError::notReadable, "too many files are open");
   if (!attach(std::move(bytes), failure)) return false;
   m_found = std::move(found);
@@ -124,6 +127,7 @@ bool AudioFileEdit::attach(std::shared_ptr<ByteSource> source, WriteFailure& fai
   std::string detail;
   auto file = AudioFile::open(sharing(source), &error, &detail);
   if (!file) return fail(failure, errorOf(error), detail);
+  if (!hasChunkLayout(file->kind())) return fail(failure, WriteError::noChunks, kHasNoChunks);
   if (file->regularity() == Regularity::ambiguous) {
     return fail(failure, WriteError::irregular, "it is not safe to rewrite: " + joined(file->contents().ambiguous));
   }
@@ -237,7 +241,9 @@ EditError AudioFileEdit::mergeInfo(std::span<const InfoEdit> edits) {
   }
   const auto merged = mergedCAFInfo(old, edits);
   if (!merged) return EditError::none;
-  return merged->empty() ? removeUserData(kInfoID) : setUserData(kInfoID, 0, *merged);
+  // Behind a chunk that is taken out a second one would show.
+  const bool isToGo = merged->size() == kEmptyInfoSize && userDataCount(kInfoID) == 1;
+  return isToGo ? removeUserData(kInfoID) : setUserData(kInfoID, 0, *merged);
 }
 
 std::optional<std::map<std::string, std::string>> AudioFileEdit::infoDictionary() const {
@@ -290,14 +296,10 @@ std::optional<EditedLayout> AudioFileEdit::laidOut(std::span<const PlannedChunk>
     fail(failure, m_source->failed() ? WriteError::notReadable : WriteError::tooLarge, refusal);
     return std::nullopt;
   }
-  const auto parsed = AudioFile::open(bytesOf(*layout));
+  const auto parsed = AudioFile::open(std::make_unique<SplicedBytes>(m_source, layout->splice));
   if (parsed && readsAs(layout->expected, parsed->contents())) return layout;
   fail(failure, WriteError::notReadBack, "with these chunks it would not read back as it was meant");
   return std::nullopt;
-}
-
-std::unique_ptr<SplicedBytes> AudioFileEdit::bytesOf(const EditedLayout& layout) const {
-  return std::make_unique<SplicedBytes>(m_source, layout.splice);
 }
 
 std::unique_ptr<ByteSource> AudioFileEdit::edited(WriteFailure& failure) const {
@@ -305,7 +307,7 @@ std::unique_ptr<ByteSource> AudioFileEdit::edited(WriteFailure& failure) const {
   const auto chunks = plannedChunks();
   if (isUnchanged(chunks)) return sharing(m_source);
   const auto layout = laidOut(chunks, failure);
-  return layout ? bytesOf(*layout) : nullptr;
+  return layout ? std::make_unique<SplicedBytes>(m_source, layout->splice) : nullptr;
 }
 
 std::unique_ptr<AudioFile> AudioFileEdit::preview(WriteFailure& failure) const {
@@ -328,33 +330,17 @@ AudioFileEdit::Outcome AudioFileEdit::commit(WriteFailure& failure) {
   }
   const auto layout = laidOut(chunks, failure);
   if (!layout) return Outcome::failed;
-  FileReplacement replacement(*m_found, m_options);
-  const bool isWritten = writeSplice(*layout->splice, m_found->descriptor(), replacement) && replacement.complete();
-  if (isWritten && !readsBack(*layout, replacement, failure)) return Outcome::failed;
-  const bool isReplaced = isWritten && replacement.commit();
-  failure = replacement.failure();
+  const auto readsAsMeant = [&](std::unique_ptr<ByteSource> written) {
+    const auto parsed = AudioFile::open(std::move(written));
+    return parsed && readsAs(layout->expected, parsed->contents());
+  };
+  const bool isReplaced = replaceBySplice(*m_found, layout->splice, readsAsMeant, m_options, failure);
   if (!isReplaced && failure.error != WriteError::notSynced) return Outcome::failed;
 
   WriteFailure lost;  // by somebody who replaced it at once: then this object has nothing to write to any more
   auto now = FoundFile::open(m_path, lost);
   if (!now || !attach(std::move(now), lost)) m_found = nullptr;
   return isReplaced ? Outcome::written : Outcome::failed;
-}
-
-// The written sibling must be read as it was meant, and hold every byte that was meant.
-bool AudioFileEdit::readsBack(const EditedLayout& layout, const FileReplacement& replacement,
-                              WriteFailure& failure) const {
-  struct stat status = {};
-  const bool isKnown = ::fstat(replacement.descriptor(), &status) == 0;
-  const auto size = static_cast<uint64_t>(status.st_size);
-  const auto bytes = isKnown ? FileBytes::over(replacement.descriptor(), size) : nullptr;
-  auto parsedBytes = isKnown ? FileBytes::over(replacement.descriptor(), size) : nullptr;
-  if (!bytes || !parsedBytes) return fail(failure, WriteError::system, "what was written cannot be read back");
-  const auto parsed = AudioFile::open(std::move(parsedBytes));
-  const auto meant = bytesOf(layout);
-  if (parsed && readsAs(layout.expected, parsed->contents()) && areEqual(*meant, *bytes)) return true;
-  if (meant->failed()) return fail(failure, WriteError::notReadable, "reading it failed");
-  return fail(failure, WriteError::notReadBack, "what was written does not read back as it was meant");
 }
 
 }  // namespace vesk

@@ -52,11 +52,6 @@ std::unique_ptr<FileBytes> FileBytes::open(const std::string& path, OpenError& e
   return std::make_unique<FileBytes>(std::move(descriptor), static_cast<uint64_t>(status.st_size));
 }
 
-std::unique_ptr<FileBytes> FileBytes::over(int descriptor, uint64_t size) {
-  FileDescriptor own{::fcntl(descriptor, F_DUPFD_CLOEXEC, 0)};
-  return own.isOpen() ? std::make_unique<FileBytes>(std::move(own), size) : nullptr;
-}
-
 bool FileBytes::readInside(uint64_t offset, std::span<std::byte> target) {
   if (target.size() > kWindowStep) return readDirectly(offset, target);
   if (!moveWindow(offset, target.size())) return false;

@@ -22,8 +22,6 @@ class FileBytes : public ByteSource {
   // Null when `path` is no readable regular file: `error` and `detail` then say why. Never waits for a FIFO or a
   // device.
   static std::unique_ptr<FileBytes> open(const std::string& path, OpenError& error, std::string& detail);
-  // Over an open file of this size, by a descriptor of its own. Null when the system is out of descriptors.
-  static std::unique_ptr<FileBytes> over(int descriptor, uint64_t size);
   // Over a file of this size that is open for reading.
   FileBytes(FileDescriptor descriptor, uint64_t size) : ByteSource(size), m_descriptor(std::move(descriptor)) {}
 

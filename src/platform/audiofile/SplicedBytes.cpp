@@ -43,30 +43,4 @@ bool SplicedBytes::readInside(uint64_t offset, std::span<std::byte> target) {
   return true;
 }
 
-bool areEqual(ByteSource& one, ByteSource& other) {
-  constexpr size_t kComparedSize = size_t{1} << 18;
-  if (one.size() != other.size()) return false;
-  std::vector<std::byte> first(kComparedSize);
-  std::vector<std::byte> second(kComparedSize);
-  for (uint64_t offset = 0; offset < one.size(); offset += kComparedSize) {
-    const auto size = static_cast<size_t>(std::min<uint64_t>(kComparedSize, one.size() - offset));
-    const auto here = std::span(first).first(size);
-    const auto there = std::span(second).first(size);
-    if (!one.read(offset, here) || !other.read(offset, there)) return false;
-    if (!std::equal(here.begin(), here.end(), there.begin())) return false;
-  }
-  return true;
-}
-
-bool writeSplice(const Splice& splice, int descriptor, FileReplacement& replacement) {
-  for (const Splice::Piece& piece : splice.pieces()) {
-    const auto from = static_cast<size_t>(piece.from);
-    const bool isDone = piece.isNew
-                            ? replacement.write(splice.newBytes().subspan(from, static_cast<size_t>(piece.size)))
-                            : replacement.copy(descriptor, piece.from, piece.size);
-    if (!isDone) return false;
-  }
-  return true;
-}
-
 }  // namespace vesk

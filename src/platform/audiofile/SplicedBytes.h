@@ -8,7 +8,6 @@
 #include <span>
 #include <vector>
 
-#include "platform/FileReplacement.h"
 #include "VeskLoopManagement/platform/audiofile/ByteSource.h"
 
 namespace vesk {
@@ -50,9 +49,5 @@ class SplicedBytes : public ByteSource {
   std::shared_ptr<ByteSource> m_source;
   std::shared_ptr<const Splice> m_splice;
 };
-
-bool areEqual(ByteSource& one, ByteSource& other);  // false, too, when either cannot be read
-// Appends all of it to the new contents of a file; the source is open under `descriptor`.
-bool writeSplice(const Splice& splice, int descriptor, FileReplacement& replacement);
 
 }  // namespace vesk

@@ -1,7 +1,7 @@
 // The audio-file service: opens AIFF, AIFF-C, WAV, RF64/BW64, RIFX, CAF and Sound Designer II files for reading and
 // answers their format, frame counts, info texts and chunks. One open reads the chunk list (headers only); payloads are
-// read when they are asked for; audio is never read. What a later writer needs (every chunk with its offsets, sizes and
-// pad, and what is irregular) is in contents().
+// read when they are asked for; audio is never read. What writing needs (every chunk with its offsets, sizes and pad,
+// and what is irregular) is in contents().
 //
 // Owns the bytes it was opened over, of which a file keeps its descriptor open. One thread at a time. Nothing throws; a
 // question that the file cannot answer is nullopt. Sizes in files are never believed further than the file's own
