@@ -104,6 +104,7 @@ TEST_F(FaultyRun, LeavesTheNewBytesBesideAFileThatItWritesOver) {
   const std::string before = textOf(fixture::aiffFile({chunk("cate", category)}, 1, 2 << 20, 8)),
                     file = program.folder().addFile("loops/A.aif", before);
   fs::create_hard_link(file, program.path("A.aif"));
+  EXPECT_NE(program.run(tagging({file})).err.find("With --copy-back"), std::string::npos);
   std::string after;
   size_t mixtures = 0;
   for (const std::string fault : {"kill", "28"}) {
