@@ -28,7 +28,8 @@ constexpr size_t kBufferSize = size_t{1} << 20;
 constexpr uint64_t kLargestCopy = uint64_t{1} << 30;  // by one call, so that a signal is not kept waiting
 
 WriteFailure failureOf(const std::string& path, WriteError error, std::string_view what, int code = 0) {
-  if (code == ENOSPC || code == EDQUOT) error = WriteError::noSpace;
+  const bool hasNoSpace = code == ENOSPC || code == EDQUOT;
+  if (error == WriteError::system && hasNoSpace) error = WriteError::noSpace;
   std::string message = path + ": ";
   message += what;
   if (code != 0) message += " (" + std::system_category().message(code) + ")";
