@@ -208,9 +208,7 @@ class TagPrinter : public LCTagObserver {
   void fileDone(const LCTagReport& report) override {
     m_output.item(jsonOfTagReport(report), "file");
     if (report.problem) {
-      const std::string near = quotedChoices(report.nearNames);
-      const std::string question = near.empty() ? near : fmt::format("Did you mean {}?", near);
-      m_output.error(fmt::format("{}: {}", report.path, report.detail), question);
+      m_output.error(fmt::format("{}: {}", report.path, report.detail), nextStep(report));
     }
     if (report.isChanged) print(report);
     for (const auto& note : report.notes) m_output.warning(fmt::format("{}: {}", report.path, note));
@@ -221,6 +219,14 @@ class TagPrinter : public LCTagObserver {
   bool shouldContinue() override { return !InterruptionGuard::isInterrupted(); }
 
  private:
+  static std::string nextStep(const LCTagReport& report) {
+    const std::string near = quotedChoices(report.nearNames);
+    if (!near.empty()) return fmt::format("Did you mean {}?", near);
+    const bool canCopyBack =
+        report.problem == LCTagProblem::hasOtherNames || report.problem == LCTagProblem::ownerNotKept;
+    return canCopyBack ? "With --copy-back it is written over in place." : "";
+  }
+
   // On a terminal the file and its fields below it, else a line for each field.
   void print(const LCTagReport& report) {
     if (!m_output.resultIsOnTerminal()) {
