@@ -13,6 +13,7 @@ namespace {
 // byte: files that are packed under another one are read again.
 constexpr auto kLayout = std::byte{1};
 constexpr size_t kNumberCount = 7;
+constexpr size_t kLongestName = 255;  // files of longer ones are not remembered
 
 enum Flag : uint8_t { kTagged = 1, kPathWords = 2, kWritten = 4, kOwner = 8 };
 
@@ -38,6 +39,7 @@ std::vector<std::byte> lc::FolderStates::packed(const Files& files, int64_t rows
   const auto state = std::as_bytes(std::span(&rowsSeenIn, 1));
   bytes.insert(bytes.end(), state.begin(), state.end());
   for (const auto& [name, file] : files) {
+    if (name.size() > kLongestName) continue;
     const int64_t numbers[kNumberCount] = {file.state.device,  file.state.inode, file.state.size, file.state.modified,
                                            file.state.created, file.changed,     file.loopId};
     const auto* text = reinterpret_cast<const std::byte*>(name.data());

@@ -1,8 +1,8 @@
 // LCLibraryScan puts the loops of files and folders into a loop database: walks, reads each file that is new or has
-// changed, tagged or not, writes in batches, and carries the user's marks, packages and loudness to the new identity of a loop whose file was
-// tagged anew, renamed or moved. A host watches it through an observer and gets counts at the end; nothing is printed,
-// asked or thrown. A scan runs on the caller's thread from beginning to end; between two files it can be ended, and
-// what is finished stays. Memory does not grow with the number of files.
+// changed, tagged or not, writes in batches, and carries the user's marks, packages and loudness to the new identity of
+// a loop whose file was tagged anew, renamed or moved. A host watches it through an observer and gets counts at the
+// end; nothing is printed, asked or thrown. A scan runs on the caller's thread from beginning to end; between two files
+// it can be ended, and what is finished stays. Memory does not grow with the number of files.
 #pragma once
 
 #include "VeskLoopManagement/catalog/LCFailure.h"
@@ -29,7 +29,7 @@ struct LCScanRequest {
   std::optional<std::string> package = {};         // identifier or name; a new name makes one of the user's
   std::optional<std::string> copyTo = {};          // absolute folder: loops are copied there, and the copies indexed
   bool movesInsteadOfCopying = false;
-  bool prunes = false;  // takes out the loops below the folders in `paths` whose files are gone
+  bool prunes = false;          // takes out the loops below the folders in `paths` whose files are gone
   bool readsEveryFile = false;  // also those that have not changed since they were indexed into this database
   bool readsPathKeywords = true;
   bool onlyTagged = false;  // leaves files without tags out: those in which neither the file nor its path tells any
