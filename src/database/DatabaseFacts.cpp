@@ -4,6 +4,9 @@
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCStatement.h"
 
+#include <fmt/format.h>
+
+#include <chrono>
 #include <limits>
 
 namespace {
@@ -34,6 +37,12 @@ bool insertOrUpdateInteger(sqlite3* connection, const char* selectSQL, const cha
   update.bind(1, value);
   update.bind(2, fact.rowId);
   return update.run();
+}
+
+double secondsSince2001() {
+  using Seconds = std::chrono::duration<double>;
+  constexpr double kUnixTimeOf2001 = 978307200.0;
+  return Seconds(std::chrono::system_clock::now().time_since_epoch()).count() - kUnixTimeOf2001;
 }
 
 }  // namespace
@@ -85,6 +94,19 @@ bool setIndexingAppIdentifier(const std::optional<std::string>& identifier, sqli
   insert.bind(1, *identifier);
   insert.run();
   return insert.isPrepared();  // whatever the row's own writing gave
+}
+
+bool isStepRecorded(std::string_view key, sqlite3* connection) {
+  return LCStatement(connection,
+                     lc::sqlFormat("SELECT id from DatabaseMigrationInfos WHERE key == '%@'", {lc::sqlEscaped(key)}))
+      .step();
+}
+
+bool recordStep(std::string_view key, sqlite3* connection) {
+  LCStatement insert(connection,
+                     lc::sqlFormat("INSERT OR REPLACE INTO DatabaseMigrationInfos (key, floatValue) VALUES ('%@', %@);",
+                                   {lc::sqlEscaped(key), fmt::format("{:f}", secondsSince2001())}));
+  return !insert.isPrepared() || insert.run();
 }
 
 }  // namespace lc::facts

@@ -1,10 +1,12 @@
 // What is noted of a database in its table DatabaseMigrationInfos, a row each: its schema version, the last keyword
-// that is not built in, the program that filled it. Connections are borrowed; on the thread that uses them.
+// that is not built in, the program that filled it, steps that are taken once. Connections are borrowed; on the thread
+// that uses them.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 struct sqlite3;
 
@@ -18,5 +20,9 @@ bool setLastExtraKeywordId(int64_t keywordId, sqlite3* connection);
 std::optional<std::string> indexingAppIdentifier(sqlite3* connection);
 // False for an empty one and when no row can be prepared, whatever its writing gives.
 bool setIndexingAppIdentifier(const std::optional<std::string>& identifier, sqlite3* connection);
+// A step that a database goes through once, such as a repair or the import of another database, with the time when it
+// was recorded.
+bool isStepRecorded(std::string_view key, sqlite3* connection);
+bool recordStep(std::string_view key, sqlite3* connection);  // true also where the table is missing
 
 }  // namespace lc::facts

@@ -1,5 +1,6 @@
 #include "database/DatabaseRepairs.h"
 
+#include "database/DatabaseFacts.h"
 #include "database/LCTransaction.h"
 #include "database/StatementRunner.h"
 #include "platform/Path.h"
@@ -12,7 +13,6 @@
 #include <sqlite3.h>
 
 #include <array>
-#include <chrono>
 #include <utility>
 
 namespace {
@@ -50,11 +50,7 @@ void correctName(sqlite3* connection, std::string_view wrong, std::string_view r
 
 // --- Names ---
 
-double secondsSince2001() {
-  using Seconds = std::chrono::duration<double>;
-  constexpr double kUnixTimeOf2001 = 978307200.0;
-  return Seconds(std::chrono::system_clock::now().time_since_epoch()).count() - kUnixTimeOf2001;
-}
+constexpr std::string_view kNamesArePrecomposed = "FIXED_UTF8_CANONICAL_MAPPING_BUG";
 
 using LoopNames = std::vector<std::pair<int64_t, std::string>>;
 
@@ -70,21 +66,6 @@ std::optional<LoopNames> namesToPrecompose(sqlite3* connection) {
   }
   if (!statement.succeeded()) return std::nullopt;
   return names;
-}
-
-bool arePrecomposedNamesRecorded(sqlite3* connection) {
-  return LCStatement(connection,
-                     "SELECT id from DatabaseMigrationInfos WHERE key == 'FIXED_UTF8_CANONICAL_MAPPING_BUG'")
-      .step();
-}
-
-// A database without the table is none the worse for it.
-bool recordPrecomposedNames(sqlite3* connection) {
-  LCStatement insert(connection,
-                     "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, floatValue) "
-                     "VALUES ('FIXED_UTF8_CANONICAL_MAPPING_BUG', ?);");
-  insert.bind(1, secondsSince2001());
-  return !insert.isPrepared() || insert.run();
 }
 
 bool storePrecomposedNames(sqlite3* connection) {
@@ -193,9 +174,11 @@ void fixTypos(sqlite3* connection) {
 // Recording comes first: a transaction whose first statement writes waits for another connection's writing.
 bool precomposeNames(sqlite3* connection) {
   if (connection == nullptr) return false;
-  if (arePrecomposedNamesRecorded(connection) || sqlite3_db_readonly(connection, "main") == 1) return true;
+  if (facts::isStepRecorded(kNamesArePrecomposed, connection) || sqlite3_db_readonly(connection, "main") == 1)
+    return true;
   LCTransaction transaction{connection};
-  return recordPrecomposedNames(connection) && storePrecomposedNames(connection) && transaction.commit();
+  return facts::recordStep(kNamesArePrecomposed, connection) && storePrecomposedNames(connection) &&
+         transaction.commit();
 }
 
 void localizeNames(sqlite3* connection, const std::string& localeIdentifier,

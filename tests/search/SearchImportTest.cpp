@@ -1,0 +1,198 @@
+#include "database/AttachedDatabase.h"
+#include "search/SearchDatabase.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A text and two numbers that tell by where they are found how values went over.
+constexpr const char* kLateValues = "contentIdentifier = 'c', patchInfo = 7, ksLoopType = 8";
+const std::string kLateColumns = "contentIdentifier, chineseTranscript, patchInfo, ksLoopType";
+
+// The column for transcripts is made while this lives.
+struct WithTranscripts {
+  WithTranscripts() { LCSQLiteUtilities::setChineseTranscriptEnabled(true); }
+  ~WithTranscripts() { LCSQLiteUtilities::setChineseTranscriptEnabled(false); }
+};
+
+}  // namespace
+
+struct ImportTest : testing::Test {
+  ImportTest() { setenv("TMPDIR", temporary.path().c_str(), 1); }
+  ~ImportTest() override { unsetenv("TMPDIR"); }
+  static bool import(LCSearchEngine& engine, const SearchDatabase& source, const std::string& identifier = "id",
+                     const std::optional<std::string>& placeholder = std::nullopt) {
+    return engine.importDatabaseFile(source.file(), identifier, placeholder);
+  }
+
+  const TestEnvironment::Guard environment = TestEnvironment::install();
+  const TemporaryFolder temporary;
+};
+
+TEST_F(ImportTest, CopiesEveryColumnOfNewLoopsAndLeavesOwnRowsAlone) {
+  const WithTranscripts transcripts;
+  SearchDatabase database, source;
+  database.add(1, "own.wav", "title = 'mine'");
+  database.add(20, "web.wav", "isWebLoop = 1");
+  source.addVariedLoops();
+  source.run(
+      "UPDATE Loops SET fileName = 'web.wav', chineseTranscript = 'T', contentIdentifier = 'c', patchInfo = 7, "
+      "ksLoopType = 8 WHERE id = 4; UPDATE Loops SET patchInfo = id WHERE id = -3;"
+      "INSERT INTO Crates VALUES ('a', 'A', 'M', 0); INSERT INTO LoopsKeywords (loopId) VALUES (77);"
+      "CREATE TABLE LoopsLoudnessV4 (id INTEGER PRIMARY KEY AUTOINCREMENT, filename TEXT, integratedLoudness "
+      "FLOAT, globalMaxTruePeak FLOAT, targetIntegratedLoudness FLOAT); INSERT INTO LoopsLoudnessV4 VALUES "
+      "(2, 'n', -14, -1, -18)");
+  const auto engine = database.engine();
+  EXPECT_TRUE(import(*engine, source));
+  const auto same = [&](const std::string& table, const std::string& key) {
+    const std::string rows = "SELECT * FROM " + table + " WHERE " + key + " > 2 OR " + key + " < 0 ORDER BY 1, 2";
+    EXPECT_FALSE(source.rows(rows).empty());
+    EXPECT_EQ(database.rows(rows), source.rows(rows));
+  };
+  for (const char* table : {"Tagging", "LoopsKeywords", "CrateLoopRelation"}) same(table, "loopId");
+  same("Loops", "id");
+  EXPECT_EQ(database.rows("SELECT title, fileName FROM Loops WHERE id = 1"), Rows{"mine|own.wav"});
+  EXPECT_EQ(database.rows("SELECT * FROM LoopsLoudnessV4"), Rows{"2|n|-14.0|-1.0|-18.0"});
+  EXPECT_EQ(database.rows("SELECT * FROM Crates"), Rows{"a|A|M|0"});
+  EXPECT_EQ(database.rows("SELECT count FROM keyword_distribution WHERE keywordId = 30"), Rows{"2"});
+  engine->setSearchKeywords(names("Tuba"));
+  EXPECT_EQ(sorted(idsFound(*engine)), (Ids{2, 8}));
+}
+
+TEST_F(ImportTest, GoesByThePositionOfColumns) {
+  struct Case {
+    const char* why;
+    bool ownTranscript, sourceTranscript, now;
+    Rows late;
+  };
+  for (const auto& [why, own, others, now, late] :
+       {Case{"made with the column", true, true, true, {"c|NULL|7|8"}}, Case{"no such column", false, false, false, {}},
+        Case{"added late: the transcript goes into patchInfo", false, false, true, {"c|8|NULL|7"}},
+        Case{"off again, but there", true, true, false, {"c|NULL|7|8"}}}) {
+    LCSQLiteUtilities::setChineseTranscriptEnabled(own);
+    const SearchDatabase database;
+    LCSQLiteUtilities::setChineseTranscriptEnabled(others);
+    SearchDatabase source;
+    source.add(5, "five.wav", kLateValues, {3});
+    LCSQLiteUtilities::setChineseTranscriptEnabled(now);
+    EXPECT_TRUE(import(*database.engine(), source)) << why;
+    LCSQLiteUtilities::setChineseTranscriptEnabled(false);
+    EXPECT_EQ(late.empty() ? Rows{} : database.rows("SELECT " + kLateColumns + " FROM Loops"), late) << why;
+    EXPECT_EQ(database.rows("SELECT * FROM Tagging"), Rows{"5|3"}) << why;
+  }
+}
+
+TEST_F(ImportTest, HappensOnceForAnIdentifierAndStaysAttachedNowhere) {
+  const WithTranscripts transcripts;
+  SearchDatabase database, source;
+  const auto engine = database.engine();
+  EXPECT_FALSE(engine->importDatabaseFile(std::nullopt, "it's", std::nullopt));
+  for (const char* missing : {"gone.db", "no/folder/gone.db"}) {
+    EXPECT_FALSE(engine->importDatabaseFile(source.folder().path(missing), "it's", std::nullopt));
+  }
+  EXPECT_FALSE(engine->importDatabaseFile(source.folder().addFile("text.db", std::string(5000, 'x')), "x", {}));
+  for (int count = 0; count < 12; ++count) EXPECT_TRUE(import(*engine, source, "it's " + std::to_string(count)));
+  EXPECT_EQ(rowsOf(engine->sqlite3Connection(), "SELECT name FROM pragma_database_list WHERE name <> 'temp'"),
+            Rows{"main"});
+  source.add(1, "late.wav");
+  EXPECT_TRUE(import(*engine, source, "it's 3") && engine->importDatabaseFile(std::nullopt, "it's 3", std::nullopt));
+  EXPECT_EQ(engine->totalNumberOfLoops(), 0);
+  EXPECT_EQ(database.rows("SELECT count(*), min(floatValue) > 8e8 FROM DatabaseMigrationInfos WHERE key LIKE 'it''s%'"),
+            Rows{"12|1"});
+}
+
+TEST_F(ImportTest, LeavesNothingWhenTheDatabaseIsLockedAndComesOverLater) {
+  const WithTranscripts transcripts;
+  SearchDatabase database, source;
+  source.add(1, "a.wav");
+  const auto engine = database.engine();
+  runSQL(engine->sqlite3Connection(), "PRAGMA busy_timeout = 1");
+  OtherWriter writer(database);
+  EXPECT_FALSE(import(*engine, source));
+  EXPECT_TRUE(sqlite3_get_autocommit(engine->sqlite3Connection()));
+  writer.commit();
+  EXPECT_TRUE(import(*engine, source));
+  EXPECT_EQ(engine->totalNumberOfLoops(), 1);
+}
+
+TEST_F(ImportTest, TakesACopyOfAFileThatNobodyMayWrite) {
+  const WithTranscripts transcripts;
+  SearchDatabase database;
+  for (const bool liesInTemporaryFolder : {false, true}) {
+    SearchDatabase source;
+    source.add(1, "a.wav", "isWebLoop = 0", {3});
+    source.run("ALTER TABLE Loops DROP COLUMN contentIdentifier");
+    source.close();
+    const std::string file = liesInTemporaryFolder ? temporary.path("loops.db") : source.file();
+    if (liesInTemporaryFolder) fs::rename(source.file(), file);
+    const std::string bytes = vesk::path::readFile(file).value();
+    fs::permissions(file, fs::perms::owner_read);
+    const bool imported =
+        database.engine()->importDatabaseFile(file, std::to_string(liesInTemporaryFolder), std::nullopt);
+    EXPECT_EQ(imported, !liesInTemporaryFolder) << "the copy would have to take its place";
+    EXPECT_EQ(vesk::path::readFile(file), bytes);
+    fs::remove(temporary.path("loops.db"));
+  }
+  EXPECT_EQ(database.rows("SELECT id FROM Loops"), Rows{"1"});
+}
+
+TEST_F(ImportTest, PointsEveryLoopOfTheSourceToThePlaceholder) {
+  const WithTranscripts transcripts;
+  SearchDatabase database, source;
+  database.add(1, "own.wav");
+  database.add(9, "other.wav");
+  source.add(1, "/M/one.wav");
+  source.add(2, "/M/S/two  #2.wav");
+  EXPECT_TRUE(import(*database.engine(), source, "id", "file:///P"));
+  EXPECT_EQ(database.rows("SELECT id, fileURL, fileName FROM Loops ORDER BY id"),
+            (Rows{"1|file:///Pone.wav|own.wav", "2|file:///Ptwo%20%20%232.wav|two  #2.wav",
+                  "9|file:///L/other.wav|other.wav"}));
+}
+
+TEST_F(ImportTest, CopiesCachingTablesOfThreeRangesOfKeywords) {
+  for (const std::optional<int64_t> last : {std::optional<int64_t>(), std::optional<int64_t>(1020)}) {
+    SearchDatabase database, source;
+    source.add(1, "a.wav", "id = id", {121, 122, 1000, 1001, 1017, 1018, 1020, 1021, 10001, 10008, 10009});
+    if (last) LCSQLiteUtilities::setLastExtraKeywordId(*last, source.connection());
+    EXPECT_TRUE(import(*database.engine(), source));
+    Rows filled;
+    for (const std::string id :
+         {"121", "122", "1000", "1001", "1017", "1018", "1020", "1021", "10001", "10008", "10009"}) {
+      const std::string table = "tagging_cache_" + id;
+      if (!LCSQLiteUtilities::isTableWithName(table, std::nullopt, database.connection())) continue;
+      if (!database.rows("SELECT * FROM " + table).empty()) filled.push_back(id);
+    }
+    EXPECT_EQ(filled, last ? (Rows{"121", "1001", "1017", "1018", "1020", "10001", "10008"})
+                           : (Rows{"121", "1001", "1017", "10001", "10008"}));
+  }
+}
+
+TEST_F(ImportTest, AllTablesAreMadeAnewAndMarksAndFactsStay) {
+  SearchDatabase database, source;
+  database.addVariedLoops();
+  const auto engine = database.engine();
+  EXPECT_TRUE(import(*engine, source));
+  engine->dropAndCreateAllTables();
+  for (const char* emptied : {"Loops", "Tagging", "LoopsKeywords", "Crates", "CrateLoopRelation", "LoopsLoudnessV4"}) {
+    EXPECT_EQ(database.rows(std::string("SELECT count(*) FROM ") + emptied), Rows{"0"}) << emptied;
+  }
+  EXPECT_TRUE(engine->isIndexFileVersionValid());
+  EXPECT_EQ(database.rows("SELECT count(*), (SELECT count(*) FROM Keywords WHERE id > 20000), (SELECT count(*) FROM "
+                          "DatabaseMigrationInfos WHERE key = 'id') FROM UserData"),
+            Rows{"4|0|1"});
+}
+
+TEST_F(ImportTest, ADatabaseThatStaysAttachedShowsInTheLog) {
+  const SearchDatabase database, source;
+  const auto engine = database.engine();
+  LCStatement alive;
+  {
+    const lc::AttachedDatabase attached(engine->sqlite3Connection(), source.file());
+    alive = LCStatement(engine->sqlite3Connection(), "SELECT * FROM " + attached.table("Keywords"));
+    EXPECT_TRUE(alive.step());
+  }
+  EXPECT_TRUE(environment->hasLogged("Can't detach database " + source.file()));
+}
