@@ -54,6 +54,9 @@
 #include "VeskLoopManagement/search/LCSearchRestrictions.h"
 #include "VeskLoopManagement/search/SearchState.h"
 
+#include "VeskLoopManagement/migration/LCLegacyIndexFile.h"
+#include "VeskLoopManagement/migration/LCMigrationUtilities.h"
+
 #include "VeskLoopManagement/catalog/LCCatalog.h"
 #include "VeskLoopManagement/catalog/LCCatalogLoop.h"
 #include "VeskLoopManagement/catalog/LCFailure.h"
