@@ -59,6 +59,7 @@
 
 #include "VeskLoopManagement/catalog/LCCatalog.h"
 #include "VeskLoopManagement/catalog/LCCatalogLoop.h"
+#include "VeskLoopManagement/catalog/LCDatabaseImport.h"
 #include "VeskLoopManagement/catalog/LCFailure.h"
 #include "VeskLoopManagement/catalog/LCLibraryFolders.h"
 #include "VeskLoopManagement/catalog/LCLibraryScan.h"

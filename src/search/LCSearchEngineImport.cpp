@@ -5,6 +5,7 @@
 #include "database/DatabaseFacts.h"
 #include "database/LCTransaction.h"
 #include "platform/Path.h"
+#include "search/DatabaseMerge.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCStatement.h"
 #include "VeskLoopManagement/loudness/LCLoudnessDatabase.h"
@@ -23,17 +24,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kLoudnessTable = "LoopsLoudnessV4";
+using namespace lc::merge;
+
 constexpr const char* kCachingTablePrefix = "tagging_cache_";
 constexpr int64_t kLastBuiltInKeywordId = 121;
 constexpr int64_t kFirstExtraKeywordId = 1001;
-constexpr int64_t kFirstGroupKeywordId = 10001;
-constexpr int64_t kLastGroupKeywordId = 10008;
-
-constexpr const char* kCountKeywords[] = {
-    "DROP TABLE IF EXISTS keyword_distribution",
-    "CREATE TABLE keyword_distribution AS SELECT keywordId, count(*) AS count FROM tagging GROUP BY keywordId ORDER BY "
-    "count ASC"};
 
 // A file whose owner took the right to write away stays as it is, also for those whom no right stops.
 bool isWritable(const std::string& path) {
@@ -132,7 +127,7 @@ bool LCSearchEngine::importAttached(const lc::AttachedDatabase& source, const st
                                     {kFirstGroupKeywordId, kLastGroupKeywordId}}) {
     copyCachingTablesFromKeywordId(first, last, source.table(kCachingTablePrefix), kCachingTablePrefix);
   }
-  for (const char* statement : kCountKeywords) sqlite.executeStatementWithNoReturnValue(statement);
+  for (const char* statement : kCountKeywordsStatements) sqlite.executeStatementWithNoReturnValue(statement);
   if (placeholder) pointLoopsTo(*placeholder, source, m_sqlite.get());
   lc::facts::recordStep(identifier, m_sqlite.get());
   return transaction.commit();
