@@ -67,5 +67,6 @@
 #include "VeskLoopManagement/catalog/LCLoopFile.h"
 #include "VeskLoopManagement/catalog/LCLoopQuery.h"
 #include "VeskLoopManagement/catalog/LCLoopResult.h"
+#include "VeskLoopManagement/catalog/LCMigration.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
 #include "VeskLoopManagement/catalog/LCTagEdit.h"

@@ -87,14 +87,6 @@ bool isChineseLocale(std::string_view identifier) {
   return identifier.starts_with("zh");
 }
 
-// nullopt when names were never localized.
-std::optional<std::string> storedLocalization(sqlite3* connection) {
-  LCStatement statement(connection,
-                        "SELECT textValue from DatabaseMigrationInfos WHERE key == 'LOOPS_LOCALIZATION_IDENTIFIER_V2'");
-  if (!statement.step()) return std::nullopt;
-  return statement.textAt(0);
-}
-
 void storeLocalization(sqlite3* connection, const std::string& localeIdentifier) {
   lc::repairs::forgetLocalization(connection);
   LCStatement insert(connection,
@@ -163,6 +155,24 @@ bool replacePaths(const std::string& oldPrefix, const std::string& newPrefix, sq
   return loops.succeeded() && transaction.commit();
 }
 
+std::optional<std::vector<std::string>> moveFolder(const std::string& oldFolder, const std::string& newFolder,
+                                                   sqlite3* connection) {
+  const std::string beginning = oldFolder.ends_with('/') ? oldFolder : oldFolder + "/";
+  LCStatement loops(connection, "SELECT id, fileURL FROM Loops;");
+  LCStatement update(connection, "UPDATE Loops SET fileURL = ? WHERE id = ?;");
+  std::vector<std::string> moved;
+  while (loops.step()) {
+    const auto url = vesk::URL::fromString(loops.textAt(1));
+    if (!url || !url->path().starts_with(beginning)) continue;
+    moved.push_back(vesk::path::appending(newFolder, url->path().substr(beginning.size())));
+    update.bind(1, vesk::URL::fileURLWithPath(moved.back(), false).absoluteString());
+    update.bind(2, loops.int64At(0));
+    if (!update.run()) return std::nullopt;
+  }
+  if (!loops.succeeded()) return std::nullopt;
+  return moved;
+}
+
 void fixTypos(sqlite3* connection) {
   for (int number = 1; number <= kSandRababLoopCount; ++number) {
     const std::string name = fmt::format("Afghanistan Sand Rabab {:02}", number);
@@ -184,10 +194,21 @@ bool precomposeNames(sqlite3* connection) {
 void localizeNames(sqlite3* connection, const std::string& localeIdentifier,
                    const LCSQLiteUtilities::LocalizationBlock& block) {
   if (connection == nullptr) return;
-  const std::optional<std::string> stored = storedLocalization(connection);
-  if (stored == localeIdentifier) return;
-  const bool involvesChinese = isChineseLocale(localeIdentifier) || isChineseLocale(stored.value_or(""));
-  if (!involvesChinese || rewriteNames(connection, block)) storeLocalization(connection, localeIdentifier);
+  if (localization(connection) == localeIdentifier) return;
+  if (rewritesNames(localeIdentifier, connection) && !rewriteNames(connection, block)) return;
+  storeLocalization(connection, localeIdentifier);
+}
+
+std::optional<std::string> localization(sqlite3* connection) {
+  LCStatement statement(connection,
+                        "SELECT textValue from DatabaseMigrationInfos WHERE key == 'LOOPS_LOCALIZATION_IDENTIFIER_V2'");
+  if (!statement.step()) return std::nullopt;
+  return statement.textAt(0);
+}
+
+bool rewritesNames(const std::string& localeIdentifier, sqlite3* connection) {
+  const std::string stored = localization(connection).value_or("");
+  return stored != localeIdentifier && (isChineseLocale(localeIdentifier) || isChineseLocale(stored));
 }
 
 void forgetLocalization(sqlite3* connection) {
