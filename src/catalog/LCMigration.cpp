@@ -78,6 +78,7 @@ LCMigrationReport Migration::run() {
   open();
   relocate();
   importLegacyPackages();
+  if (m_report.isInterrupted) return m_report;
   markFavorites();
   localize();
   conclude();
@@ -126,7 +127,11 @@ void Migration::copyOlderDatabase(const std::string& older) {
 void Migration::open() {
   const auto access = m_request.isDryRun ? LCCatalogAccess::mark : LCCatalogAccess::create;
   lc::OpenedEngine opened = lc::openEngine(m_databaseFile, {.access = access});
-  m_report.damagedFileKeptAs = std::move(opened.damagedFileKeptAs);
+  if (opened.damagedFileKeptAs) {
+    m_observer.warned(fmt::format("the loop database {} was damaged and starts anew; the old file is kept as {}",
+                                  m_databaseFile, *opened.damagedFileKeptAs),
+                      "Scan your folders again.");
+  }
   m_engine = std::move(opened.engine);
 }
 
@@ -176,6 +181,8 @@ void Migration::finish(LCTransaction& transaction) const {
 void Migration::importLegacyPackages() {
   for (const std::string& folder : m_request.legacyFolders) {
     for (const std::string& indexFile : lc::legacy::indexFilesIn(folder)) {
+      if (!m_observer.shouldContinue()) m_report.isInterrupted = true;
+      if (m_report.isInterrupted) return;
       LCLegacyPackage& package = m_report.packages.emplace_back(LCLegacyPackage{.indexFile = indexFile});
       try {
         importLegacyPackage(package);
@@ -208,6 +215,7 @@ void Migration::scanPackage(LCLegacyPackage& package) {
   const LCScanReport scanned = valueOf(
       LCLibraryScan::run(m_databaseFile, {.paths = {package.audioFolder}, .package = package.identifier}, m_observer));
   package.indexed = scanned.indexed;
+  m_report.isInterrupted = scanned.isInterrupted;
 }
 
 // --- Favourites ---

@@ -47,7 +47,6 @@ struct LCLegacyPackage {
 
 struct LCMigrationReport {
   bool hasCopiedOlder = false;
-  std::optional<std::string> damagedFileKeptAs = {};
   int64_t relocated = 0;                            // loops
   std::vector<std::string> missingAtNewPlace = {};  // paths of relocated loops where there is no file
   std::vector<LCLegacyPackage> packages = {};
@@ -56,10 +55,11 @@ struct LCMigrationReport {
   bool hasChangedLocale = false;
   // Whether the database is of today's layout and was filled since; else its folders should be scanned again.
   bool isUpToDate = false;
+  bool isInterrupted = false;  // the observer ended it; what was finished stays
 };
 
 struct LC_EXPORT LCMigration {
-  // `observer` hears of the scans of packages.
+  // `observer` hears of the scans of packages, and may end the run between two files of them.
   static LCOutcome<LCMigrationReport> run(const std::string& databaseFile, const LCMigrationRequest& request,
                                           LCScanObserver& observer);
 };
