@@ -3,6 +3,7 @@
 #include "catalog/CatalogError.h"
 #include "catalog/DatabaseOpening.h"
 #include "catalog/Packages.h"
+#include "database/DatabaseCopy.h"
 #include "database/DatabaseRepairs.h"
 #include "database/LCTransaction.h"
 #include "migration/LegacyPackages.h"
@@ -14,16 +15,12 @@
 #include "VeskLoopManagement/platform/Environment.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
+#include <sqlite3.h>
 
-#include <filesystem>
 #include <set>
-#include <system_error>
 #include <utility>
 
 namespace {
-
-namespace fs = std::filesystem;
 
 [[noreturn]] void fail(LCFailureKind kind, std::string message, const std::string& subject, std::string nextStep = {}) {
   throw lc::CatalogError{
@@ -96,7 +93,6 @@ void Migration::check() const {
 
 // --- An older database ---
 
-// As it stands at one moment, what its writers have not yet put into the file included. Nobody sees half of it.
 void Migration::copyOlderDatabase(const std::string& older) {
   const LCConnection connection = lc::checkedConnection(older, LCOpenMode::readOnly);
   if (vesk::path::exists(m_databaseFile)) {
@@ -111,17 +107,8 @@ void Migration::copyOlderDatabase(const std::string& older) {
     fail(LCFailureKind::databaseUnopenable, fmt::format("the folder for the loop database cannot be made ({})", reason),
          m_databaseFile);
   }
-  const std::string incoming = vesk::path::appending(folder, fmt::format(".migrating-{}", getpid()));
-  std::error_code error;
-  fs::remove(incoming, error);
-  LCStatement copy(connection.get(), "VACUUM INTO ?1");
-  copy.bind(1, incoming);
-  if (!copy.run()) {
-    fs::remove(incoming, error);
-    throw lc::CatalogError{lc::databaseFailure(copy.lastStatus(), m_databaseFile)};
-  }
-  fs::rename(incoming, m_databaseFile, error);
-  if (error) fail(LCFailureKind::databaseUnopenable, error.message(), m_databaseFile);
+  const int status = lc::copyDatabase(connection.get(), m_databaseFile);
+  if (status != SQLITE_OK) throw lc::CatalogError{lc::databaseFailure(status, m_databaseFile)};
 }
 
 void Migration::open() {
