@@ -24,8 +24,9 @@ int backUp(sqlite3* connection, const std::string& file) {
   sqlite3_backup* backup = sqlite3_backup_init(target.get(), "main", connection, "main");
   if (!backup) return sqlite3_errcode(target.get());
   constexpr int kAllPages = -1;
-  sqlite3_backup_step(backup, kAllPages);
-  return sqlite3_backup_finish(backup);
+  const int stepped = sqlite3_backup_step(backup, kAllPages);  // finishing does not tell of locks
+  const int finished = sqlite3_backup_finish(backup);
+  return stepped == SQLITE_DONE ? finished : stepped;
 }
 
 // A rename is on the disk when its folder is.

@@ -26,7 +26,6 @@ namespace fs = std::filesystem;
 
 using namespace lc::merge;
 
-constexpr const char* kCachingTablePrefix = "tagging_cache_";
 constexpr int64_t kLastBuiltInKeywordId = 121;
 constexpr int64_t kFirstExtraKeywordId = 1001;
 
@@ -122,10 +121,11 @@ bool LCSearchEngine::importAttached(const lc::AttachedDatabase& source, const st
     sqlite.executeStatementWithNoReturnValue(
         lc::sqlFormat("INSERT OR IGNORE INTO %@ SELECT * FROM %@", {table, source.table(table)}));
   }
+  const std::string cachingTables = lc::TableNames().keywordCaching;
   for (const auto& [first, last] : {std::pair<int64_t, int64_t>(1, kLastBuiltInKeywordId),
                                     {kFirstExtraKeywordId, lastExtraKeywordId},
                                     {kFirstGroupKeywordId, kLastGroupKeywordId}}) {
-    copyCachingTablesFromKeywordId(first, last, source.table(kCachingTablePrefix), kCachingTablePrefix);
+    copyCachingTablesFromKeywordId(first, last, source.table(cachingTables), cachingTables);
   }
   for (const char* statement : kCountKeywordsStatements) sqlite.executeStatementWithNoReturnValue(statement);
   if (placeholder) pointLoopsTo(*placeholder, source, m_sqlite.get());

@@ -22,12 +22,10 @@ TEST_F(MigrateCommand, ImportPrintsRowsPerTableAndWarnsWhenNoLoopComesOver) {
   program.told({"--database", "maker.db", "index", "m"});
   const JSON dry = program.told({"import", "maker.db", "-n"});
   EXPECT_EQ(dry["tables"][0], (JSON{{"table", "Loops"}, {"inSource", 1}, {"before", 1}, {"after", 2}}));
-  EXPECT_EQ(dry["newLoops"], 1);
   const Outcome text = program.run({"import", "maker.db", "--identifier", "m", "--placeholder", "file:///P/"});
   EXPECT_EQ(text.lines().at(0), "Loops\t1\t1\t2");
   EXPECT_NE(text.err.find("1 loop came over"), std::string::npos);
   EXPECT_EQ(program.run({"search"}).lines(), (Words{program.path("l/A.aif"), "/P/B.aif"}));
-  EXPECT_EQ(program.told({"import", "maker.db", "--identifier", "m"})["importedBefore"], true);
   EXPECT_NE(program.run({"import", "maker.db"}).err.find("warning: no loop came over: the loop"), std::string::npos);
   for (const auto& [arguments, code] : {std::pair(Words{"import"}, 2),
                                         {{"import", "gone.db"}, 5},
@@ -48,8 +46,6 @@ TEST_F(MigrateCommand, MigrateTellsWhatEachPartDid) {
   const JSON told = program.told(all, 4);
   EXPECT_EQ(told["relocated"], 1);
   EXPECT_EQ(told["packages"][0]["indexed"], 1);
-  EXPECT_EQ(told["packages"][1].contains("trouble"), true);
-  EXPECT_EQ(told["favorites"], 1);
   EXPECT_EQ(told["unknownFavorites"][0]["path"], "/gone.aif");
   EXPECT_EQ(told["upToDate"], true);
   const JSON loop = program.told({"search", "--favorites"})["loops"][0];
@@ -58,9 +54,7 @@ TEST_F(MigrateCommand, MigrateTellsWhatEachPartDid) {
   const Outcome text = program.run({"migrate", "--favorites", "-", "--localize", "de"}, program.path("Pack/P.aif"));
   EXPECT_EQ(text.lines(), (Words{"1 favorite marked", "names are those of de now", "the loop database is up to date"}));
 
-  program.told({"--database", "copy.db", "migrate", "--from", "loops.db"});
-  EXPECT_EQ(program.told({"--database", "copy.db", "search", "--favorites"})["total"], 2);
-  for (const auto& [arguments, code] : {std::pair(Words{"migrate", "--from", "copy.db"}, 2),
+  for (const auto& [arguments, code] : {std::pair(Words{"migrate", "--from", "loops.db"}, 2),
                                         {{"migrate", "--relocate", "x"}, 2},
                                         {{"migrate", "--relocate", "x=gone"}, 3},
                                         {{"migrate", "--favorites", "gone"}, 3},

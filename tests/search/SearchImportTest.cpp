@@ -20,21 +20,22 @@ struct WithTranscripts {
 
 }  // namespace
 
-struct ImportTest : testing::Test {
+struct ImportTest : EngineTest {
   ImportTest() { setenv("TMPDIR", temporary.path().c_str(), 1); }
   ~ImportTest() override { unsetenv("TMPDIR"); }
-  static bool import(LCSearchEngine& engine, const SearchDatabase& source, const std::string& identifier = "id",
-                     const std::optional<std::string>& placeholder = std::nullopt) {
-    return engine.importDatabaseFile(source.file(), identifier, placeholder);
+  bool import(const std::string& identifier = "id",
+              const std::optional<std::string>& placeholder = std::nullopt) const {
+    return engine->importDatabaseFile(source.file(), identifier, placeholder);
   }
 
-  const TestEnvironment::Guard environment = TestEnvironment::install();
   const TemporaryFolder temporary;
+  SearchDatabase source;
 };
 
-TEST_F(ImportTest, CopiesEveryColumnOfNewLoopsAndLeavesOwnRowsAlone) {
-  const WithTranscripts transcripts;
-  SearchDatabase database, source;
+// Both were made with the column for transcripts.
+struct ImportWithTranscripts : WithTranscripts, ImportTest {};
+
+TEST_F(ImportWithTranscripts, CopiesEveryColumnOfNewLoopsAndLeavesOwnRowsAlone) {
   database.add(1, "own.wav", "title = 'mine'");
   database.add(20, "web.wav", "isWebLoop = 1");
   source.addVariedLoops();
@@ -45,8 +46,7 @@ TEST_F(ImportTest, CopiesEveryColumnOfNewLoopsAndLeavesOwnRowsAlone) {
       "CREATE TABLE LoopsLoudnessV4 (id INTEGER PRIMARY KEY AUTOINCREMENT, filename TEXT, integratedLoudness "
       "FLOAT, globalMaxTruePeak FLOAT, targetIntegratedLoudness FLOAT); INSERT INTO LoopsLoudnessV4 VALUES "
       "(2, 'n', -14, -1, -18)");
-  const auto engine = database.engine();
-  EXPECT_TRUE(import(*engine, source));
+  EXPECT_TRUE(import());
   const auto same = [&](const std::string& table, const std::string& key) {
     const std::string rows = "SELECT * FROM " + table + " WHERE " + key + " > 2 OR " + key + " < 0 ORDER BY 1, 2";
     EXPECT_FALSE(source.rows(rows).empty());
@@ -73,108 +73,92 @@ TEST_F(ImportTest, GoesByThePositionOfColumns) {
         Case{"added late: the transcript goes into patchInfo", false, false, true, {"c|8|NULL|7"}},
         Case{"off again, but there", true, true, false, {"c|NULL|7|8"}}}) {
     LCSQLiteUtilities::setChineseTranscriptEnabled(own);
-    const SearchDatabase database;
+    const SearchDatabase into;
     LCSQLiteUtilities::setChineseTranscriptEnabled(others);
-    SearchDatabase source;
-    source.add(5, "five.wav", kLateValues, {3});
+    SearchDatabase from;
+    from.add(5, "five.wav", kLateValues, {3});
     LCSQLiteUtilities::setChineseTranscriptEnabled(now);
-    EXPECT_TRUE(import(*database.engine(), source)) << why;
+    EXPECT_TRUE(into.engine()->importDatabaseFile(from.file(), "id", std::nullopt)) << why;
     LCSQLiteUtilities::setChineseTranscriptEnabled(false);
-    EXPECT_EQ(late.empty() ? Rows{} : database.rows("SELECT " + kLateColumns + " FROM Loops"), late) << why;
-    EXPECT_EQ(database.rows("SELECT * FROM Tagging"), Rows{"5|3"}) << why;
+    EXPECT_EQ(late.empty() ? Rows{} : into.rows("SELECT " + kLateColumns + " FROM Loops"), late) << why;
+    EXPECT_EQ(into.rows("SELECT * FROM Tagging"), Rows{"5|3"}) << why;
   }
 }
 
-TEST_F(ImportTest, HappensOnceForAnIdentifierAndStaysAttachedNowhere) {
-  const WithTranscripts transcripts;
-  SearchDatabase database, source;
-  const auto engine = database.engine();
+TEST_F(ImportWithTranscripts, HappensOnceForAnIdentifierAndStaysAttachedNowhere) {
   EXPECT_FALSE(engine->importDatabaseFile(std::nullopt, "it's", std::nullopt));
   for (const char* missing : {"gone.db", "no/folder/gone.db"}) {
     EXPECT_FALSE(engine->importDatabaseFile(source.folder().path(missing), "it's", std::nullopt));
   }
   EXPECT_FALSE(engine->importDatabaseFile(source.folder().addFile("text.db", std::string(5000, 'x')), "x", {}));
-  for (int count = 0; count < 12; ++count) EXPECT_TRUE(import(*engine, source, "it's " + std::to_string(count)));
+  for (int count = 0; count < 12; ++count) EXPECT_TRUE(import("it's " + std::to_string(count)));
   EXPECT_EQ(rowsOf(engine->sqlite3Connection(), "SELECT name FROM pragma_database_list WHERE name <> 'temp'"),
             Rows{"main"});
   source.add(1, "late.wav");
-  EXPECT_TRUE(import(*engine, source, "it's 3") && engine->importDatabaseFile(std::nullopt, "it's 3", std::nullopt));
+  EXPECT_TRUE(import("it's 3") && engine->importDatabaseFile(std::nullopt, "it's 3", std::nullopt));
   EXPECT_EQ(engine->totalNumberOfLoops(), 0);
   EXPECT_EQ(database.rows("SELECT count(*), min(floatValue) > 8e8 FROM DatabaseMigrationInfos WHERE key LIKE 'it''s%'"),
             Rows{"12|1"});
 }
 
-TEST_F(ImportTest, LeavesNothingWhenTheDatabaseIsLockedAndComesOverLater) {
-  const WithTranscripts transcripts;
-  SearchDatabase database, source;
+TEST_F(ImportWithTranscripts, LeavesNothingWhenTheDatabaseIsLockedAndComesOverLater) {
   source.add(1, "a.wav");
-  const auto engine = database.engine();
   runSQL(engine->sqlite3Connection(), "PRAGMA busy_timeout = 1");
   OtherWriter writer(database);
-  EXPECT_FALSE(import(*engine, source));
+  EXPECT_FALSE(import());
   EXPECT_TRUE(sqlite3_get_autocommit(engine->sqlite3Connection()));
   writer.commit();
-  EXPECT_TRUE(import(*engine, source));
+  EXPECT_TRUE(import());
   EXPECT_EQ(engine->totalNumberOfLoops(), 1);
 }
 
-TEST_F(ImportTest, TakesACopyOfAFileThatNobodyMayWrite) {
-  const WithTranscripts transcripts;
-  SearchDatabase database;
-  for (const bool liesInTemporaryFolder : {false, true}) {
-    SearchDatabase source;
-    source.add(1, "a.wav", "isWebLoop = 0", {3});
-    source.run("ALTER TABLE Loops DROP COLUMN contentIdentifier");
-    source.close();
-    const std::string file = liesInTemporaryFolder ? temporary.path("loops.db") : source.file();
-    if (liesInTemporaryFolder) fs::rename(source.file(), file);
-    const std::string bytes = vesk::path::readFile(file).value();
+TEST_F(ImportWithTranscripts, TakesACopyOfAFileThatNobodyMayWrite) {
+  source.add(1, "a.wav");
+  source.run("ALTER TABLE Loops DROP COLUMN contentIdentifier");
+  source.close();
+  const std::string bytes = vesk::path::readFile(source.file()).value();
+  temporary.addFile("loops.db", "an earlier one");
+  for (const auto& [file, comesOver] :
+       {std::pair(source.file(), true),
+        {temporary.addFile("other.db", bytes), false}}) {  // the copy would take its place
     fs::permissions(file, fs::perms::owner_read);
-    const bool imported =
-        database.engine()->importDatabaseFile(file, std::to_string(liesInTemporaryFolder), std::nullopt);
-    EXPECT_EQ(imported, !liesInTemporaryFolder) << "the copy would have to take its place";
-    EXPECT_EQ(vesk::path::readFile(file), bytes);
-    fs::remove(temporary.path("loops.db"));
+    EXPECT_EQ(engine->importDatabaseFile(file, file, std::nullopt), comesOver) << file;
+    EXPECT_EQ(vesk::path::readFile(file), bytes) << file;
   }
   EXPECT_EQ(database.rows("SELECT id FROM Loops"), Rows{"1"});
 }
 
-TEST_F(ImportTest, PointsEveryLoopOfTheSourceToThePlaceholder) {
-  const WithTranscripts transcripts;
-  SearchDatabase database, source;
+TEST_F(ImportWithTranscripts, PointsEveryLoopOfTheSourceToThePlaceholder) {
   database.add(1, "own.wav");
   database.add(9, "other.wav");
   source.add(1, "/M/one.wav");
   source.add(2, "/M/S/two  #2.wav");
-  EXPECT_TRUE(import(*database.engine(), source, "id", "file:///P"));
+  EXPECT_TRUE(import("id", "file:///P"));
   EXPECT_EQ(database.rows("SELECT id, fileURL, fileName FROM Loops ORDER BY id"),
             (Rows{"1|file:///Pone.wav|own.wav", "2|file:///Ptwo%20%20%232.wav|two  #2.wav",
                   "9|file:///L/other.wav|other.wav"}));
 }
 
 TEST_F(ImportTest, CopiesCachingTablesOfThreeRangesOfKeywords) {
-  for (const std::optional<int64_t> last : {std::optional<int64_t>(), std::optional<int64_t>(1020)}) {
-    SearchDatabase database, source;
-    source.add(1, "a.wav", "id = id", {121, 122, 1000, 1001, 1017, 1018, 1020, 1021, 10001, 10008, 10009});
-    if (last) LCSQLiteUtilities::setLastExtraKeywordId(*last, source.connection());
-    EXPECT_TRUE(import(*database.engine(), source));
-    Rows filled;
-    for (const std::string id :
-         {"121", "122", "1000", "1001", "1017", "1018", "1020", "1021", "10001", "10008", "10009"}) {
-      const std::string table = "tagging_cache_" + id;
-      if (!LCSQLiteUtilities::isTableWithName(table, std::nullopt, database.connection())) continue;
-      if (!database.rows("SELECT * FROM " + table).empty()) filled.push_back(id);
+  const Ids keywords = {121, 122, 1000, 1001, 1017, 1018, 1020, 1021, 10001, 10008, 10009};
+  source.add(1, "a.wav", "id = id", keywords);
+  for (const auto& [last, copied] :
+       {std::pair(0, Ids{121, 1001, 1017, 10001, 10008}), {1020, {121, 1001, 1017, 1018, 1020, 10001, 10008}}}) {
+    if (last) LCSQLiteUtilities::setLastExtraKeywordId(last, source.connection());
+    EXPECT_TRUE(import(std::to_string(last)));
+    Ids filled;
+    for (const int64_t id : keywords) {
+      const std::string table = "tagging_cache_" + std::to_string(id);
+      const bool isThere = LCSQLiteUtilities::isTableWithName(table, std::nullopt, database.connection());
+      if (isThere && !database.rows("SELECT * FROM " + table).empty()) filled.push_back(id);
     }
-    EXPECT_EQ(filled, last ? (Rows{"121", "1001", "1017", "1018", "1020", "10001", "10008"})
-                           : (Rows{"121", "1001", "1017", "10001", "10008"}));
+    EXPECT_EQ(filled, copied) << last;
   }
 }
 
 TEST_F(ImportTest, AllTablesAreMadeAnewAndMarksAndFactsStay) {
-  SearchDatabase database, source;
   database.addVariedLoops();
-  const auto engine = database.engine();
-  EXPECT_TRUE(import(*engine, source));
+  EXPECT_TRUE(import());
   engine->dropAndCreateAllTables();
   for (const char* emptied : {"Loops", "Tagging", "LoopsKeywords", "Crates", "CrateLoopRelation", "LoopsLoudnessV4"}) {
     EXPECT_EQ(database.rows(std::string("SELECT count(*) FROM ") + emptied), Rows{"0"}) << emptied;
@@ -186,8 +170,6 @@ TEST_F(ImportTest, AllTablesAreMadeAnewAndMarksAndFactsStay) {
 }
 
 TEST_F(ImportTest, ADatabaseThatStaysAttachedShowsInTheLog) {
-  const SearchDatabase database, source;
-  const auto engine = database.engine();
   LCStatement alive;
   {
     const lc::AttachedDatabase attached(engine->sqlite3Connection(), source.file());
