@@ -48,9 +48,10 @@ class PlainFile {
     if (hasSizes)
       std::fill_n(chunks.front().payload.begin(), std::min<size_t>(chunks.front().payload.size(), 16), std::byte{0});
     trailing.assign(at(file.contents().chunksEnd), bytes.end());
-    const FourCC last = chunks.empty() ? FourCC() : chunks.back().id;
-    const bool isWAV = file.kind() != vesk::ContainerKind::caf && last == FourCC("data");
-    m_end = chunks.size() - (isWAV && chunks.back().payload.empty() ? 1 : 0);  // empty audio stays the last
+    using enum vesk::ContainerKind;
+    const bool isNoWAV = file.kind() == aiff || file.kind() == aifc || file.kind() == caf;
+    const bool endsEmpty = !chunks.empty() && chunks.back() == PlainChunk{"data", {}};
+    m_end = chunks.size() - (endsEmpty && !isNoWAV ? 1 : 0);  // empty audio of WAV files stays the last
   }
 
   size_t count(FourCC id) const {

@@ -66,8 +66,13 @@ void findTempo(Payload payload) {
   (void)lc::findTempoInFileName(name);
 }
 
+// What was read from an archive is all in ours.
 void readRecord(Payload payload) {
-  (void)LCFileData::unarchived(payload);
+  const auto record = LCFileData::unarchived(payload);
+  if (!record) return;
+  const auto first = record->archived();
+  const auto again = LCFileData::unarchived(first);
+  require(again && again->archived() == first);
 }
 
 // The place of a decoder is part of every kept input.

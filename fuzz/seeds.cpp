@@ -1,6 +1,6 @@
-// Writes the inputs from which fuzzing starts to FOLDER/audiofile, FOLDER/parsers, FOLDER/edit and FOLDER/payloads: a
-// small file of every container with a bit of everything, also with a script of edits, what belongs to a Sound Designer
-// II file, and a payload of every kind. They are made byte by byte, without our own writers.
+// Writes the inputs from which fuzzing starts to FOLDER/audiofile, FOLDER/parsers, FOLDER/edit, FOLDER/tags and
+// FOLDER/payloads: a small file of every container with a bit of everything, also with a script of edits, what belongs
+// to a Sound Designer II file, and a payload of every kind. They are made byte by byte, without our own writers.
 #include "support/AudioFixture.h"
 
 #include <cstdio>
@@ -116,6 +116,32 @@ Seeds edits() {
   return seeds;
 }
 
+// Each file with changes of tags in front of it; the numbers of the fields and of what is done are those of the target.
+Seeds tags() {
+  using Change = std::tuple<int, int, std::string_view>;
+  const std::vector<Change> common = {{0, 0, "T\u00EDtle"}, {0, 3, "odd"}, {0, 6, "Jazz"},   {2, 7, "Wet"},
+                                      {0, 11, "Am"},        {1, 10, ""},   {0, 15, "-14.5"}, {0, 18, "7"},
+                                      {0, 19, "true"},      {0, 20, "2"}};
+  const std::vector<Change> scripts[] = {
+      common,
+      {{0, 4, "Drums"}, {0, 5, "Kick"}, {0, 10, "12"}, {0, 11, "F#"}, {0, 12, "both"}, {0, 13, "6/8"}},
+      {{1, 0, ""}, {1, 3, ""}, {1, 6, ""}, {1, 7, ""}, {1, 15, ""}, {1, 4, ""}, {1, 11, ""}, {1, 12, ""}},
+      {{0, 8, "Garage"}, {0, 9, "Night"}, {0, 14, "one-shot"}, {0, 1, "A"}, {0, 2, "C"}, {3, 7, "Dry"}},
+      {{0, 15, "-9"}, {0, 16, "-0.25"}, {0, 17, "-18"}, {1, 18, ""}, {1, 19, ""}},
+  };
+  Seeds seeds;
+  for (const auto& [name, bytes] : files()) {
+    Builder script;
+    const auto& changes = scripts[seeds.size() % std::size(scripts)];
+    script.u8(static_cast<uint8_t>(changes.size() | (seeds.size() % 2 == 0 ? 0x80 : 0)));
+    for (const auto& [kind, field, text] : changes) {
+      script.u8(static_cast<uint8_t>(kind << 5 | field)).u8(static_cast<uint8_t>(text.size())).text(text);
+    }
+    seeds.emplace_back(name, script.raw(bytes).bytes);
+  }
+  return seeds;
+}
+
 void write(const std::filesystem::path& folder, const Seeds& seeds) {
   std::filesystem::create_directories(folder);
   for (const auto& [name, bytes] : seeds) writeFile(folder / name, bytes);
@@ -129,7 +155,10 @@ int main(int argc, char** argv) {
   write(folder / "audiofile", files());
   write(folder / "audiofile", forks());
   write(folder / "parsers", files());
+  write(folder / "parsers", forks());
+  write(folder / "parsers", {{"loopdata", archiveNamed("record.loopdata")}});
   write(folder / "edit", edits());
+  write(folder / "tags", tags());
   write(folder / "payloads", payloads());
   return 0;
 }

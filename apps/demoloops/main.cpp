@@ -101,7 +101,7 @@ bool makeFamily(const std::filesystem::path& root, const Family& family) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
+  if (argc != 2 || argv[1][0] == '-') {
     std::fprintf(stderr, "usage: demoloops FOLDER\n");
     return 2;
   }

@@ -208,9 +208,7 @@ class TagPrinter : public LCTagObserver {
   void fileDone(const LCTagReport& report) override {
     m_output.item(jsonOfTagReport(report), "file");
     if (report.problem) {
-      const std::string near = quotedChoices(report.nearNames);
-      const std::string question = near.empty() ? near : fmt::format("Did you mean {}?", near);
-      m_output.error(fmt::format("{}: {}", report.path, report.detail), question);
+      m_output.error(fmt::format("{}: {}", report.path, report.detail), nextStep(report));
     }
     if (report.isChanged) print(report);
     for (const auto& note : report.notes) m_output.warning(fmt::format("{}: {}", report.path, note));
@@ -221,6 +219,14 @@ class TagPrinter : public LCTagObserver {
   bool shouldContinue() override { return !InterruptionGuard::isInterrupted(); }
 
  private:
+  static std::string nextStep(const LCTagReport& report) {
+    const std::string near = quotedChoices(report.nearNames);
+    if (!near.empty()) return fmt::format("Did you mean {}?", near);
+    const bool canCopyBack =
+        report.problem == LCTagProblem::hasOtherNames || report.problem == LCTagProblem::ownerNotKept;
+    return canCopyBack ? "With --copy-back it is written over in place." : "";
+  }
+
   // On a terminal the file and its fields below it, else a line for each field.
   void print(const LCTagReport& report) {
     if (!m_output.resultIsOnTerminal()) {
@@ -385,6 +391,19 @@ CLI::Option* addRunOption(CLI::App& app, const std::string& name, bool& isWanted
       ->expected(0, 1);
 }
 
+// Those of search. There what a person looks for may be near, or unknown of a loop; here the files are changed.
+std::vector<CLI::Option*> addTagFilters(CLI::App& app, SearchFilters& filters) {
+  filters.keyMatch = "exact";
+  auto options = addSearchFilters(app, filters);
+  CLI::Option* withKey = app.get_option("--with-key");
+  std::erase(options, withKey);
+  app.remove_option(withKey);
+  app.get_option("--key")->description("In this key, in any octave: Am, \"F# major\", Bb, C or 8A");
+  options.push_back(addTexts(app, "--text", filters.words, "As TEXT of search; repeatable"));
+  for (auto* option : options) option->group("Filters, instead of files");
+  return options;
+}
+
 }  // namespace
 
 CommandRunner addTagCommand(CLI::App& app) {
@@ -413,10 +432,9 @@ CommandRunner addTagCommand(CLI::App& app) {
                             "Give the files of a run, or of the last one, their former bytes back");
   addRunOption(app, "--history", arguments->wantsHistory, arguments->history, "List earlier runs, or the files of one")
       ->excludes(undo);
-  auto filters = addSearchFilters(app, arguments->filters);
-  filters.push_back(addTexts(app, "--text", arguments->filters.words, "As TEXT of search; repeatable"));
-  for (auto* filter : filters) filter->group("Filters, instead of files");
+  const auto filters = addTagFilters(app, arguments->filters);
   return [arguments, filters](Context& context) {
+    arguments->filters.withKey = arguments->filters.key.has_value();
     arguments->hasFilters =
         std::any_of(filters.begin(), filters.end(), [](const CLI::Option* filter) { return filter->count() > 0; });
     return runTag(context, *arguments);

@@ -94,7 +94,7 @@ void FileTagging::open() {
   WriteFailure failure;
   m_file = vesk::AudioFileEdit::open(path(), failure, lc::replaceOptions(m_options));
   if (m_file) return;
-  if (failure.error == WriteError::notAudio) {
+  if (failure.error == WriteError::notAudio || failure.error == WriteError::noChunks) {
     throw TagRefusal{LCTagProblem::unsupported, "it is none of AIFF, WAV and CAF, into which tags can be written"};
   }
   throw lc::refusalOf(failure, path());

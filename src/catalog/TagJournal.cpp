@@ -22,17 +22,17 @@ constexpr int64_t kVersion = 1;
 // Places of audio and sizes are in bytes; a hash is the 64 bits of its number.
 constexpr const char* kTables[] = {
     "CREATE TABLE Runs (id INTEGER PRIMARY KEY, startedAt INTEGER NOT NULL, isFinished INTEGER NOT NULL DEFAULT 0)",
-    "CREATE TABLE Files (id INTEGER PRIMARY KEY, runId INTEGER NOT NULL, fileURL TEXT NOT NULL, status INTEGER NOT "
-    "NULL, audioSize INTEGER NOT NULL, "
-    "formerSize INTEGER NOT NULL, formerAudioOffset INTEGER NOT NULL, formerHash INTEGER NOT NULL, "
-    "formerModified INTEGER NOT NULL, formerLoopId INTEGER NOT NULL, "
-    "latterSize INTEGER NOT NULL, latterAudioOffset INTEGER NOT NULL, latterHash INTEGER NOT NULL, "
-    "latterModified INTEGER, latterLoopId INTEGER NOT NULL, latterDevice INTEGER, latterInode INTEGER, "
-    "formerBytes BLOB NOT NULL)",
+    ("CREATE TABLE Files (id INTEGER PRIMARY KEY, runId INTEGER NOT NULL, fileURL TEXT NOT NULL, status INTEGER NOT "
+     "NULL, audioSize INTEGER NOT NULL, "
+     "formerSize INTEGER NOT NULL, formerAudioOffset INTEGER NOT NULL, formerHash INTEGER NOT NULL, "
+     "formerModified INTEGER NOT NULL, formerLoopId INTEGER NOT NULL, "
+     "latterSize INTEGER NOT NULL, latterAudioOffset INTEGER NOT NULL, latterHash INTEGER NOT NULL, "
+     "latterModified INTEGER, latterLoopId INTEGER NOT NULL, latterDevice INTEGER, latterInode INTEGER, "
+     "formerBytes BLOB NOT NULL)"),
     "CREATE INDEX index_files_runId ON Files (runId)",
     "CREATE INDEX index_files_fileURL ON Files (fileURL)",
-    "CREATE TABLE Fields (fileId INTEGER NOT NULL, name TEXT NOT NULL, formerText TEXT, latterText TEXT, "
-    "PRIMARY KEY (fileId, name)) WITHOUT ROWID",
+    ("CREATE TABLE Fields (fileId INTEGER NOT NULL, name TEXT NOT NULL, formerText TEXT, latterText TEXT, "
+     "PRIMARY KEY (fileId, name)) WITHOUT ROWID"),
     "PRAGMA user_version = 1"};
 
 constexpr const char* kInsertFile =

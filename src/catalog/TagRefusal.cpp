@@ -12,6 +12,7 @@ LCTagProblem problemOf(WriteError error) {
     case WriteError::malformed:
       return LCTagProblem::unreadable;
     case WriteError::notAudio:
+    case WriteError::noChunks:
       return LCTagProblem::unsupported;
     case WriteError::irregular:
       return LCTagProblem::irregular;

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 #include <random>
 #include <system_error>
@@ -27,7 +28,8 @@ constexpr size_t kBufferSize = size_t{1} << 20;
 constexpr uint64_t kLargestCopy = uint64_t{1} << 30;  // by one call, so that a signal is not kept waiting
 
 WriteFailure failureOf(const std::string& path, WriteError error, std::string_view what, int code = 0) {
-  if (code == ENOSPC || code == EDQUOT) error = WriteError::noSpace;
+  const bool hasNoSpace = code == ENOSPC || code == EDQUOT;
+  if (error == WriteError::system && hasNoSpace) error = WriteError::noSpace;
   std::string message = path + ": ";
   message += what;
   if (code != 0) message += " (" + std::system_category().message(code) + ")";
@@ -456,7 +458,7 @@ bool FileReplacement::writeOver(int target, uint64_t size, bool& isTouched) {
     const auto there = std::span(old).first(piece.size());
     const bool isWhole = oldSize >= offset && oldSize - offset >= piece.size();
     if (isWhole && !readAll(target, offset, there)) return false;
-    if (isWhole && std::equal(piece.begin(), piece.end(), there.begin())) continue;
+    if (isWhole && std::memcmp(piece.data(), there.data(), piece.size()) == 0) continue;
     if (!writeAllAt(target, offset, piece, isTouched)) return false;
   }
   const bool isLonger = size < oldSize;

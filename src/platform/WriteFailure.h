@@ -11,6 +11,7 @@ enum class WriteError {
   notReadable,
   notAudio,          // no container that we know
   malformed,         // a container that cannot be parsed
+  noChunks,          // a container that holds no chunks, to be edited or added to
   irregular,         // it can be read, but what a rewrite would make of it is not certain
   readOnly,          // nobody, or not we, may write to the file
   readOnlyFolder,    // nothing can be put beside it

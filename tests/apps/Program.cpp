@@ -78,7 +78,7 @@ Outcome Program::outcome(int status) const {
 }
 
 Outcome Program::run(const Words& arguments, const std::string& input) const {
-  return outcome(pclose(start(commandFor(arguments), input)));
+  return outcome(pclose(start(m_surroundings + commandFor(arguments), input)));
 }
 
 JSON Program::told(const Words& arguments, int code) const {

@@ -29,6 +29,8 @@ class Program {
  public:
   Program();
 
+  // Words of a shell that come before the runs from now on, such as "export A=1; ".
+  void setSurroundings(const std::string& words) { m_surroundings = words; }
   // Relative paths are below folder(). VESKLOOPS_DATABASE names database().
   Outcome run(const Words& arguments, const std::string& input = {}) const;
   // What it prints with --json, and how it ends.
@@ -53,4 +55,5 @@ class Program {
   std::FILE* start(const std::string& command, const std::string& input) const;
   Outcome outcome(int status) const;
   TemporaryFolder m_folder;
+  std::string m_surroundings;
 };

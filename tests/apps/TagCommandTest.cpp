@@ -58,6 +58,7 @@ TEST_F(TagCommand, TakesFilesFromASearchAListOrJSON) {
   info.replace(info.find("Funk"), 4, "Jazz");
   EXPECT_EQ(program.run({"--json", "tag", "--from-json", "-"}, info).json()["changed"], 1);
   EXPECT_EQ(genres(), (Words{"Jazz", "Funk", "-"}));
+  EXPECT_EQ(program.told({"tag", "--key", "C", "--set", "title=In C"})["changed"], 2) << "the WAV has no key";
   const std::string object = R"({"genre":"Jazz"})";
   EXPECT_EQ(program.run({"--json", "tag", "l/B.aif", "--from-json", "-"}, object).json()["changed"], 1);
 }

@@ -197,23 +197,6 @@ TEST(FileReplacement, RangesAreCopiedAndAShortFileIsAnError) {
   EXPECT_EQ(replacement.failure().error, WriteError::notReadable);
 }
 
-TEST(FileReplacement, AWriteThatFailsLeavesTheFileAndNothingElse) {
-  const TemporaryFolder folder;
-  const std::string file = folder.addFile("a", "old");
-  WriteFailure failure;
-  const auto found = FoundFile::open(file, failure);
-  {
-    const SizeLimit limit(100);
-    FileReplacement replacement(*found);
-    EXPECT_FALSE(replacement.write(fixture::Bytes(200)));
-    EXPECT_FALSE(replacement.write(bytesOf("more")) || replacement.commit()) << "it stays failed";
-    EXPECT_EQ(replacement.failure().systemError, EFBIG);
-    EXPECT_TRUE(replacement.failure().message.starts_with(file + ": ")) << replacement.failure().message;
-  }
-  EXPECT_EQ(path::readFile(file), "old");
-  EXPECT_EQ(path::subpaths(folder.path()), Texts{"a"});
-}
-
 TEST(FileReplacement, OnlySiblingsOfTheDeadAreRemoved) {
   const TemporaryFolder folder;
   for (const char* name :

@@ -13,6 +13,8 @@ namespace {
 constexpr FourCC kInfoID = "info";
 constexpr FourCC kListID = "LIST";
 constexpr size_t kListTypeSize = 4;
+constexpr size_t kEmptyInfoSize = 4;  // a count of no pairs
+constexpr std::string_view kHasNoChunks = "it is of a kind that has no chunks";
 
 struct EditErrorName {
   EditError error;
@@ -98,8 +100,9 @@ std::unique_ptr<AudioFileEdit> AudioFileEdit::open(const std::string& path, Writ
   std::unique_ptr<AudioFileEdit> edit(new AudioFileEdit);
   edit->m_path = found->path();
   edit->m_options = options;
-  const FoundFile& file = *found;
-  const bool isOpen = edit->attach(std::move(found), failure) && file.mayBeReplaced(options, failure);
+  const bool isOpen = edit->attach(std::move(found), failure) && edit->m_found->mayBeReplaced(options, failure);
+  const bool hasCompanion = failure.error == WriteError::notAudio && AudioFile::open(path);  // which tells its kind
+  if (hasCompanion) edit->fail(failure, WriteError::noChunks, kHasNoChunks);
   return isOpen ? std::move(edit) : nullptr;
 }
 
@@ -124,6 +127,7 @@ bool AudioFileEdit::attach(std::shared_ptr<ByteSource> source, WriteFailure& fai
   std::string detail;
   auto file = AudioFile::open(sharing(source), &error, &detail);
   if (!file) return fail(failure, errorOf(error), detail);
+  if (!hasChunkLayout(file->kind())) return fail(failure, WriteError::noChunks, kHasNoChunks);
   if (file->regularity() == Regularity::ambiguous) {
     return fail(failure, WriteError::irregular, "it is not safe to rewrite: " + joined(file->contents().ambiguous));
   }
@@ -237,7 +241,9 @@ EditError AudioFileEdit::mergeInfo(std::span<const InfoEdit> edits) {
   }
   const auto merged = mergedCAFInfo(old, edits);
   if (!merged) return EditError::none;
-  return merged->empty() ? removeUserData(kInfoID) : setUserData(kInfoID, 0, *merged);
+  // Behind a chunk that is taken out a second one would show.
+  const bool isToGo = merged->size() == kEmptyInfoSize && userDataCount(kInfoID) == 1;
+  return isToGo ? removeUserData(kInfoID) : setUserData(kInfoID, 0, *merged);
 }
 
 std::optional<std::map<std::string, std::string>> AudioFileEdit::infoDictionary() const {

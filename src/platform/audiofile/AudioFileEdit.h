@@ -15,7 +15,7 @@
 //     chunk gets the pad byte that it lacks. Both only together with an edit. In RF64 and BW64 files "ds64" holds the
 //     sizes of form and audio; its table stays, and a chunk whose size stands there cannot be edited.
 //   - CAF: edit count, "free" and "pakt" stay as they are.
-// Files whose regularity is `ambiguous` are refused, and so is Sound Designer II, which has no chunks.
+// Files whose regularity is `ambiguous` are refused, and so are containers without chunks, such as Sound Designer II.
 //
 // Owns the open file. One thread at a time. Nothing throws.
 #pragma once

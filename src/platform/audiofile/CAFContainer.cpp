@@ -197,9 +197,7 @@ class InfoPairs {
     m_pairs.erase(std::remove_if(first, m_pairs.end(), isKey), m_pairs.end());
   }
 
-  // Empty when there is nothing to hold.
   std::vector<std::byte> encode() const {
-    if (m_pairs.empty() && m_rest.empty()) return {};
     ByteWriter writer(std::endian::big);
     writer.u32(static_cast<uint32_t>(m_pairs.size()));
     for (const auto& [key, value] : m_pairs) {

@@ -36,7 +36,7 @@ std::optional<InfoDictionary> cafInfo(ByteSource& bytes, const AudioFileContents
 using InfoEdit = std::pair<std::string, std::optional<std::string>>;
 // A CAF info payload (empty: there is none yet) with the edits merged into it: a key that is there gets its value at
 // its first place and stands once, others follow the last pair in their order. All other bytes stay. nullopt when every
-// key reads so already, empty when no pair is left.
+// key reads so already.
 std::optional<std::vector<std::byte>> mergedCAFInfo(std::span<const std::byte> payload,
                                                     std::span<const InfoEdit> edits);
 

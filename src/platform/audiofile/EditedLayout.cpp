@@ -199,6 +199,10 @@ bool readsAs(const AudioFileContents& expected, const AudioFileContents& found) 
                     isSameChunk);
 }
 
+bool hasChunkLayout(ContainerKind kind) {
+  return kind == ContainerKind::aiff || kind == ContainerKind::aifc || kind == ContainerKind::caf || isWAVKind(kind);
+}
+
 bool isWAVKind(ContainerKind kind) {
   return kind == ContainerKind::wav || kind == ContainerKind::rifx || hasLongSizes(kind);
 }

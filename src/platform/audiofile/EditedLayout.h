@@ -32,6 +32,8 @@ std::optional<EditedLayout> layOut(const AudioFileContents& old, ByteSource& byt
 // Whether a reader found what it must, and nothing ambiguous.
 bool readsAs(const AudioFileContents& expected, const AudioFileContents& found);
 
+// Whether files of this kind can be laid out; the questions below are about such.
+bool hasChunkLayout(ContainerKind kind);
 // Of WAV, RF64, BW64 or RIFX.
 bool isWAVKind(ContainerKind kind);
 bool hasLongSizes(ContainerKind kind);  // RF64, BW64
