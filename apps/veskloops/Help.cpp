@@ -40,6 +40,8 @@ constexpr CommandHelp kCommands[] = {
     {"crates show", "CRATE…", "crates show 'My Loops'"},
     {"crates create", "NAME", "crates create 'My Loops' --manufacturer Me"},
     {"crates remove", "CRATE…", "crates remove 'My Loops'"},
+    {"import", "DB", "import maker.db --placeholder file:///Content/Loops/"},
+    {"migrate", "", "migrate --relocate ~/Loops=/media/disk/Loops"},
     {"help", "[COMMAND]", "help search"},
 };
 

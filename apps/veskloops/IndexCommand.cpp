@@ -5,7 +5,7 @@
 #include "English.h"
 #include "FileFailures.h"
 #include "Output.h"
-#include "Progress.h"
+#include "ScanPrinter.h"
 #include "Signals.h"
 #include "VeskLoopManagement/catalog/LCLibraryScan.h"
 
@@ -30,42 +30,6 @@ struct IndexArguments {
   bool taggedOnly = false;
   bool hidden = false;
   bool dryRun = false;
-};
-
-std::string_view phaseWord(LCScanPhase phase) {
-  switch (phase) {
-    case LCScanPhase::counting:
-      return "scan";
-    case LCScanPhase::indexing:
-      return "index";
-    case LCScanPhase::finishing:
-      break;
-  }
-  return "finish";
-}
-
-// Prints what a scan tells while it runs.
-class ScanPrinter : public LCScanObserver {
- public:
-  explicit ScanPrinter(Output& output) : m_output(output), m_progress(output) {}
-
-  bool wantsTotals() override { return m_progress.isShown(); }
-  void phaseBegan(LCScanPhase phase, std::optional<int64_t> total) override {
-    m_progress.begin(phaseWord(phase), total);
-  }
-  void phaseEnded(LCScanPhase) override { m_progress.end(); }
-  void advanced(int64_t done, const std::string& path) override { m_progress.step(done, path); }
-  void fileFailed(const LCFileFailure& failure) override {
-    m_output.error(fileFailureText(failure));
-    m_output.item(jsonOfFileFailure(failure), "failure");
-  }
-  void noted(const std::string& text) override { m_output.comment(text); }
-  void warned(const std::string& text, const std::string& nextStep) override { m_output.warning(text, nextStep); }
-  bool shouldContinue() override { return !InterruptionGuard::isInterrupted(); }
-
- private:
-  Output& m_output;
-  Progress m_progress;
 };
 
 void requireExistingPaths(const PathListOptions& paths) {

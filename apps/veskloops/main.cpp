@@ -7,10 +7,12 @@
 #include "FamilyCommand.h"
 #include "FoldersCommand.h"
 #include "Help.h"
+#include "ImportCommand.h"
 #include "IndexCommand.h"
 #include "InfoCommand.h"
 #include "KeywordsCommand.h"
 #include "MarkCommands.h"
+#include "MigrateCommand.h"
 #include "Output.h"
 #include "RemoveCommand.h"
 #include "SearchCommand.h"
@@ -85,6 +87,8 @@ struct Program {
     addCommand("comment", "Put a comment on loops", addCommentCommand);
     addCommand("tag", "Change the tags in loop files, and take changes back", addTagCommand);
     addCommand("crates", "List, make and remove content packages", addCratesCommand);
+    addCommand("import", "Take over the loops of a ready-made loop database", addImportCommand);
+    addCommand("migrate", "Bring over what older versions and moved libraries left", addMigrateCommand);
     help = app.add_subcommand("help", "Show the help of a command")->fallthrough();
     addArguments(*help, "COMMAND", helpWords, "The command, with its own where it has some: crates show");
   }

@@ -54,8 +54,12 @@
 #include "VeskLoopManagement/search/LCSearchRestrictions.h"
 #include "VeskLoopManagement/search/SearchState.h"
 
+#include "VeskLoopManagement/migration/LCLegacyIndexFile.h"
+#include "VeskLoopManagement/migration/LCMigrationUtilities.h"
+
 #include "VeskLoopManagement/catalog/LCCatalog.h"
 #include "VeskLoopManagement/catalog/LCCatalogLoop.h"
+#include "VeskLoopManagement/catalog/LCDatabaseImport.h"
 #include "VeskLoopManagement/catalog/LCFailure.h"
 #include "VeskLoopManagement/catalog/LCLibraryFolders.h"
 #include "VeskLoopManagement/catalog/LCLibraryScan.h"
@@ -63,5 +67,6 @@
 #include "VeskLoopManagement/catalog/LCLoopFile.h"
 #include "VeskLoopManagement/catalog/LCLoopQuery.h"
 #include "VeskLoopManagement/catalog/LCLoopResult.h"
+#include "VeskLoopManagement/catalog/LCMigration.h"
 #include "VeskLoopManagement/catalog/LCNearNames.h"
 #include "VeskLoopManagement/catalog/LCTagEdit.h"

@@ -107,19 +107,6 @@ void requireLoops(sqlite3* connection, const std::string& file) {
   if (!LCSQLiteUtilities::isTableWithName(kDefaultLoopsTablename, std::nullopt, connection)) failMissing(file);
 }
 
-// A connection to the existing database, which is sound, has loops and is not of a later version.
-LCConnection checkedConnection(const std::string& file, LCOpenMode mode) {
-  if (!vesk::path::exists(file)) failMissing(file);
-  requireOpenable(file, mode == LCOpenMode::readOnly ? O_RDONLY : O_RDWR);
-  requireOurs(file);
-  LCConnection connection = connectionTo(file, mode);
-  requireUnlocked(connection.get(), mode, file);
-  if (lc::damage::isSuspected(file, connection.get())) failDamaged(file);
-  requireKnownVersion(connection.get(), file);
-  requireLoops(connection.get(), file);
-  return connection;
-}
-
 // --- A damaged database ---
 
 // A free path beside the database. It must not begin with the database's name: a host that rebuilds deletes all that
@@ -202,6 +189,18 @@ std::unique_ptr<LCFileIndexing> makeIndexer(const std::string& file) {
 }
 
 }  // namespace
+
+LCConnection lc::checkedConnection(const std::string& file, LCOpenMode mode) {
+  if (!vesk::path::exists(file)) failMissing(file);
+  requireOpenable(file, mode == LCOpenMode::readOnly ? O_RDONLY : O_RDWR);
+  requireOurs(file);
+  LCConnection connection = connectionTo(file, mode);
+  requireUnlocked(connection.get(), mode, file);
+  if (lc::damage::isSuspected(file, connection.get())) failDamaged(file);
+  requireKnownVersion(connection.get(), file);
+  requireLoops(connection.get(), file);
+  return connection;
+}
 
 lc::OpenedEngine lc::openEngine(const std::string& databaseFile, const LCCatalogOptions& options) {
   bringOlderDefaultForward(databaseFile);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "VeskLoopManagement/catalog/LCCatalog.h"
+#include "VeskLoopManagement/database/LCConnection.h"
 #include "VeskLoopManagement/indexing/LCFileIndexing.h"
 #include "VeskLoopManagement/search/LCSearchEngine.h"
 
@@ -27,5 +28,9 @@ struct OpenedIndexer {
 OpenedIndexer openOrCreateIndexer(const std::string& databaseFile);
 // On the existing database, which must be sound.
 std::unique_ptr<LCFileIndexing> openIndexer(const std::string& databaseFile);
+
+// To the existing database, which is ours, sound by the quick check, not of a later version, and has loops. Nothing of
+// it is upgraded.
+LCConnection checkedConnection(const std::string& databaseFile, LCOpenMode mode);
 
 }  // namespace lc

@@ -1,11 +1,12 @@
 // What is noted of a database in its table DatabaseMigrationInfos, a row each: its schema version, the last keyword
-// that is not built in, the program that filled it, the runs of a library's scans. Connections are borrowed; on the
-// thread that uses them.
+// that is not built in, the program that filled it, the runs of a library's scans, steps that are taken once.
+// Connections are borrowed; on the thread that uses them.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 struct sqlite3;
 
@@ -24,5 +25,9 @@ std::optional<std::string> lastScan(sqlite3* connection);
 bool setLastScan(const std::string& scan, sqlite3* connection);
 std::optional<std::string> unfinishedRun(sqlite3* connection);
 bool setUnfinishedRun(const std::optional<std::string>& run, sqlite3* connection);
+// A step that a database goes through once, such as a repair or the import of another database, with the time when it
+// was recorded.
+bool isStepRecorded(std::string_view key, sqlite3* connection);
+bool recordStep(std::string_view key, sqlite3* connection);  // true also where the table is missing
 
 }  // namespace lc::facts

@@ -1,5 +1,6 @@
 #include "database/DatabaseRepairs.h"
 
+#include "database/DatabaseFacts.h"
 #include "database/LCTransaction.h"
 #include "database/StatementRunner.h"
 #include "platform/Path.h"
@@ -12,7 +13,6 @@
 #include <sqlite3.h>
 
 #include <array>
-#include <chrono>
 #include <utility>
 
 namespace {
@@ -50,11 +50,7 @@ void correctName(sqlite3* connection, std::string_view wrong, std::string_view r
 
 // --- Names ---
 
-double secondsSince2001() {
-  using Seconds = std::chrono::duration<double>;
-  constexpr double kUnixTimeOf2001 = 978307200.0;
-  return Seconds(std::chrono::system_clock::now().time_since_epoch()).count() - kUnixTimeOf2001;
-}
+constexpr std::string_view kNamesArePrecomposed = "FIXED_UTF8_CANONICAL_MAPPING_BUG";
 
 using LoopNames = std::vector<std::pair<int64_t, std::string>>;
 
@@ -70,21 +66,6 @@ std::optional<LoopNames> namesToPrecompose(sqlite3* connection) {
   }
   if (!statement.succeeded()) return std::nullopt;
   return names;
-}
-
-bool arePrecomposedNamesRecorded(sqlite3* connection) {
-  return LCStatement(connection,
-                     "SELECT id from DatabaseMigrationInfos WHERE key == 'FIXED_UTF8_CANONICAL_MAPPING_BUG'")
-      .step();
-}
-
-// A database without the table is none the worse for it.
-bool recordPrecomposedNames(sqlite3* connection) {
-  LCStatement insert(connection,
-                     "INSERT OR REPLACE INTO DatabaseMigrationInfos (key, floatValue) "
-                     "VALUES ('FIXED_UTF8_CANONICAL_MAPPING_BUG', ?);");
-  insert.bind(1, secondsSince2001());
-  return !insert.isPrepared() || insert.run();
 }
 
 bool storePrecomposedNames(sqlite3* connection) {
@@ -104,14 +85,6 @@ bool storePrecomposedNames(sqlite3* connection) {
 
 bool isChineseLocale(std::string_view identifier) {
   return identifier.starts_with("zh");
-}
-
-// nullopt when names were never localized.
-std::optional<std::string> storedLocalization(sqlite3* connection) {
-  LCStatement statement(connection,
-                        "SELECT textValue from DatabaseMigrationInfos WHERE key == 'LOOPS_LOCALIZATION_IDENTIFIER_V2'");
-  if (!statement.step()) return std::nullopt;
-  return statement.textAt(0);
 }
 
 void storeLocalization(sqlite3* connection, const std::string& localeIdentifier) {
@@ -182,6 +155,24 @@ bool replacePaths(const std::string& oldPrefix, const std::string& newPrefix, sq
   return loops.succeeded() && transaction.commit();
 }
 
+std::optional<std::vector<std::string>> moveFolder(const std::string& oldFolder, const std::string& newFolder,
+                                                   sqlite3* connection) {
+  const std::string beginning = oldFolder.ends_with('/') ? oldFolder : oldFolder + "/";
+  LCStatement loops(connection, "SELECT id, fileURL FROM Loops;");
+  LCStatement update(connection, "UPDATE Loops SET fileURL = ? WHERE id = ?;");
+  std::vector<std::string> moved;
+  while (loops.step()) {
+    const auto url = vesk::URL::fromString(loops.textAt(1));
+    if (!url || !url->path().starts_with(beginning)) continue;
+    moved.push_back(vesk::path::appending(newFolder, url->path().substr(beginning.size())));
+    update.bind(1, vesk::URL::fileURLWithPath(moved.back(), false).absoluteString());
+    update.bind(2, loops.int64At(0));
+    if (!update.run()) return std::nullopt;
+  }
+  if (!loops.succeeded()) return std::nullopt;
+  return moved;
+}
+
 void fixTypos(sqlite3* connection) {
   for (int number = 1; number <= kSandRababLoopCount; ++number) {
     const std::string name = fmt::format("Afghanistan Sand Rabab {:02}", number);
@@ -193,18 +184,31 @@ void fixTypos(sqlite3* connection) {
 // Recording comes first: a transaction whose first statement writes waits for another connection's writing.
 bool precomposeNames(sqlite3* connection) {
   if (connection == nullptr) return false;
-  if (arePrecomposedNamesRecorded(connection) || sqlite3_db_readonly(connection, "main") == 1) return true;
+  if (facts::isStepRecorded(kNamesArePrecomposed, connection) || sqlite3_db_readonly(connection, "main") == 1)
+    return true;
   LCTransaction transaction{connection};
-  return recordPrecomposedNames(connection) && storePrecomposedNames(connection) && transaction.commit();
+  return facts::recordStep(kNamesArePrecomposed, connection) && storePrecomposedNames(connection) &&
+         transaction.commit();
 }
 
 void localizeNames(sqlite3* connection, const std::string& localeIdentifier,
                    const LCSQLiteUtilities::LocalizationBlock& block) {
   if (connection == nullptr) return;
-  const std::optional<std::string> stored = storedLocalization(connection);
-  if (stored == localeIdentifier) return;
-  const bool involvesChinese = isChineseLocale(localeIdentifier) || isChineseLocale(stored.value_or(""));
-  if (!involvesChinese || rewriteNames(connection, block)) storeLocalization(connection, localeIdentifier);
+  if (localization(connection) == localeIdentifier) return;
+  if (rewritesNames(localeIdentifier, connection) && !rewriteNames(connection, block)) return;
+  storeLocalization(connection, localeIdentifier);
+}
+
+std::optional<std::string> localization(sqlite3* connection) {
+  LCStatement statement(connection,
+                        "SELECT textValue from DatabaseMigrationInfos WHERE key == 'LOOPS_LOCALIZATION_IDENTIFIER_V2'");
+  if (!statement.step()) return std::nullopt;
+  return statement.textAt(0);
+}
+
+bool rewritesNames(const std::string& localeIdentifier, sqlite3* connection) {
+  const std::string stored = localization(connection).value_or("");
+  return stored != localeIdentifier && (isChineseLocale(localeIdentifier) || isChineseLocale(stored));
 }
 
 void forgetLocalization(sqlite3* connection) {

@@ -30,6 +30,10 @@
 
 class LCStatement;
 
+namespace lc {
+class AttachedDatabase;
+}
+
 // A loop of a family, with the values of its row.
 struct LCLoopFamilyMember {
   std::optional<vesk::URL> url;  // nullopt when the row's text is no URL
@@ -269,6 +273,18 @@ class LC_EXPORT LCSearchEngine {
   static const vesk::StringSet& fileNamesWithMissingTrackInfo();
   static bool isTrackStackLoopWithMissingInfo(const std::optional<std::string>& fileName);
 
+  // --- Import of a second database, and all tables anew (LCSearchEngineImport.cpp) ---
+  // Copies the rows of the database at `path` into this one, once for each identifier: true at once when that was
+  // imported before. Rows that are here already stay as they are. With a placeholder, the URL of every loop that the
+  // database holds becomes the placeholder with the last component of the URL behind it. Whether the copying was
+  // committed, not whether every table was copied: loops go by the position of their columns, and not at all while one
+  // of the tables lacks the column for transcripts. A file without write permission is copied to the temporary folder
+  // first and left as it is; any other gets the columns that it lacks. Two imports must not run at once.
+  [[nodiscard]] bool importDatabaseFile(const std::optional<std::string>& path,
+                                        const std::string& forDatabaseIdentifier,
+                                        const std::optional<std::string>& changeFileLocationWithPlaceholder);
+  void dropAndCreateAllTables();  // those of loops; marks and what is noted of the database stay
+
  protected:
   explicit LCSearchEngine(const LCDatabaseConfiguration& configuration);
   bool setupWithDatabaseFile();  // opens, recovers, makes missing tables; false when the file cannot be opened
@@ -294,6 +310,9 @@ class LC_EXPORT LCSearchEngine {
   bool openDatabase();
   void completeSetup();
   void deleteDamagedDatabase();
+
+  bool importAttached(const lc::AttachedDatabase& source, const std::string& identifier,
+                      const std::optional<std::string>& placeholder);
 
   std::vector<std::string> keywordCachingTablesRarestFirst();
   std::string keywordSubSelect();
