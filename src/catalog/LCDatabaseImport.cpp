@@ -114,7 +114,9 @@ void mergeFrom(const lc::AttachedDatabase& source, const LCImportRequest& reques
     refused.message = fmt::format("the database cannot come over ({})", failure->message);
     throw lc::CatalogError{std::move(refused)};
   }
-  if (!lc::facts::recordStep(report.identifier, connection)) {
+  // The tables of the keywords are made anew by the next scan.
+  if (!lc::facts::recordStep(report.identifier, connection) ||
+      !lc::facts::setUnfinishedRun(report.identifier, connection)) {
     throw lc::CatalogError{lc::databaseFailure(lc::lastStatusOf(connection), request.source)};
   }
   for (LCTableCounts& each : report.tables) each.after = DatabaseMerge::rowCount(each.table, "main", connection);

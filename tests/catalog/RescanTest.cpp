@@ -131,7 +131,7 @@ TEST_F(Rescan, ASmallRunLeavesWhatAllOfTheWorkWould) {
   const auto name = [&] { return fmt::format("l/{}/L{}.aif", below(3), below(9)); };
   for (int number = 0; number < 20; ++number) add(fmt::format("l/0/F{}.aif", number));
   scan({.paths = {"l"}});
-  for (int step = 0; step < 40; ++step) {
+  for (int step = 0; step < 30; ++step) {
     for (size_t change = 0, count = below(4); change < count; ++change) {
       const std::string at = name(), to = name();
       switch (below(4)) {
