@@ -3,14 +3,23 @@
 //   run/again         the same files into the database that already has them
 //   run/parse_only    the folder walked and every file parsed, no database
 //   floor/walk_4KiB   the folder walked and the first 4 KiB of every file read
-// and the end-of-run work alone (group keywords, table per keyword, distribution, empty packages) on a copy of a
-// database of
+// the end-of-run work alone (group keywords, table per keyword, distribution, empty packages) on a copy of a database
+// of
 //   end_of_run/10000, /100000, with --large also /1000000 loops
+//   end_of_small_run/…   the same after 200 loops were written: those of the keywords that they have only
+// and scans of a library of 20,000 files in 200 folders that has not changed since the last one:
+//   floor/find_20000     find FOLDER -printf, the peer: inode, size and times of every file
+//   rescan/unchanged_20000
+//   rescan/force_20000   every file is read again
 #include "BenchFolder.h"
 #include "BenchLoops.h"
 #include "LoopDatabases.h"
 
+#include "catalog/IndexingRun.h"
+#include "database/LCTransaction.h"
 #include "platform/Path.h"
+#include "support/AudioFixture.h"
+#include "VeskLoopManagement/catalog/LCLibraryScan.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/fileio/LCFileParser.h"
 #include "VeskLoopManagement/indexing/LCFileIndexing.h"
@@ -21,6 +30,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdlib>
 #include <filesystem>
 
 namespace {
@@ -100,6 +110,75 @@ void endOfRun(benchmark::State& state) {
   state.counters["MB"] = static_cast<double>(std::filesystem::file_size(copy)) / 1e6;
 }
 
+void endOfSmallRun(benchmark::State& state) {
+  const std::string copy = vesk::path::appending(benchFolder(), "end-of-run.db");
+  std::filesystem::copy_file(loopDatabase(static_cast<size_t>(state.range(0))), copy,
+                             std::filesystem::copy_options::overwrite_existing);
+  const auto indexer = indexerFor(copy);
+  if (!indexer) return state.SkipWithError("the database could not be opened");
+  lc::IndexingRun(*indexer, lc::IndexingRun::Kind::scan).finish();
+  int64_t loopId = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    lc::IndexingRun run(*indexer, lc::IndexingRun::Kind::scan);
+    LCTransaction batch(indexer->sqlite3Connection(), LCTransaction::Begin::immediately);
+    run.claim();
+    for (int number = 0; number < 200; ++number) {
+      const LCFileData loop{.hash = ++loopId,
+                            .descriptors = vesk::StringSet{"Dry", "Harmonica"},
+                            .storedFileURL = vesk::URL::fileURLWithPath("/new/" + std::to_string(loopId), false)};
+      if (!indexer->writeFileData(loop, std::nullopt)) state.SkipWithError("a loop could not be written");
+    }
+    if (!batch.commit()) state.SkipWithError("the loops could not be written");
+    state.ResumeTiming();
+    run.finish();
+  }
+}
+
+// --- A library that does not change ---
+
+constexpr size_t kLibraryFiles = 20000;
+
+std::string libraryFolder() {
+  const std::string folder = vesk::path::appending(benchFolder(), "library-1");
+  const std::string whole = folder + ".whole";
+  if (vesk::path::exists(whole)) return folder;
+  const auto bytes = fixture::wavFile({}, 1, 100, 16, 8000);
+  for (size_t number = 0; number < kLibraryFiles; ++number) {
+    const std::string home = vesk::path::appending(folder, "Pack " + std::to_string(number / 100));
+    vesk::path::createDirectories(home);
+    fixture::writeFile(vesk::path::appending(home, "Amber Loop " + std::to_string(number) + ".wav"), bytes);
+  }
+  vesk::path::writeFileAtomically(whole, "");
+  return folder;
+}
+
+LCScanReport scanLibrary(bool readsEveryFile) {
+  LCScanObserver observer;
+  const std::string database = vesk::path::appending(benchFolder(), "library.db");
+  const auto report =
+      LCLibraryScan::run(database, {.paths = {libraryFolder()}, .readsEveryFile = readsEveryFile}, observer);
+  return report ? *report : LCScanReport{};
+}
+
+void rescan(benchmark::State& state, bool readsEveryFile) {
+  scanLibrary(false);
+  for (auto _ : state) {
+    const auto report = scanLibrary(readsEveryFile);
+    const int64_t right = readsEveryFile ? report.indexed : report.unchanged;
+    if (right != static_cast<int64_t>(kLibraryFiles)) state.SkipWithError("not every file was as expected");
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kLibraryFiles));
+}
+
+void find(benchmark::State& state) {
+  const std::string command = "find '" + libraryFolder() + "' -printf '%p %i %s %T@ %C@\\n' > /dev/null";
+  for (auto _ : state) {
+    if (std::system(command.c_str()) != 0) state.SkipWithError("find failed");
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kLibraryFiles));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -117,13 +196,19 @@ int main(int argc, char** argv) {
       ->Unit(benchmark::kMillisecond)
       ->UseRealTime();
   RegisterBenchmark("end_of_run", endOfRun)->Unit(benchmark::kMillisecond)->UseRealTime()->Arg(10000)->Arg(100000);
+  RegisterBenchmark("end_of_small_run", endOfSmallRun)
+      ->Unit(benchmark::kMillisecond)
+      ->UseRealTime()
+      ->Arg(10000)
+      ->Arg(100000);
   if (large) {
-    RegisterBenchmark("end_of_run", endOfRun)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime()
-        ->Arg(1000000)
-        ->Iterations(1);
+    for (const auto& [name, work] : {std::pair("end_of_run", &endOfRun), {"end_of_small_run", &endOfSmallRun}}) {
+      RegisterBenchmark(name, work)->Unit(benchmark::kMillisecond)->UseRealTime()->Arg(1000000)->Iterations(1);
+    }
   }
+  RegisterBenchmark("floor/find_20000", find)->Unit(benchmark::kMillisecond)->UseRealTime();
+  RegisterBenchmark("rescan/unchanged_20000", rescan, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+  RegisterBenchmark("rescan/force_20000", rescan, true)->Unit(benchmark::kMillisecond)->UseRealTime();
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }

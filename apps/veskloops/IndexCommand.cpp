@@ -25,6 +25,7 @@ struct IndexArguments {
   int64_t batchSize = 500;
   bool move = false;
   bool prune = false;
+  bool force = false;
   bool noPathKeywords = false;
   bool taggedOnly = false;
   bool hidden = false;
@@ -51,6 +52,7 @@ LCScanRequest requestFor(const IndexArguments& arguments) {
                         .package = arguments.crate,
                         .movesInsteadOfCopying = arguments.move,
                         .prunes = arguments.prune,
+                        .readsEveryFile = arguments.force,
                         .readsPathKeywords = !arguments.noPathKeywords,
                         .onlyTagged = arguments.taggedOnly,
                         .withHidden = arguments.hidden,
@@ -93,8 +95,8 @@ std::string indexedInWords(const LCScanReport& report) {
 
 std::string summary(const LCScanReport& report, const IndexArguments& arguments) {
   std::string text = indexedInWords(report);
-  text += fmt::format(", {} {}, {} unchanged, {} of other types, {} failed in {:.1f} s", report.untagged,
-                      arguments.taggedOnly ? "without tags left out" : "of them without tags", report.unchanged,
+  text += fmt::format(", {} unchanged, {} {}, {} of other types, {} failed in {:.1f} s", report.unchanged,
+                      report.untagged, arguments.taggedOnly ? "without tags left out" : "of them without tags",
                       report.unsupported, report.failed, report.seconds);
   if (arguments.prune) text += fmt::format(", {} removed", report.removed);
   if (report.carried > 0)
@@ -134,6 +136,7 @@ CommandRunner addIndexCommand(CLI::App& app) {
                          "Copy the loops into this folder and index the copies; nothing is overwritten", "DIR");
   app.add_flag("--move", arguments->move, "Move them there instead")->needs(copyTo);
   app.add_flag("--prune", arguments->prune, "Also take out the loops of these folders whose files are gone");
+  app.add_flag("--force", arguments->force, "Also read files that have not changed since they were indexed");
   app.add_flag("--no-path-keywords", arguments->noPathKeywords, "Take no keywords from file and folder names");
   app.add_flag("--tagged-only", arguments->taggedOnly,
                "Leave out files that have no tags, neither in themselves nor by the words of their paths");

@@ -29,12 +29,12 @@ std::string carryInWords(const LCLoopPlace& former, const std::optional<LCLoopPl
 
 // --- Finding out ---
 
-void lc::CarriedLoops::note(const WrittenLoop& written) {
+bool lc::CarriedLoops::note(const WrittenLoop& written) {
   m_successors.erase(written.loopId);  // it is here, so nothing else goes on in its name
   std::optional<IndexedFile> file;
   if (written.state) file = {written.url.absoluteString(), *written.state, written.loopId};
   const auto remembered = m_states.fileWithURL(written.url.absoluteString());
-  if (file && remembered == file) return rememberIfMarked(*file);  // and all else was done then
+  if (file && remembered == file) return rememberIfMarked(*file), true;  // and all else was done then
 
   bool hasFormer = noteSameName(written.url, written.loopId, Evidence::sameName);
   if (remembered) hasFormer |= noteRemoved(*remembered, written.loopId);
@@ -42,7 +42,7 @@ void lc::CarriedLoops::note(const WrittenLoop& written) {
     hasFormer |= noteSameName(*written.movedFrom, written.loopId, Evidence::sameFile);
     m_states.forget(written.movedFrom->absoluteString());
   }
-  if (!file) return;
+  if (!file) return false;
   if (isFirstNameOfFile(file->state)) {
     for (const auto& other : m_states.filesWithState(file->state)) {
       if (other.urlText != file->urlText) hasFormer |= noteSameFile(other, file->loopId);
@@ -53,6 +53,13 @@ void lc::CarriedLoops::note(const WrittenLoop& written) {
   } else {
     remember(*file);
   }
+  return !hasFormer;
+}
+
+void lc::CarriedLoops::noteUnchanged(const vesk::URL& url, const FileState& state, int64_t loopId) {
+  m_successors.erase(loopId);
+  if (!std::binary_search(m_markedIds.begin(), m_markedIds.end(), loopId)) return;
+  m_states.rememberMarked({.urlText = url.absoluteString(), .state = state, .loopId = loopId});
 }
 
 // A file may have thousands of names (hard links): the first one met looks for all former names, and those after it
@@ -128,7 +135,7 @@ void lc::CarriedLoops::carryAll() {
   for (const auto& place : gone) m_states.forget(place.urlText, place.id);
   for (const auto& file : m_toRemember) remember(file);
   m_states.commit();
-  if (m_indexer == nullptr) return;
+  if (m_run == nullptr) return;
   m_successors.clear();
   m_toRemember.clear();
 }
@@ -140,13 +147,13 @@ void lc::CarriedLoops::carryWith(Evidence evidence, std::vector<LCLoopPlace>& go
     if (successor.evidence != evidence) continue;
     const auto latter = m_rows.placeWithId(successor.loopId);
     const bool isLeft = m_rows.placeWithId(loopId) || m_rows.hasMarks(loopId);
-    if (!isLeft || (m_indexer != nullptr && !latter)) continue;
+    if (!isLeft || (m_run != nullptr && !latter)) continue;
     carries.push_back({.loopId = loopId, .toLoopId = successor.loopId});
     gone.push_back({.id = loopId, .urlText = successor.formerURL});
     comments.push_back(carryInWords(gone.back(), latter));
   }
-  for (size_t begin = 0; m_indexer != nullptr && begin < carries.size(); begin += kBatchSize) {
-    carryBatch(*m_indexer, std::span(carries).subspan(begin, std::min(kBatchSize, carries.size() - begin)));
+  for (size_t begin = 0; m_run != nullptr && begin < carries.size(); begin += kBatchSize) {
+    carryBatch(*m_run, std::span(carries).subspan(begin, std::min(kBatchSize, carries.size() - begin)));
   }
   for (const auto& comment : comments) m_told(comment);
   m_count += std::ssize(carries);

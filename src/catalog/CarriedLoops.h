@@ -5,8 +5,8 @@
 #pragma once
 
 #include "catalog/FileStates.h"
+#include "catalog/IndexingRun.h"
 #include "catalog/LoopRows.h"
-#include "VeskLoopManagement/indexing/LCFileIndexing.h"
 #include "VeskLoopManagement/platform/URL.h"
 
 #include <cstdint>
@@ -31,12 +31,15 @@ struct WrittenLoop {
 
 class CarriedLoops {
  public:
-  // `indexer` is null in a dry run. All are borrowed. `told` is handed a sentence about each loop that is carried.
+  // `run` is null in a dry run. All are borrowed. `told` is handed a sentence about each loop that is carried.
   using Teller = std::function<void(const std::string&)>;
-  CarriedLoops(LoopRows& rows, FileStates& states, LCFileIndexing* indexer, Teller told)
-      : m_rows(rows), m_states(states), m_indexer(indexer), m_told(std::move(told)) {}
+  CarriedLoops(LoopRows& rows, FileStates& states, IndexingRun* run, Teller told)
+      : m_rows(rows), m_states(states), m_run(run), m_told(std::move(told)), m_markedIds(rows.markedIds()) {}
 
-  void note(const WrittenLoop& written);
+  // Whether nothing is left to be carried for it, so that its file is remembered already.
+  bool note(const WrittenLoop& written);
+  // A file of which all was noted when it was written.
+  void noteUnchanged(const vesk::URL& url, const FileState& state, int64_t loopId);
   // Carries what was found, in transactions of its own.
   void carryAll();
   bool hasMany() const;                      // time to carry before all files were seen
@@ -66,11 +69,12 @@ class CarriedLoops {
 
   LoopRows& m_rows;
   FileStates& m_states;
-  LCFileIndexing* m_indexer;
+  IndexingRun* m_run;
   Teller m_told;
   std::map<int64_t, Successor> m_successors;          // by the id that goes
   std::vector<IndexedFile> m_toRemember;              // once their loops are carried: until then they count as new
   std::set<std::pair<int64_t, int64_t>> m_seenFiles;  // devices and inodes lately met, each perhaps by many names
+  std::vector<int64_t> m_markedIds;                   // in order; those that were marked when it was made
   int64_t m_count = 0;
 };
 

@@ -16,17 +16,32 @@ constexpr std::string_view kCreateTable =
     "(fileURL TEXT PRIMARY KEY, device INTEGER, inode INTEGER, size INTEGER, modified INTEGER, created INTEGER, "
     "loopId INTEGER) WITHOUT ROWID";
 constexpr std::string_view kCreateIndex = "CREATE INDEX IF NOT EXISTS index_fileStates_inode ON FileStates (inode)";
+constexpr std::string_view kCreateLoopIndex =
+    "CREATE INDEX IF NOT EXISTS index_fileStates_loopId ON FileStates (loopId)";
+constexpr std::string_view kCreateFolders =
+    "CREATE TABLE IF NOT EXISTS FolderStates (path TEXT PRIMARY KEY, files BLOB) WITHOUT ROWID";
+constexpr std::string_view kCreateScan =
+    "CREATE TABLE IF NOT EXISTS ScanOfFolders (id INTEGER PRIMARY KEY CHECK (id = 1), scan TEXT)";
 
 constexpr std::string_view kSelectWithURL =
     "SELECT fileURL, device, inode, size, modified, created, loopId FROM FileStates WHERE fileURL = ?1";
 constexpr std::string_view kSelectWithState =
     "SELECT fileURL, device, inode, size, modified, created, loopId FROM FileStates "
     "WHERE inode = ?1 AND device = ?2 AND size = ?3 AND modified = ?4 AND created = ?5";
+constexpr std::string_view kSelectOfLoop =
+    "SELECT fileURL, device, inode, size, modified, created, loopId FROM FileStates WHERE loopId = ?1 "
+    "ORDER BY fileURL";
 constexpr std::string_view kRemember =
     "INSERT OR REPLACE INTO FileStates (fileURL, device, inode, size, modified, created, loopId) "
     "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)";
 constexpr std::string_view kForget = "DELETE FROM FileStates WHERE fileURL = ?1";
 constexpr std::string_view kForgetLoop = "DELETE FROM FileStates WHERE fileURL = ?1 AND loopId = ?2";
+
+constexpr std::string_view kSelectFolder = "SELECT files FROM FolderStates WHERE path = ?1";
+constexpr std::string_view kSetFolder = "INSERT OR REPLACE INTO FolderStates (path, files) VALUES (?1, ?2)";
+constexpr std::string_view kForgetFolder = "DELETE FROM FolderStates WHERE path = ?1";
+constexpr std::string_view kSelectScan = "SELECT scan FROM ScanOfFolders";
+constexpr std::string_view kSetScan = "INSERT OR REPLACE INTO ScanOfFolders (id, scan) VALUES (1, ?1)";
 
 // What is no database, or not one of ours, can be thrown away: what is at its place comes back with the next run.
 bool isWorthless(int status) {
@@ -45,6 +60,21 @@ int64_t nanoseconds(const statx_timestamp& time) {
   return time.tv_sec * 1'000'000'000 + time.tv_nsec;
 }
 
+std::optional<lc::FileStatus> statusAt(int folder, const char* path, int flags) {
+  struct statx status {};
+  constexpr unsigned kWanted =
+      STATX_TYPE | STATX_MODE | STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME | STATX_BTIME;
+  if (statx(folder, path, flags, kWanted, &status) != 0) return std::nullopt;
+  const bool hasCreated = (status.stx_mask & STATX_BTIME) != 0;
+  return lc::FileStatus{.state = {.device = static_cast<int64_t>(status.stx_dev_major) << 32 | status.stx_dev_minor,
+                                  .inode = static_cast<int64_t>(status.stx_ino),
+                                  .size = static_cast<int64_t>(status.stx_size),
+                                  .modified = nanoseconds(status.stx_mtime),
+                                  .created = hasCreated ? nanoseconds(status.stx_btime) : 0},
+                        .changed = nanoseconds(status.stx_ctime),
+                        .mode = status.stx_mode};
+}
+
 lc::IndexedFile fileAt(const LCStatement& row) {
   return {.urlText = row.textAt(0),
           .state = {.device = row.int64At(1),
@@ -58,15 +88,16 @@ lc::IndexedFile fileAt(const LCStatement& row) {
 }  // namespace
 
 std::optional<lc::FileState> lc::fileStateAt(const std::string& path) {
-  struct statx status {};
-  constexpr unsigned kWanted = STATX_INO | STATX_SIZE | STATX_MTIME | STATX_BTIME;
-  if (statx(AT_FDCWD, path.c_str(), 0, kWanted, &status) != 0) return std::nullopt;
-  const bool hasCreated = (status.stx_mask & STATX_BTIME) != 0;
-  return FileState{.device = static_cast<int64_t>(status.stx_dev_major) << 32 | status.stx_dev_minor,
-                   .inode = static_cast<int64_t>(status.stx_ino),
-                   .size = static_cast<int64_t>(status.stx_size),
-                   .modified = nanoseconds(status.stx_mtime),
-                   .created = hasCreated ? nanoseconds(status.stx_btime) : 0};
+  const auto status = fileStatusAt(path);
+  return status ? std::optional(status->state) : std::nullopt;
+}
+
+std::optional<lc::FileStatus> lc::fileStatusAt(const std::string& path) {
+  return statusAt(AT_FDCWD, path.c_str(), 0);
+}
+
+std::optional<lc::FileStatus> lc::entryStatusAt(int folder, const std::string& name) {
+  return statusAt(folder, name.c_str(), AT_SYMLINK_NOFOLLOW);
 }
 
 // --- Opening ---
@@ -89,6 +120,9 @@ void lc::FileStateStore::open() {
   execute("PRAGMA synchronous = NORMAL");
   execute(kCreateTable);
   execute(kCreateIndex);
+  execute(kCreateLoopIndex);
+  execute(kCreateFolders);
+  execute(kCreateScan);
 }
 
 void lc::FileStateStore::giveUp(int status) {
@@ -140,14 +174,49 @@ std::vector<lc::IndexedFile> lc::FileStateStore::filesWithState(const FileState&
   return filesOf(statement);
 }
 
+std::vector<lc::IndexedFile> lc::FileStateStore::filesOfLoop(int64_t loopId) {
+  if (!isUsable()) return {};
+  LCStatement& statement = m_statements.ofLoop.preparedOnce(m_connection.get(), kSelectOfLoop);
+  statement.bind(1, loopId);
+  return filesOf(statement);
+}
+
+std::vector<std::byte> lc::FileStateStore::folder(const std::string& path) {
+  std::vector<std::byte> bytes;
+  if (!isUsable()) return bytes;
+  LCStatement& statement = bound(m_statements.folder, kSelectFolder, path);
+  if (statement.step()) bytes = statement.blobAt(0);
+  statement.reset();
+  return bytes;
+}
+
+std::string lc::FileStateStore::scanOfFolders() {
+  LCStatement statement(m_connection.get(), kSelectScan);
+  return statement.step() ? statement.textAt(0) : "";
+}
+
 // --- Changes ---
 
 void lc::FileStateStore::begin() {
-  if (isWritable()) execute("BEGIN IMMEDIATE");
+  if (m_transaction == Transaction::none) m_transaction = Transaction::wanted;
 }
 
 void lc::FileStateStore::commit() {
-  if (isWritable()) execute("COMMIT");
+  if (m_transaction == Transaction::open) execute("COMMIT");
+  m_transaction = Transaction::none;
+}
+
+void lc::FileStateStore::change(LCStatement& statement) {
+  if (m_transaction == Transaction::wanted) {
+    m_transaction = Transaction::open;
+    execute("BEGIN IMMEDIATE");
+  }
+  run(statement);
+}
+
+void lc::FileStateStore::change(std::string_view sql) {
+  LCStatement statement(m_connection.get(), sql);
+  change(statement);
 }
 
 void lc::FileStateStore::remember(const IndexedFile& file) {
@@ -159,20 +228,41 @@ void lc::FileStateStore::remember(const IndexedFile& file) {
   statement.bind(5, file.state.modified);
   statement.bind(6, file.state.created);
   statement.bind(7, file.loopId);
-  run(statement);
+  change(statement);
 }
 
 void lc::FileStateStore::forget(const std::string& urlText) {
-  if (isWritable()) run(bound(m_statements.forget, kForget, urlText));
+  if (isWritable()) change(bound(m_statements.forget, kForget, urlText));
 }
 
 void lc::FileStateStore::forget(const std::string& urlText, int64_t loopId) {
   if (!isWritable()) return;
   LCStatement& statement = bound(m_statements.forgetLoop, kForgetLoop, urlText);
   statement.bind(2, loopId);
-  run(statement);
+  change(statement);
 }
 
 void lc::FileStateStore::clear() {
-  if (isWritable()) execute("DELETE FROM FileStates");
+  if (!isWritable()) return;
+  change("DELETE FROM FileStates");
+  clearFolders();
+}
+
+void lc::FileStateStore::setFolder(const std::string& path, std::span<const std::byte> bytes) {
+  if (!isWritable()) return;
+  if (bytes.empty()) return change(bound(m_statements.forgetFolder, kForgetFolder, path));
+  LCStatement& statement = bound(m_statements.setFolder, kSetFolder, path);
+  statement.bindBlob(2, bytes);
+  change(statement);
+}
+
+void lc::FileStateStore::clearFolders() {
+  if (isWritable()) change("DELETE FROM FolderStates");
+}
+
+void lc::FileStateStore::setScanOfFolders(const std::string& scan) {
+  if (!isWritable()) return;
+  LCStatement statement(m_connection.get(), kSetScan);
+  statement.bind(1, scan);
+  change(statement);
 }

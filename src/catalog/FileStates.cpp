@@ -70,7 +70,7 @@ void lc::FileStates::remember(const IndexedFile& file) {
 }
 
 void lc::FileStates::rememberMarked(const IndexedFile& file) {
-  m_marked.remember(file);
+  if (m_marked.fileWithURL(file.urlText) != file) m_marked.remember(file);
 }
 
 void lc::FileStates::forget(const std::string& urlText) {

@@ -27,6 +27,7 @@ class FileStates {
     std::optional<std::string> consequence;  // what will not work; nullopt when the store was made anew
   };
   std::vector<Trouble> troubles() const;
+  FileStateStore& cached() { return m_cached; }  // where what is remembered of folders lies, too
 
   std::optional<IndexedFile> fileWithURL(const std::string& urlText);
   // Under every URL that is remembered for it, links and former names included.
@@ -35,7 +36,7 @@ class FileStates {
   void begin();  // a transaction for what follows; without one, every change stands at once
   void commit();
   void remember(const IndexedFile& file);
-  void rememberMarked(const IndexedFile& file);  // for the time after the cache
+  void rememberMarked(const IndexedFile& file);  // for the time after the cache; writes only what is new
   void forget(const std::string& urlText);
   void forget(const std::string& urlText, int64_t loopId);  // only when it was this loop
   void clearCache();

@@ -3,6 +3,7 @@
 #include "platform/Path.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <fnmatch.h>
 #include <sys/stat.h>
 
@@ -15,12 +16,10 @@ namespace {
 
 using Directory = std::unique_ptr<DIR, int (*)(DIR*)>;
 
-// The names in a folder by bytes, so that every run is the same; nullopt when it cannot be read.
-std::optional<std::vector<std::string>> namesIn(const std::string& folder) {
-  const Directory directory(opendir(folder.c_str()), closedir);
-  if (!directory) return std::nullopt;
+// The names in a folder by bytes, so that every run is the same.
+std::vector<std::string> namesIn(DIR* directory) {
   std::vector<std::string> names;
-  while (const dirent* entry = readdir(directory.get())) {
+  while (const dirent* entry = readdir(directory)) {
     const std::string_view name = entry->d_name;
     if (name != "." && name != "..") names.emplace_back(name);
   }
@@ -38,8 +37,7 @@ lc::FolderWalk::FolderWalk(WalkOptions options, WalkHandlers handlers, std::func
     : m_options(std::move(options)), m_handlers(std::move(handlers)), m_keepGoing(std::move(keepGoing)) {}
 
 void lc::FolderWalk::skipFolder(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) == 0) m_skippedFolder = FolderIdentity(status.st_dev, status.st_ino);
+  if (const auto state = fileStateAt(path)) m_skippedFolder = FolderIdentity(state->device, state->inode);
 }
 
 bool lc::FolderWalk::enterFirstTime(const FolderIdentity& identity) {
@@ -47,19 +45,19 @@ bool lc::FolderWalk::enterFirstTime(const FolderIdentity& identity) {
 }
 
 void lc::FolderWalk::walk(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) {
+  const auto status = fileStatusAt(path);
+  if (!status) {
     const int error = errno;
-    const bool isLink = lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
-    return isLink ? tellOfLink(path, error) : m_handlers.missing(path);
+    const auto entry = entryStatusAt(AT_FDCWD, path);
+    return entry && S_ISLNK(entry->mode) ? tellOfLink(path, error) : m_handlers.missing(path);
   }
   const std::string resolvedPath = vesk::path::resolvingSymlinks(path);
-  if (S_ISREG(status.st_mode)) {
-    if (m_keepGoing()) m_handlers.file({resolvedPath, vesk::path::lastComponent(path)});
+  if (S_ISREG(status->mode)) {
+    if (m_keepGoing()) m_handlers.file({resolvedPath, vesk::path::lastComponent(path), *status});
     return;
   }
-  if (!S_ISDIR(status.st_mode)) return m_handlers.failure(path, "neither a file nor a folder");
-  const FolderIdentity identity(status.st_dev, status.st_ino);
+  if (!S_ISDIR(status->mode)) return m_handlers.failure(path, "neither a file nor a folder");
+  const FolderIdentity identity(status->state.device, status->state.inode);
   if (m_seenFolders.insert(identity).second) walkFolder({resolvedPath, "", identity});
   while (!m_linkedFolders.empty()) {
     const Folder linked = std::move(m_linkedFolders.back());
@@ -69,31 +67,42 @@ void lc::FolderWalk::walk(const std::string& path) {
 }
 
 void lc::FolderWalk::walkFolder(const Folder& folder) {
-  const auto names = namesIn(folder.path);
-  if (!names) return m_handlers.failure(folder.path, std::strerror(errno));
-  for (const auto& name : *names) {
+  for (const auto& subfolder : walkFiles(folder)) {
     if (!m_keepGoing()) return;
-    walkEntry(folder, name);
+    if (enterFirstTime(subfolder.identity)) walkFolder(subfolder);
   }
 }
 
-void lc::FolderWalk::walkEntry(const Folder& folder, const std::string& name) {
+std::vector<lc::FolderWalk::Folder> lc::FolderWalk::walkFiles(const Folder& folder) {
+  const Directory directory(opendir(folder.path.c_str()), closedir);
+  if (!directory) return m_handlers.failure(folder.path, std::strerror(errno)), std::vector<Folder>();
+  const auto names = namesIn(directory.get());
+  std::vector<Folder> subfolders;
+  for (const auto& name : names) {
+    if (!m_keepGoing()) return {};
+    walkEntry(folder, dirfd(directory.get()), name, subfolders);
+  }
+  if (m_handlers.filesEnded) m_handlers.filesEnded(folder.path, names);
+  return subfolders;
+}
+
+void lc::FolderWalk::walkEntry(const Folder& folder, int descriptor, const std::string& name,
+                               std::vector<Folder>& subfolders) {
   Folder entry{below(folder.path, name), below(folder.relativePath, name)};
   if (isPassedOver(name, entry.relativePath)) return;
-  struct stat status {};
-  if (lstat(entry.path.c_str(), &status) != 0) return;  // gone in the meantime
-  const bool isLink = S_ISLNK(status.st_mode);
+  auto status = entryStatusAt(descriptor, name);
+  if (!status) return;  // gone in the meantime
+  const bool isLink = S_ISLNK(status->mode);
   if (isLink) {
-    if (stat(entry.path.c_str(), &status) != 0) return tellOfLink(entry.path, errno);
+    status = fileStatusAt(entry.path);
+    if (!status) return tellOfLink(entry.path, errno);
     entry.path = vesk::path::resolvingSymlinks(entry.path);
   }
-  entry.identity = FolderIdentity(status.st_dev, status.st_ino);
-  if (S_ISREG(status.st_mode)) {
-    m_handlers.file({entry.path, entry.relativePath});
-  } else if (S_ISDIR(status.st_mode) && isLink) {
-    m_linkedFolders.push_back(std::move(entry));
-  } else if (S_ISDIR(status.st_mode) && enterFirstTime(entry.identity)) {
-    walkFolder(entry);
+  entry.identity = FolderIdentity(status->state.device, status->state.inode);
+  if (S_ISREG(status->mode)) {
+    m_handlers.file({std::move(entry.path), std::move(entry.relativePath), *status});
+  } else if (S_ISDIR(status->mode)) {
+    (isLink ? m_linkedFolders : subfolders).push_back(std::move(entry));
   }
 }
 

@@ -2,10 +2,11 @@
 // are followed once: a link to a folder is entered after everything else, and only when that folder was not walked
 // already. Every path handed out is the one place of what it names, links resolved. Hidden files and folders below
 // those asked for are passed over unless they are wanted; companion files ("._…") and the folders ".AppleDouble" and
-// "__MACOSX" always are. One thread.
+// "__MACOSX" always are. The files of a folder come before its subfolders, both by the bytes of their names. One
+// thread.
 #pragma once
 
-#include <sys/types.h>
+#include "catalog/FileStateStore.h"
 
 #include <functional>
 #include <optional>
@@ -20,6 +21,7 @@ namespace lc {
 struct WalkedFile {
   std::string path;          // where the file really is
   std::string relativePath;  // below the argument, links not resolved; its name when the argument is the file itself
+  FileStatus status = {};    // from just before it is handed out
 };
 
 // What a walk tells of what it meets.
@@ -29,6 +31,8 @@ struct WalkHandlers {
   std::function<void(const std::string& path, const std::string& detail)> failure;
   std::function<void(const std::string& path)> deadLink;  // the link's own path
   std::function<void(const std::string& path)> missing;   // nothing is where something was asked for
+  // All files of a folder were handed out; `names` are those of all its entries, passed over or not, by bytes.
+  std::function<void(const std::string& path, const std::vector<std::string>& names)> filesEnded = {};
 };
 
 struct WalkOptions {
@@ -48,7 +52,7 @@ class FolderWalk {
   void walk(const std::string& path);
 
  private:
-  using FolderIdentity = std::pair<dev_t, ino_t>;
+  using FolderIdentity = std::pair<int64_t, int64_t>;  // device and inode
   struct Folder {
     std::string path;
     std::string relativePath;  // "" for the argument
@@ -56,7 +60,9 @@ class FolderWalk {
   };
 
   void walkFolder(const Folder& folder);
-  void walkEntry(const Folder& folder, const std::string& name);
+  // Hands out the folder's files, and answers its subfolders.
+  std::vector<Folder> walkFiles(const Folder& folder);
+  void walkEntry(const Folder& folder, int descriptor, const std::string& name, std::vector<Folder>& subfolders);
   void tellOfLink(const std::string& path, int error) const;
   bool isPassedOver(const std::string& name, const std::string& relativePath) const;
   bool enterFirstTime(const FolderIdentity& identity);

@@ -5,11 +5,14 @@
 #include "catalog/DatabaseOpening.h"
 #include "catalog/FileStates.h"
 #include "catalog/FolderWalk.h"
+#include "catalog/IndexingRun.h"
 #include "catalog/LoopCounter.h"
 #include "catalog/LoopRemoval.h"
 #include "catalog/LoopRows.h"
 #include "catalog/Packages.h"
 #include "catalog/QuerySettings.h"
+#include "catalog/UnchangedFiles.h"
+#include "database/DatabaseFacts.h"
 #include "database/LCTransaction.h"
 #include "platform/Path.h"
 #include "VeskLoopManagement/catalog/LCLibraryFolders.h"
@@ -34,6 +37,10 @@ using lc::WalkedFile;
 
 constexpr const char* kIndexingProgram = "veskloops";
 constexpr size_t kMostPathsInGroups = 10000;
+constexpr int64_t kFilesInReading = 1000;
+// Rows are looked up in the order of their files, which is all over the table: 64 MiB of pages, when there are so many.
+constexpr const char* kKeepManyPages = "PRAGMA cache_size = -65536";
+constexpr std::chrono::seconds kLongBatch{2};  // well within the time that other programs wait for the database
 
 bool isSameFile(const std::string& left, const std::string& right) {
   std::error_code error;
@@ -84,6 +91,12 @@ LCFileProblem problemOf(lc::FileTransferResult::Kind kind) {
   return LCFileProblem::databaseRefused;
 }
 
+// Only then every change shows in the state of the file.
+bool writesIntoTheFileItself(sqlite3* connection) {
+  LCStatement statement(connection, "PRAGMA journal_mode");
+  return statement.step() && statement.textAt(0) != "wal";
+}
+
 // One run, from the open database to the report.
 class Scan {
  public:
@@ -97,6 +110,7 @@ class Scan {
   void openDatabase();
   void openForDryRun();
   void choosePackage();
+  void prepareUnchanged();
   std::optional<int64_t> countFiles();
   void rememberFolder(const std::string& path);
 
@@ -105,11 +119,15 @@ class Scan {
   // One file: state, reading, placing, writing
   void visit(const WalkedFile& file);
   void add(const WalkedFile& file);
-  void write(const LCFileData& record, const std::string& path, const std::optional<lc::FileState>& state);
+  bool passOverUnchanged(const WalkedFile& file);
+  void noteUntagged(const std::string& path);
+  // What became of the loop, for what is remembered of its file.
+  enum class Written { failed, unsettled, settled };
+  Written write(const LCFileData& record, const std::string& path, const std::optional<lc::FileState>& state);
   void place(const WalkedFile& file, const LCFileData& record);
   void transfer(const WalkedFile& file, const LCFileData& record, lc::WrittenLoop written);
-  void noteSameIdentity(const LCFileData& record, const std::string& path);
-  void noteWritten(const lc::WrittenLoop& written);
+  void noteSameIdentity(int64_t loopId, const std::string& urlText, const std::string& path);
+  Written noteWritten(const lc::WrittenLoop& written);
   void fail(LCFileFailure failure);
   void failUnwalked(const std::string& path, LCFileProblem problem, const std::string& detail);
   void meetUnwalked(const std::string& path);
@@ -117,11 +135,15 @@ class Scan {
   void notePassedOver(const std::string& path);
 
   // Batches
-  void beginBatch();
+  void openBatch();    // unless one is open
+  void openReading();  // so that the next questions need no locks of their own
+  bool isBatchFull() const;
   void commitBatch();
   void carry();
   void prune();
   void pruneBelow(const std::string& folder);
+  bool isTakenOver(const LCLoopPlace& gone);
+  void noteScan();
   void finish();
   bool isInterrupted();
 
@@ -134,15 +156,20 @@ class Scan {
   // Without a database, in a dry run, these are null.
   std::unique_ptr<LCSearchEngine> m_dryRunEngine;
   std::unique_ptr<LCFileIndexing> m_indexer;
+  std::unique_ptr<lc::IndexingRun> m_run;
   std::unique_ptr<lc::LoopRows> m_rows;
   std::unique_ptr<lc::FileStates> m_states;
   std::unique_ptr<lc::CarriedLoops> m_carried;
+  std::unique_ptr<lc::UnchangedFiles> m_unchanged;  // null, too, while files are copied
   std::optional<LCTransaction> m_batch;
   std::optional<std::string> m_packageIdentifier;
   std::vector<LCPackage> m_emptyPackages;  // before the scan
   std::vector<std::string> m_paths;        // of the request, and the remembered folders
   bool m_canRemember = true;
-  int64_t m_inBatch = 0;  // written since the last commit
+  std::chrono::steady_clock::time_point m_batchBegan;
+  std::optional<LCTransaction> m_reading;  // while files are passed over
+  int64_t m_inReading = 0;                 // files asked about in it
+  int64_t m_inBatch = 0;                   // written since the last commit
   lc::LoopCounter m_loops;
   size_t m_pathsInGroups = 0;
 };
@@ -153,14 +180,22 @@ LCScanReport Scan::run() {
   choosePaths();
   openDatabase();
   choosePackage();
+  prepareUnchanged();
   m_observer.phaseBegan(LCScanPhase::indexing, countFiles());
   if (m_indexer) m_indexer->prepareIndexing();
-  beginBatch();
+  if (m_states) m_states->begin();
   walkAll({.file = [this](const WalkedFile& file) { visit(file); },
            .failure = [this](const std::string& path,
                              const std::string& detail) { failUnwalked(path, LCFileProblem::unreadable, detail); },
            .deadLink = [this](const std::string& path) { meetDeadLink(path); },
-           .missing = [this](const std::string& path) { failUnwalked(path, LCFileProblem::notFound, {}); }});
+           .missing = [this](const std::string& path) { failUnwalked(path, LCFileProblem::notFound, {}); },
+           .filesEnded =
+               [this](const std::string& path, const std::vector<std::string>& names) {
+                 m_reading.reset();
+                 if (m_unchanged) m_unchanged->filesEnded(path, names);
+               }});
+  m_reading.reset();
+  if (m_unchanged) m_unchanged->leaveFolder();
   commitBatch();
   if (m_request.copyTo) rememberFolder(*m_request.copyTo);
   carry();
@@ -207,14 +242,31 @@ void Scan::openDatabase() {
                         "Scan your other folders again, too.");
     }
     m_indexer = std::move(opened.indexer);
+    m_indexer->executeStatementWithNoReturnValue(kKeepManyPages);
+    m_run = std::make_unique<lc::IndexingRun>(*m_indexer, lc::IndexingRun::Kind::scan);
     m_rows = std::make_unique<lc::LoopRows>(m_indexer->sqlite3Connection());
     m_emptyPackages = lc::emptyPackages(*m_rows);
   }
   const auto use = m_indexer ? lc::FileStates::Use::readWrite : lc::FileStates::Use::readOnly;
   m_states = std::make_unique<lc::FileStates>(m_databaseFile, use);
   if (m_rows->isUnused()) m_states->clearCache();  // they were of a database that is gone
-  m_carried = std::make_unique<lc::CarriedLoops>(*m_rows, *m_states, m_indexer.get(),
+  m_carried = std::make_unique<lc::CarriedLoops>(*m_rows, *m_states, m_run.get(),
                                                  [this](const std::string& text) { m_observer.noted(text); });
+}
+
+// When the package is known.
+void Scan::prepareUnchanged() {
+  if (!m_rows || m_request.copyTo) return;
+  sqlite3* connection = m_indexer ? m_indexer->sqlite3Connection() : m_dryRunEngine->sqlite3Connection();
+  m_unchanged = std::make_unique<lc::UnchangedFiles>(
+      *m_states, *m_rows,
+      lc::UnchangedFiles::Rules{
+          .formerScan = lc::facts::lastScan(connection).value_or(""),
+          .readsEveryFile = m_request.readsEveryFile,
+          .readsPathWords = m_request.readsPathKeywords,
+          .onlyTagged = m_request.onlyTagged,
+          .package = m_packageIdentifier,
+          .databaseFile = writesIntoTheFileItself(connection) ? std::optional(m_databaseFile) : std::nullopt});
 }
 
 // What stands in the way of reading is said; then every file counts as new.
@@ -245,6 +297,7 @@ void Scan::choosePackage() {
   }
   m_packageIdentifier = LCCrateManager::crateIdentifierForManufacturer(LCFileIndexingUserLoopsManufacturer, word, true);
   if (m_request.isDryRun) return;
+  m_run->expectWork();  // without loops, it goes again
   const std::string manufacturer(LCFileIndexingUserLoopsManufacturer);
   lc::writePackage({.identifier = *m_packageIdentifier, .name = word, .manufacturer = manufacturer}, m_databaseFile);
 }
@@ -290,63 +343,87 @@ void Scan::walkAll(lc::WalkHandlers handlers) {
 
 void Scan::visit(const WalkedFile& file) {
   ++m_report.walked;
-  add(file);
+  if (!passOverUnchanged(file)) add(file);
   m_observer.advanced(m_report.walked, file.path);
-  if (m_inBatch < m_request.batchSize) return;
+  if (!isBatchFull()) return;
   commitBatch();
   if (m_carried && m_carried->hasMany()) carry();
-  beginBatch();
+}
+
+// Tells of the file what reading it would.
+bool Scan::passOverUnchanged(const WalkedFile& file) {
+  if (!m_unchanged) return false;
+  openReading();
+  const vesk::URL url = vesk::URL::fileURLWithPath(file.path, false);
+  const auto known = m_unchanged->find(file, url);
+  if (!known) return false;
+  if (!known->isTagged) noteUntagged(file.path);
+  if (!known->isTagged && m_request.onlyTagged) return true;
+  ++m_report.unchanged;
+  if (known->otherPlace) noteSameIdentity(known->loopId, url.absoluteString(), file.path);
+  m_carried->noteUnchanged(url, file.status.state, known->loopId);
+  return true;
+}
+
+void Scan::noteUntagged(const std::string& path) {
+  ++m_report.untagged;
+  m_observer.noted(fmt::format("{}: without tags", path));
 }
 
 void Scan::add(const WalkedFile& file) {
-  const auto state = lc::fileStateAt(file.path);
+  m_reading.reset();
+  if (m_unchanged) m_unchanged->beginReading(file);
   LCLoopFile read = LCLoopFile::read(file.path, vesk::URL::fileURLWithPath(file.path, false));
   if (!read.record && read.failure.problem == LCFileProblem::unsupported) return notePassedOver(file.path);
   if (!read.record) return fail(std::move(read.failure));
-  if (!read.record->anySearchTags()) {
-    ++m_report.untagged;
-    m_observer.noted(fmt::format("{}: without tags", file.path));
-    if (m_request.onlyTagged) return;
+  const bool isTagged = read.record->anySearchTags();
+  if (!isTagged) noteUntagged(file.path);
+  if (!isTagged && m_request.onlyTagged) {
+    if (m_unchanged && read.isSelfContained) m_unchanged->rememberLeftOut(file);
+    return;
   }
-  if (m_request.copyTo) {
-    place(file, *read.record);
-  } else {
-    write(*read.record, file.path, state);
-  }
+  if (m_request.copyTo) return place(file, *read.record);
+  const Written written = write(*read.record, file.path, file.status.state);
+  if (written == Written::failed || !m_unchanged || !read.isSelfContained) return;
+  m_unchanged->rememberWritten(file, read.record->hash, isTagged, written == Written::settled);
 }
 
-void Scan::write(const LCFileData& record, const std::string& path, const std::optional<lc::FileState>& state) {
-  noteSameIdentity(record, path);
+Scan::Written Scan::write(const LCFileData& record, const std::string& path,
+                          const std::optional<lc::FileState>& state) {
+  noteSameIdentity(record.hash, record.fileURL()->absoluteString(), path);
   const bool isKept = m_rows && record.isFactoryBundleLoop && m_rows->placeWithId(record.hash);
   if (isKept) {
     ++m_report.unchanged;  // rows of the factory bundle are never replaced
-  } else if (!m_indexer || m_indexer->writeFileData(record, m_packageIdentifier)) {
-    noteWritten({.url = *record.fileURL(), .loopId = record.hash, .state = state, .movedFrom = std::nullopt});
-  } else {
-    fail({.path = path, .problem = LCFileProblem::databaseRefused});
+    return Written::settled;
   }
+  openBatch();
+  if (!m_indexer || m_indexer->writeFileData(record, m_packageIdentifier)) {
+    return noteWritten({.url = *record.fileURL(), .loopId = record.hash, .state = state, .movedFrom = std::nullopt});
+  }
+  fail({.path = path, .problem = LCFileProblem::databaseRefused});
+  return Written::failed;
 }
 
-void Scan::noteWritten(const lc::WrittenLoop& written) {
+Scan::Written Scan::noteWritten(const lc::WrittenLoop& written) {
   ++m_inBatch;
   m_loops.add(written.loopId);
-  if (m_carried) m_carried->note(written);
+  return m_carried && m_carried->note(written) ? Written::settled : Written::unsettled;
 }
 
-void Scan::noteSameIdentity(const LCFileData& record, const std::string& path) {
+void Scan::noteSameIdentity(int64_t loopId, const std::string& urlText, const std::string& path) {
   if (!m_rows) return;
-  const auto known = m_rows->placeWithId(record.hash);
-  if (!known || known->urlText == record.fileURL()->absoluteString()) return;
+  const auto known = m_rows->placeWithId(loopId);
+  if (!known || known->urlText == urlText) return;
   const std::string otherPath = known->path();
   if (!vesk::path::exists(otherPath)) {
-    m_states->forget(known->urlText, record.hash);
+    m_states->forget(known->urlText, loopId);
     return;
   }
   if (isSameFile(otherPath, path)) return;
   auto& groups = m_report.sameIdentity;
   groups.isComplete = groups.isComplete && m_pathsInGroups < kMostPathsInGroups;
   if (!groups.isComplete) return;
-  auto& group = groups.pathsOfLoop[record.hash];
+  auto& group = groups.pathsOfLoop[loopId];
   m_pathsInGroups += group.insert(path).second;
   m_pathsInGroups += group.insert(otherPath).second;
 }
@@ -363,16 +440,18 @@ void Scan::place(const WalkedFile& file, const LCFileData& record) {
     const std::string standing = vesk::path::resolvingSymlinks(destination);
     LCFileData copied = record;
     copied.storedFileURL = vesk::URL::fileURLWithPath(standing, false);
-    return write(copied, standing, lc::fileStateAt(standing));
+    write(copied, standing, lc::fileStateAt(standing));
+    return;
   }
   lc::WrittenLoop written{.url = destinationURL, .loopId = record.hash, .state = {}, .movedFrom = {}};
   if (m_request.movesInsteadOfCopying) written.movedFrom = record.fileURL();
-  if (!m_indexer) return noteWritten(written);
-  transfer(file, record, written);
+  if (m_indexer) return transfer(file, record, written);
+  noteWritten(written);
 }
 
 void Scan::transfer(const WalkedFile& file, const LCFileData& record, lc::WrittenLoop written) {
   using Transfer = lc::FileTransfer;
+  openBatch();
   const auto result = m_indexer->addFileDataAndTransferFile(
       record, m_packageIdentifier,
       {.source = vesk::URL::fileURLWithPath(file.path, false),
@@ -413,22 +492,42 @@ void Scan::fail(LCFileFailure failure) {
 
 // --- Batches ---
 
-void Scan::beginBatch() {
-  if (!m_indexer) return;
+void Scan::openBatch() {
+  if (!m_indexer || m_batch) return;
   sqlite3* connection = m_indexer->sqlite3Connection();
   m_batch.emplace(connection, LCTransaction::Begin::immediately);
   if (!m_batch->isOpen()) throw CatalogError{lc::databaseFailure(lc::lastStatusOf(connection), m_databaseFile)};
-  m_states->begin();
+  m_run->claim();
+  if (m_unchanged) m_unchanged->databaseChanges();
+  m_batchBegan = std::chrono::steady_clock::now();
+}
+
+// Not for long, for others wait with their changes until it ends.
+void Scan::openReading() {
+  if (m_reading && ++m_inReading < kFilesInReading) return;
+  m_reading.reset();
+  m_inReading = 0;
+  if (!m_batch && m_indexer) m_reading.emplace(m_indexer->sqlite3Connection());
+}
+
+bool Scan::isBatchFull() const {
+  if (m_inBatch >= m_request.batchSize) return true;
+  return m_batch && std::chrono::steady_clock::now() - m_batchBegan > kLongBatch;
 }
 
 // The states come second, so that they never tell of a loop that is not in the database.
 void Scan::commitBatch() {
+  m_reading.reset();
   if (m_batch) {
     const bool isCommitted = m_batch->commit();
     const int status = lc::lastStatusOf(m_indexer->sqlite3Connection());
     m_batch.reset();
     if (!isCommitted) throw CatalogError{lc::databaseFailure(status, m_databaseFile)};
+    noteScan();
+  }
+  if (m_states) {
     m_states->commit();
+    m_states->begin();
   }
   m_report.indexed += m_inBatch;
   m_report.loops = m_loops.count();
@@ -437,7 +536,11 @@ void Scan::commitBatch() {
 
 void Scan::carry() {
   if (!m_carried) return;
+  m_states->commit();
   m_carried->carryAll();
+  if (m_unchanged) m_unchanged->settle();
+  noteScan();
+  m_states->begin();
   m_report.carried = m_carried->count();
 }
 
@@ -457,25 +560,52 @@ void Scan::pruneBelow(const std::string& folder) {
                               if (!stays && !vesk::path::exists(known.path())) gone.push_back(known);
                               return true;
                             });
+  std::erase_if(gone, [this](const LCLoopPlace& known) { return !isInterrupted() && isTakenOver(known); });
+  commitBatch();
   const auto batchSize = static_cast<size_t>(m_request.batchSize);
   for (size_t begin = 0; begin < gone.size() && !isInterrupted(); begin += batchSize) {
     const auto batch = std::span(gone).subspan(begin, std::min(batchSize, gone.size() - begin));
     for (const auto& known : batch) m_observer.noted(fmt::format("{}: gone", known.path()));
-    if (m_indexer) lc::removeBatch(*m_indexer, batch);
+    if (m_run) lc::removeBatch(*m_run, batch);
     lc::CarriedLoops::forgetRemoved(*m_states, *m_rows, batch);
     m_report.removed += std::ssize(batch);
   }
 }
 
+// The row becomes that of another file of the same identity, wherever that is.
+bool Scan::isTakenOver(const LCLoopPlace& gone) {
+  for (const auto& file : m_states->cached().filesOfLoop(gone.id)) {
+    const std::string path = LCLoopPlace{.urlText = file.urlText}.path();
+    if (lc::fileStateAt(path) != file.state) continue;
+    const auto url = vesk::URL::fileURLWithPath(path, false);
+    const LCLoopFile read = LCLoopFile::read(path, url);
+    if (!read.record || read.record->hash != gone.id) continue;
+    openBatch();
+    if (m_indexer && !m_indexer->writeFileData(*read.record, std::nullopt)) continue;
+    noteWritten({.url = url, .loopId = gone.id, .state = file.state, .movedFrom = std::nullopt});
+    m_observer.noted(fmt::format("{}: takes the place of {}", path, gone.path()));
+    if (isBatchFull()) commitBatch();
+    return true;
+  }
+  return false;
+}
+
+// From here on what is remembered of folders is of the database as this scan has written it.
+void Scan::noteScan() {
+  if (m_run && m_run->isLastScan()) m_states->cached().setScanOfFolders(m_run->name());
+}
+
 void Scan::finish() {
-  if (m_indexer) {
+  if (m_run && m_run->hasWork()) {
     m_observer.phaseBegan(LCScanPhase::finishing, std::nullopt);
-    m_indexer->finishIndexingInBlock(true);
+    m_run->finish();
+    noteScan();
     lc::writePackages(m_emptyPackages, m_databaseFile);
     m_indexer->setIndexFileSchemaVersion(kDefaultDatabaseSchemaVersion, kIndexingProgram);
     m_observer.phaseEnded(LCScanPhase::finishing);
   }
   if (!m_states) return;
+  m_states->commit();
   for (const auto& trouble : m_states->troubles()) {
     if (trouble.consequence) {
       m_observer.warned(fmt::format("{}; {}", trouble.text, *trouble.consequence), "Make its folder writable.");

@@ -58,7 +58,8 @@ std::unique_ptr<LCFileParser> parserFor(const std::string& path, LCParserFailure
 }  // namespace
 
 LCLoopFile LCLoopFile::read(const std::string& resolvedPath, const vesk::URL& url, bool isEnhanced) {
-  LCLoopFile file{.record = std::nullopt, .notes = {}, .failure = {.path = url.path()}};
+  LCLoopFile file;
+  file.failure.path = url.path();
   LCParserFailure failure;
   const auto parser = parserFor(resolvedPath, failure);
   if (!parser) {
@@ -74,6 +75,8 @@ LCLoopFile LCLoopFile::read(const std::string& resolvedPath, const vesk::URL& ur
   }
   file.record = parser->takeFileData();
   file.notes = parser->notes();
+  file.isSelfContained = dynamic_cast<const LCSDIIParser*>(parser.get()) == nullptr &&
+                         dynamic_cast<const LCRexFileParser*>(parser.get()) == nullptr;
   file.record->storedFileURL = url;
   return file;
 }

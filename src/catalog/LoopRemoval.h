@@ -2,8 +2,8 @@
 // CatalogErrors.
 #pragma once
 
+#include "catalog/IndexingRun.h"
 #include "VeskLoopManagement/catalog/LCCatalog.h"
-#include "VeskLoopManagement/indexing/LCFileIndexing.h"
 
 #include <cstdint>
 #include <span>
@@ -16,7 +16,7 @@ int64_t removeLoops(const std::string& databaseFile, std::span<const LCLoopPlace
                     const LCRemovalObserver& observer);
 
 // Both in a transaction of their own: all, or, when the database refuses, none, and throw.
-void removeBatch(LCFileIndexing& indexer, std::span<const LCLoopPlace> places);
-void carryBatch(LCFileIndexing& indexer, std::span<const LCLoopCarry> carries);
+void removeBatch(IndexingRun& run, std::span<const LCLoopPlace> places);
+void carryBatch(IndexingRun& run, std::span<const LCLoopCarry> carries);
 
 }  // namespace lc

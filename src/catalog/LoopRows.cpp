@@ -162,7 +162,8 @@ lc::LoopRows::LoopRows(sqlite3* connection)
       m_marksWithId(connection,
                     "SELECT coalesce(isFavorite, 0) > 0, rating, userComment FROM Loops "
                     "LEFT JOIN UserData ON UserData.loopId = Loops.id WHERE Loops.id = ?1"),
-      m_hasMarks(connection, "SELECT loopId FROM UserData WHERE loopId = ?1") {}
+      m_hasMarks(connection, "SELECT loopId FROM UserData WHERE loopId = ?1"),
+      m_isInPackage(connection, "SELECT loopId FROM CrateLoopRelation WHERE crateId = ?1 AND loopId = ?2") {}
 
 std::string lc::LoopRows::rowColumns() const {
   return std::string(kRowColumns).append(m_hasLoudness ? kLoudnessColumns : ", NULL, NULL, NULL");
@@ -311,11 +312,15 @@ bool lc::LoopRows::hasMarks(int64_t loopId) {
   return firstRow(m_hasMarks, idAt).has_value();
 }
 
+std::vector<int64_t> lc::LoopRows::markedIds() {
+  LCStatement statement(m_connection, "SELECT loopId FROM UserData ORDER BY loopId");
+  return allRows(statement, idAt);
+}
+
 bool lc::LoopRows::isInPackage(int64_t loopId, const std::string& identifier) {
-  LCStatement statement(m_connection, "SELECT loopId FROM CrateLoopRelation WHERE crateId = ?1 AND loopId = ?2");
-  statement.bind(1, identifier);
-  statement.bind(2, loopId);
-  return firstRow(statement, idAt).has_value();
+  m_isInPackage.bind(1, identifier);
+  m_isInPackage.bind(2, loopId);
+  return firstRow(m_isInPackage, idAt).has_value();
 }
 
 bool lc::LoopRows::isUnused() {

@@ -41,7 +41,8 @@ class LoopRows {
   std::vector<int64_t> otherIdsWithURL(const vesk::URL& url, int64_t loopId);
   // No favourite, 0 and "" for a loop that was never marked; nullopt for one that is unknown.
   std::optional<LCLoopMarks> marksWithId(int64_t loopId);
-  bool hasMarks(int64_t loopId);  // also of a loop that was taken out: its marks stay
+  bool hasMarks(int64_t loopId);     // also of a loop that was taken out: its marks stay
+  std::vector<int64_t> markedIds();  // in order; also of loops that were taken out
   bool isInPackage(int64_t loopId, const std::string& identifier);
   bool isUnused();  // no loops and no marks
   // Loops whose URL begins with `folderURLText` ("": all), of one package when `package` is given.
@@ -65,7 +66,7 @@ class LoopRows {
   sqlite3* m_connection;  // borrowed
   bool m_hasLoudness;
   // Kept: asked for every file of an indexing run, or for every loop of a long list.
-  LCStatement m_placeWithId, m_otherIdsWithURL, m_marksWithId, m_hasMarks;
+  LCStatement m_placeWithId, m_otherIdsWithURL, m_marksWithId, m_hasMarks, m_isInPackage;
 };
 
 }  // namespace lc

@@ -45,6 +45,26 @@ double secondsSince2001() {
   return Seconds(std::chrono::system_clock::now().time_since_epoch()).count() - kUnixTimeOf2001;
 }
 
+constexpr const char* kLastScan = "LAST_LIBRARY_SCAN";
+constexpr const char* kUnfinishedRun = "UNFINISHED_RUN";
+
+std::optional<std::string> textFact(sqlite3* connection, const char* key) {
+  LCStatement statement(connection, "SELECT textValue FROM DatabaseMigrationInfos WHERE key = ?1");
+  statement.bind(1, key);
+  if (!statement.step() || statement.isNull(0)) return std::nullopt;
+  return statement.textAt(0);
+}
+
+bool setTextFact(sqlite3* connection, const char* key, const std::optional<std::string>& value) {
+  LCStatement remove(connection, "DELETE FROM DatabaseMigrationInfos WHERE key = ?1");
+  remove.bind(1, key);
+  if (!remove.run() || !value) return remove.succeeded();
+  LCStatement insert(connection, "INSERT INTO DatabaseMigrationInfos (key, textValue) VALUES (?1, ?2)");
+  insert.bind(1, key);
+  insert.bind(2, *value);
+  return insert.run();
+}
+
 }  // namespace
 
 namespace lc::facts {
@@ -107,6 +127,22 @@ bool recordStep(std::string_view key, sqlite3* connection) {
                      lc::sqlFormat("INSERT OR REPLACE INTO DatabaseMigrationInfos (key, floatValue) VALUES ('%@', %@);",
                                    {lc::sqlEscaped(key), fmt::format("{:f}", secondsSince2001())}));
   return !insert.isPrepared() || insert.run();
+}
+
+std::optional<std::string> lastScan(sqlite3* connection) {
+  return textFact(connection, kLastScan);
+}
+
+bool setLastScan(const std::string& scan, sqlite3* connection) {
+  return setTextFact(connection, kLastScan, scan);
+}
+
+std::optional<std::string> unfinishedRun(sqlite3* connection) {
+  return textFact(connection, kUnfinishedRun);
+}
+
+bool setUnfinishedRun(const std::optional<std::string>& run, sqlite3* connection) {
+  return setTextFact(connection, kUnfinishedRun, run);
 }
 
 }  // namespace lc::facts

@@ -1,4 +1,5 @@
 // The statements at the end of a run. Failures are passed over: each statement stands for itself.
+#include "indexing/EndOfRun.h"
 #include "VeskLoopManagement/database/LCDatabaseSchema.h"
 #include "VeskLoopManagement/database/LCSQLiteUtilities.h"
 #include "VeskLoopManagement/indexing/LCFileIndexing.h"
@@ -55,7 +56,6 @@ constexpr const char* kGroupKeywordStatements[] = {
     "'Urban'",
 };
 
-constexpr std::string_view kCachingTablePrefix = "tagging_cache_";
 constexpr std::string_view kDropCachingTable = "drop table if exists %@";
 constexpr std::string_view kCreateCachingTable =
     "create table %@ (loopId integer primary key); insert into %@ (loopId) select loopId from tagging where "
@@ -72,13 +72,21 @@ constexpr const char* kRemoveEmptyCrates =
 
 }  // namespace
 
+std::span<const char* const> lc::groupKeywordStatements() {
+  return kGroupKeywordStatements;
+}
+
+void lc::doEndOfRunWork(LCFileIndexing& indexer) {
+  indexer.executeStatementWithNoReturnValue(kCreateKeywordIndex);
+  indexer.executeStatementWithNoReturnValue(kCreateTaggingIndex);
+  indexer.addSpecialCategoriesKeywords();
+  indexer.createOptimizationTables();
+  indexer.removeEmptyCrates();
+}
+
 void LCFileIndexing::finishIndexingInBlock(bool inBlock) {
   if (inBlock) beginBatch();
-  executeStatementWithNoReturnValue(kCreateKeywordIndex);
-  executeStatementWithNoReturnValue(kCreateTaggingIndex);
-  addSpecialCategoriesKeywords();
-  createOptimizationTables();
-  removeEmptyCrates();
+  lc::doEndOfRunWork(*this);
   if (inBlock) commitBatch();
   vesk::NotificationCenter::shared().postOnMainThread(LCFileIndexingDidFinishNotification);
 }
@@ -94,7 +102,7 @@ void LCFileIndexing::createOptimizationTables() {
   executeStatementWithGenericReturnValue("select id from keywords", &keywords);
   for (const LCCell& cell : keywords["id"]) {
     const std::string id = lc::cellText(cell);
-    const std::string table = std::string(kCachingTablePrefix) + id;
+    const std::string table = std::string(lc::kCachingTablePrefix) + id;
     executeStatementWithNoReturnValue(lc::sqlFormat(kDropCachingTable, {table}));
     executeStatementWithNoReturnValue(lc::sqlFormat(kCreateCachingTable, {table, table, id}));
   }

@@ -25,12 +25,12 @@ TEST(Index, ReportsCountsAndReasonsInEveryFormat) {
   EXPECT_TRUE(lines[0]["failure"]["path"] == bad && lines[0]["failure"]["reason"] == "malformed") << lines[0];
   EXPECT_EQ(lines[1]["failed"], 1);
   const Outcome text = program.run({"-v", "index", "l"});
-  EXPECT_TRUE(
-      text.out.starts_with("2 files, 1 loop indexed, 0 of them without tags, 0 unchanged, 1 of other types, 1 failed"))
+  EXPECT_TRUE(text.out.starts_with("0 indexed, 2 unchanged, 0 of them without tags, 1 of other types, 1 failed"))
       << text.out;
   for (const auto& said : {bad, program.path("l/notes.txt: of another type"), two}) {
     EXPECT_NE(text.err.find(said), std::string::npos) << text.err;
   }
+  EXPECT_TRUE(program.run({"index", "l", "--force"}).out.starts_with("2 files, 1 loop indexed, 0 unchanged"));
 }
 
 TEST(Index, ItsOptionsReachTheScan) {
@@ -95,7 +95,7 @@ TEST(Index, TakesListsFromStandardInputAndRefusesNamedPathsThatAreMissing) {
   const Outcome lines = program.run({"--json", "index", "-"}, "a b.aif\nmissing.aif\n");
   EXPECT_EQ(lines.code, 4);
   EXPECT_EQ(lines.json()["failures"][0]["reason"], "notFound");
-  const Outcome nulls = program.run({"--json", "index", "-", "-0"}, std::string("a b.aif\0c\nd.aif", 15));
+  const Outcome nulls = program.run({"--json", "index", "--force", "-", "-0"}, std::string("a b.aif\0c\nd.aif", 15));
   EXPECT_EQ(nulls.json()["indexed"], 2) << nulls.err;
 }
 

@@ -13,8 +13,10 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <stdexcept>
+#include <thread>
 
 using fixture::loopFile;
 
@@ -57,6 +59,8 @@ class CatalogTest : public testing::Test {
     for (auto& each : request.paths) each = path(each);
     if (request.copyTo) request.copyTo = path(*request.copyTo);
     log.failures.clear();
+    // What was just written may be written again unseen, and is read again.
+    std::this_thread::sleep_for(std::chrono::milliseconds(25));
     return LCLibraryScan::run(file, request, log);
   }
   LCScanReport scan(const LCScanRequest& request) { return valueOf(tryToScan(request)); }

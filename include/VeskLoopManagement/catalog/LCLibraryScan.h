@@ -1,8 +1,8 @@
-// LCLibraryScan puts the loops of files and folders into a loop database: walks, reads each file once, tagged or not,
-// writes in batches, and carries the user's marks, packages and loudness to the new identity of a loop whose file was
-// tagged anew, renamed or moved. A host watches it through an observer and gets counts at the end; nothing is printed,
-// asked or thrown. A scan runs on the caller's thread from beginning to end; between two files it can be ended, and
-// what is finished stays. Memory does not grow with the number of files.
+// LCLibraryScan puts the loops of files and folders into a loop database: walks, reads each file that is new or has
+// changed, tagged or not, writes in batches, and carries the user's marks, packages and loudness to the new identity of
+// a loop whose file was tagged anew, renamed or moved. A host watches it through an observer and gets counts at the
+// end; nothing is printed, asked or thrown. A scan runs on the caller's thread from beginning to end; between two files
+// it can be ended, and what is finished stays. Memory does not grow with the number of files.
 #pragma once
 
 #include "VeskLoopManagement/catalog/LCFailure.h"
@@ -29,7 +29,8 @@ struct LCScanRequest {
   std::optional<std::string> package = {};         // identifier or name; a new name makes one of the user's
   std::optional<std::string> copyTo = {};          // absolute folder: loops are copied there, and the copies indexed
   bool movesInsteadOfCopying = false;
-  bool prunes = false;  // takes out the loops below the folders in `paths` whose files are gone
+  bool prunes = false;          // takes out the loops below the folders in `paths` whose files are gone
+  bool readsEveryFile = false;  // also those that have not changed since they were indexed into this database
   bool readsPathKeywords = true;
   bool onlyTagged = false;  // leaves files without tags out: those in which neither the file nor its path tells any
   bool withHidden = false;  // takes files and folders whose names begin with a dot, too
@@ -85,7 +86,7 @@ struct LCScanReport {
   int64_t walked = 0;     // files met, and entries that cannot be walked
   int64_t indexed = 0;    // files whose loops were committed
   int64_t loops = 0;      // which they are: fewer where files share an identity
-  int64_t unchanged = 0;  // rows that are never replaced
+  int64_t unchanged = 0;  // files that are in as they are, and were not read, and rows that are never replaced
   int64_t removed = 0;    // by pruning
   int64_t carried = 0;    // loops that kept their marks under a new identity
   int64_t untagged = 0;   // files without tags; left out when only tagged ones are taken, else among the others

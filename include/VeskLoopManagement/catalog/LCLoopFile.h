@@ -17,6 +17,7 @@
 struct LC_EXPORT LCLoopFile {
   std::optional<LCFileData> record;
   std::vector<std::string> notes;  // what of the tags was cut or left out for its size, a sentence each
+  bool isSelfContained = true;     // false when more than the file decides: what stands beside it, or an adapter
   LCFileFailure failure;           // without a record; `failure.path` is the path of the URL
 
   // Opens the file at `resolvedPath`. The record carries `url`, which may name the file through links. Enhanced: with
