@@ -39,6 +39,12 @@ bool insertOrUpdateInteger(sqlite3* connection, const char* selectSQL, const cha
   return update.run();
 }
 
+double secondsSince2001() {
+  using Seconds = std::chrono::duration<double>;
+  constexpr double kUnixTimeOf2001 = 978307200.0;
+  return Seconds(std::chrono::system_clock::now().time_since_epoch()).count() - kUnixTimeOf2001;
+}
+
 constexpr const char* kLastScan = "LAST_LIBRARY_SCAN";
 constexpr const char* kUnfinishedRun = "UNFINISHED_RUN";
 
@@ -57,12 +63,6 @@ bool setTextFact(sqlite3* connection, const char* key, const std::optional<std::
   insert.bind(1, key);
   insert.bind(2, *value);
   return insert.run();
-}
-
-double secondsSince2001() {
-  using Seconds = std::chrono::duration<double>;
-  constexpr double kUnixTimeOf2001 = 978307200.0;
-  return Seconds(std::chrono::system_clock::now().time_since_epoch()).count() - kUnixTimeOf2001;
 }
 
 }  // namespace
@@ -116,6 +116,19 @@ bool setIndexingAppIdentifier(const std::optional<std::string>& identifier, sqli
   return insert.isPrepared();  // whatever the row's own writing gave
 }
 
+bool isStepRecorded(std::string_view key, sqlite3* connection) {
+  return LCStatement(connection,
+                     lc::sqlFormat("SELECT id from DatabaseMigrationInfos WHERE key == '%@'", {lc::sqlEscaped(key)}))
+      .step();
+}
+
+bool recordStep(std::string_view key, sqlite3* connection) {
+  LCStatement insert(connection,
+                     lc::sqlFormat("INSERT OR REPLACE INTO DatabaseMigrationInfos (key, floatValue) VALUES ('%@', %@);",
+                                   {lc::sqlEscaped(key), fmt::format("{:f}", secondsSince2001())}));
+  return !insert.isPrepared() || insert.run();
+}
+
 std::optional<std::string> lastScan(sqlite3* connection) {
   return textFact(connection, kLastScan);
 }
@@ -130,19 +143,6 @@ std::optional<std::string> unfinishedRun(sqlite3* connection) {
 
 bool setUnfinishedRun(const std::optional<std::string>& run, sqlite3* connection) {
   return setTextFact(connection, kUnfinishedRun, run);
-}
-
-bool isStepRecorded(std::string_view key, sqlite3* connection) {
-  return LCStatement(connection,
-                     lc::sqlFormat("SELECT id from DatabaseMigrationInfos WHERE key == '%@'", {lc::sqlEscaped(key)}))
-      .step();
-}
-
-bool recordStep(std::string_view key, sqlite3* connection) {
-  LCStatement insert(connection,
-                     lc::sqlFormat("INSERT OR REPLACE INTO DatabaseMigrationInfos (key, floatValue) VALUES ('%@', %@);",
-                                   {lc::sqlEscaped(key), fmt::format("{:f}", secondsSince2001())}));
-  return !insert.isPrepared() || insert.run();
 }
 
 }  // namespace lc::facts
