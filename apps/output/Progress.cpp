@@ -17,6 +17,8 @@ std::string titleOf(std::string_view phase) {
   if (phase == "scan") return "Counting";
   if (phase == "index") return "Indexing";
   if (phase == "remove") return "Removing";
+  if (phase == "tag") return "Tagging";
+  if (phase == "undo") return "Taking back";
   return "Finishing";
 }
 

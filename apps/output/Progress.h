@@ -15,7 +15,8 @@ class Progress {
   explicit Progress(Output& output);  // borrowed
 
   bool isShown() const { return m_style != Style::none; }
-  // `phase` is "scan", "index", "remove" or "finish"; `total` is unknown when the work is not counted beforehand.
+  // `phase` is "scan", "index", "remove", "tag", "undo" or "finish"; `total` is unknown when the work is not counted
+  // beforehand.
   void begin(std::string_view phase, std::optional<int64_t> total);
   void step(int64_t done, std::string_view path);
   void end();  // of the phase

@@ -200,8 +200,9 @@ void TagRun::addFromJSON() {
 // Prints what becomes of each file.
 class TagPrinter : public LCTagObserver {
  public:
-  TagPrinter(Output& output, std::optional<int64_t> total) : m_output(output), m_progress(output) {
-    m_progress.begin("tag", total);
+  TagPrinter(Output& output, std::string_view phase, std::optional<int64_t> total)
+      : m_output(output), m_progress(output) {
+    m_progress.begin(phase, total);
   }
   void end() { m_progress.end(); }
 
@@ -278,7 +279,7 @@ int TagRun::run() {
   const InterruptionGuard guard;
   m_output.beginDocument("veskloops.tag/1", Output::Summary::alsoAsLastLine);
   m_output.beginList("files");
-  TagPrinter printer(m_output, std::ssize(m_edits));
+  TagPrinter printer(m_output, "tag", std::ssize(m_edits));
   const LCTagRunReport report = valueOf(LCTagRun::run(options, printer));
   printer.end();
   return finish(m_output, report, m_arguments.dryRun, "changed");
@@ -299,7 +300,7 @@ int undo(Context& context, const TagArguments& arguments) {
   const InterruptionGuard guard;
   output.beginDocument("veskloops.tag/1", Output::Summary::alsoAsLastLine);
   output.beginList("files");
-  TagPrinter printer(output, std::nullopt);
+  TagPrinter printer(output, "undo", std::nullopt);
   LCTagRunReport report = valueOf(LCTagRun::undo(run, optionsFor(context, arguments), printer));
   printer.end();
   report.runId = 0;  // there is nothing more to take back
