@@ -70,9 +70,16 @@ URLParts partsOf(std::string_view text) {
     text.remove_prefix(taken.size());
     return taken;
   };
+  // One comparison for each character: find_first_of() asks for each by a call.
+  const auto endsPath = [](char c) { return c == '?' || c == '#'; };
+  const auto endsAuthority = [&](char c) { return c == '/' || endsPath(c); };
+  const auto lengthUntil = [&text](size_t from, const auto& isEnd) {
+    return static_cast<size_t>(std::find_if(text.begin() + static_cast<ptrdiff_t>(from), text.end(), isEnd) -
+                               text.begin());
+  };
   parts.scheme = take(schemeLength(text));
-  if (text.starts_with("//")) parts.authority = take(text.find_first_of("/?#", 2));
-  parts.path = take(text.find_first_of("?#"));
+  if (text.starts_with("//")) parts.authority = take(lengthUntil(2, endsAuthority));
+  parts.path = take(lengthUntil(0, endsPath));
   parts.query = take(text.find('#'));
   parts.fragment = text;
   return parts;
@@ -128,10 +135,14 @@ std::string percentEncodedPath(std::string_view path) {
 std::string percentDecoded(std::string_view text) {
   std::string result;
   result.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
-    const int byte = encodedByte(text, i);
-    result += byte < 0 ? text[i] : static_cast<char>(byte);
-    if (byte >= 0) i += 2;
+  while (!text.empty()) {
+    const size_t plain = std::min(text.find('%'), text.size());
+    result += text.substr(0, plain);
+    text.remove_prefix(plain);
+    if (text.empty()) break;
+    const int byte = encodedByte(text, 0);
+    result += byte < 0 ? '%' : static_cast<char>(byte);
+    text.remove_prefix(byte < 0 ? 1 : 3);
   }
   return result;
 }
