@@ -44,3 +44,9 @@ Failure failureFrom(const LCFailure& failure) {
           .isAmbiguous = failure.kind == LCFailureKind::ambiguous,
           .nextStep = nextStepFor(failure)};
 }
+
+Failure failureFrom(const LCFailure& failure, const std::string& other) {
+  Failure told = failureFrom(failure);
+  if (!other.empty() && failure.subject == other) told.nextStep = failure.nextStep;
+  return told;
+}

@@ -34,10 +34,18 @@ inline Failure usageFailure(std::string message, std::string nextStep = {}) {
 
 // The library's failure with this program's exit code, and with its commands in the next step.
 Failure failureFrom(const LCFailure& failure);
+// The same, but a failure about the database `other`, which is not the program's own, keeps the library's next step: no
+// command of this program puts that file right.
+Failure failureFrom(const LCFailure& failure, const std::string& other);
 
 // The value, or its failure thrown.
 template <typename T>
 T valueOf(LCOutcome<T> outcome) {
   if (!outcome) throw failureFrom(outcome.failure());
+  return *std::move(outcome);
+}
+template <typename T>
+T valueOf(LCOutcome<T> outcome, const std::string& other) {
+  if (!outcome) throw failureFrom(outcome.failure(), other);
   return *std::move(outcome);
 }

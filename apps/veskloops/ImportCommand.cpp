@@ -54,11 +54,13 @@ void printReport(Output& output, const LCImportReport& report, const ImportArgum
 
 int runImport(Context& context, const ImportArguments& arguments) {
   Output& output = context.output;
+  const std::string source = absolutePath(arguments.sources.front());
   const LCImportReport report =
-      valueOf(LCDatabaseImport::run(databaseFile(context), {.source = absolutePath(arguments.sources.front()),
+      valueOf(LCDatabaseImport::run(databaseFile(context), {.source = source,
                                                             .identifier = arguments.identifier,
                                                             .placeholder = arguments.placeholder,
-                                                            .isDryRun = arguments.dryRun}));
+                                                            .isDryRun = arguments.dryRun}),
+              source);
   if (report.damagedFileKeptAs) {
     output.warning(fmt::format("the loop database was damaged and starts anew; the old file is kept as {}",
                                *report.damagedFileKeptAs),

@@ -155,7 +155,8 @@ int runMigrate(Context& context, const MigrateArguments& arguments) {
   output.beginDocument("veskloops.migrate/1", Output::Summary::alsoAsLastLine);
   output.beginList("failures");
   ScanPrinter printer(output);
-  const LCMigrationReport report = valueOf(LCMigration::run(databaseFile(context), request, printer));
+  const LCMigrationReport report =
+      valueOf(LCMigration::run(databaseFile(context), request, printer), request.olderDatabase.value_or(""));
   printDocument(output, report, arguments.dryRun);
 
   bool hasTrouble = false;

@@ -29,6 +29,10 @@ using enum LCTagField;
 
 enum class Family { aiff, wav, caf };
 
+bool isKeyword(LCTagField field) {
+  return field == instrument || field == subInstrument || field == genre || field == descriptors;
+}
+
 Family familyOf(vesk::ContainerKind kind) {
   switch (kind) {
     case vesk::ContainerKind::aiff:
@@ -246,9 +250,9 @@ Refusal Tagging::editInfo() {
   return refusalOf("info", m_file.mergeInfo(edits));
 }
 
-// The texts of the search info that the wanted record calls for; nullopt: no entry.
+// What the wanted record calls for; without a text there is no entry.
 struct SearchInfoEntry {
-  std::set<LCTagField> fields;
+  LCTagField field;
   std::string_view key;
   std::optional<std::string> text;
 };
@@ -275,21 +279,21 @@ std::vector<SearchInfoEntry> searchInfoEntries(const LCSearchInfo& present, cons
   const auto ifAny = [](bool isAny, std::string text) { return isAny ? std::optional(std::move(text)) : std::nullopt; };
   const LCTimeSignature itsSignature{wanted.signatureTop, wanted.signatureBottom};
   return {
-      {{instrument}, kCategoryChunkID, nonEmpty(wanted.instrumentTypeTag)},
-      {{subInstrument}, kSubcategoryChunkID, nonEmpty(wanted.instrumentSubTypeTag)},
-      {{genre}, kGenreChunkID, nonEmpty(wanted.genreTag)},
-      {{descriptors}, kDescriptorChunkID, joinedDescriptors(present, wanted)},
-      {{key}, kKeySignatureChunkID, lc::keySignatureFromRootNote(wanted.midiRootNote)},
-      {{scale}, kKeyTypeChunkID, ifAny(wanted.keyType > 0, lc::textFromKeyType(wanted.keyType))},
-      {{beats}, kBeatCountChunkID, ifAny(wanted.beatCount > 0, fmt::format("{}", wanted.beatCount))},
-      {{signature}, kTimeSignatureChunkID, ifAny(itsSignature.isKnown(), itsSignature.text())},
+      {instrument, kCategoryChunkID, nonEmpty(wanted.instrumentTypeTag)},
+      {subInstrument, kSubcategoryChunkID, nonEmpty(wanted.instrumentSubTypeTag)},
+      {genre, kGenreChunkID, nonEmpty(wanted.genreTag)},
+      {descriptors, kDescriptorChunkID, joinedDescriptors(present, wanted)},
+      {key, kKeySignatureChunkID, lc::keySignatureFromRootNote(wanted.midiRootNote)},
+      {scale, kKeyTypeChunkID, ifAny(wanted.keyType > 0, lc::textFromKeyType(wanted.keyType))},
+      {beats, kBeatCountChunkID, ifAny(wanted.beatCount > 0, fmt::format("{}", wanted.beatCount))},
+      {signature, kTimeSignatureChunkID, ifAny(itsSignature.isKnown(), itsSignature.text())},
   };
 }
 
 bool hasKeywords(const LCSearchInfo& searchInfo) {
-  const auto descriptorEntry = searchInfo.entries.find(kDescriptorChunkID);
-  return searchInfo.entries.contains(kCategoryChunkID) || searchInfo.entries.contains(kSubcategoryChunkID) ||
-         searchInfo.entries.contains(kGenreChunkID) || descriptorEntry != searchInfo.entries.end();
+  const auto keys = {kCategoryChunkID, kSubcategoryChunkID, kGenreChunkID, kDescriptorChunkID};
+  return std::any_of(keys.begin(), keys.end(),
+                     [&](std::string_view itsKey) { return searchInfo.entries.contains(itsKey); });
 }
 
 // Of several search infos the last one that says anything counts.
@@ -303,12 +307,10 @@ Refusal Tagging::editSearchInfo() {
   vesk::Bytes edited = payload.value_or(LCSearchInfo().encode());
   const LCSearchInfo present = LCSearchInfo::decode(edited);
   // The first keyword of a file, or the last one: those of its path must not come in, and those that came in stay.
-  const bool touchesKeywords = changesAny({instrument, subInstrument, genre, descriptors});
+  const bool touchesKeywords = std::any_of(m_fields.begin(), m_fields.end(), isKeyword);
   const bool hadKeywords = hasKeywords(present);
   for (const auto& entry : searchInfoEntries(present, m_wanted)) {
-    const LCTagField field = *entry.fields.begin();
-    const bool isKeyword = field == instrument || field == subInstrument || field == genre || field == descriptors;
-    if (!changes(field) && !(isKeyword && touchesKeywords && !hadKeywords)) continue;
+    if (!changes(entry.field) && !(isKeyword(entry.field) && touchesKeywords && !hadKeywords)) continue;
     const auto found = present.entries.find(entry.key);
     const bool isSo = found == present.entries.end()
                           ? !entry.text

@@ -28,6 +28,8 @@ TEST_F(MigrateCommand, ImportPrintsRowsPerTableAndWarnsWhenNoLoopComesOver) {
   EXPECT_EQ(program.run({"search"}).lines(), (Words{program.path("l/A.aif"), "/P/B.aif"}));
   EXPECT_NE(program.run({"import", "maker.db"}).err.find("warning: no loop came over: the loop"), std::string::npos);
   EXPECT_EQ(program.told({"import", "l/A.aif"}, 5)["error"]["kind"], "databaseForeign");
+  const std::string missing = program.run({"import", "none.db"}).err;
+  EXPECT_NE(missing.find("Get the file again from where it came."), std::string::npos) << missing;
   EXPECT_EQ(program.run({"import"}).code, 2);
 }
 
